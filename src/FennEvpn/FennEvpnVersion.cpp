@@ -1,0 +1,5 @@
+#include "FennEvpn/FennEvpnVersion.h"
+
+namespace Fenn {
+char const* libraryVersion() noexcept { return "0.1.0"; }
+}  // namespace Fenn

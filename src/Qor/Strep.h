@@ -1,0 +1,93 @@
+// Text forms ("strep") of values. Every value type prints with `void print(String&) const`
+// and parses with an `explicit T(Qor::Parser&)` constructor; integers, strings, Booleans
+// and registered enums are handled here. valueToStrep and strepToValue are the two ends
+// that the rest of the system uses; printing then parsing gives back an equal value.
+#pragma once
+
+#include <concepts>
+#include <limits>
+#include <ostream>
+#include <string_view>
+#include <type_traits>
+
+#include "Qor/Enum.h"
+#include "Qor/Parser.h"
+#include "Qor/String.h"
+
+namespace Qor {
+
+template <class T>
+concept Printable = requires(T const& v, String& out) { v.print(out); };
+
+template <class T>
+void printValue(String& out, T const& v) {
+  if constexpr (std::is_same_v<T, bool>) {
+    out += v ? "True" : "False";
+  } else if constexpr (std::is_integral_v<T>) {
+    out += std::to_string(v);
+  } else if constexpr (std::is_floating_point_v<T>) {
+    out += std::to_string(v);
+  } else if constexpr (RegisteredEnum<T>) {
+    out += enumName(v);
+  } else if constexpr (std::is_convertible_v<T const&, std::string_view>) {
+    printQuoted(out, v);
+  } else {
+    v.print(out);
+  }
+}
+
+template <class T>
+T parseValue(Parser& p) {
+  if constexpr (std::is_same_v<T, bool>) {
+    if (p.tryConsume("True")) return true;
+    p.expect("False");
+    return false;
+  } else if constexpr (std::is_integral_v<T> && std::is_unsigned_v<T>) {
+    return static_cast<T>(p.parseUnsigned(std::numeric_limits<T>::max()));
+  } else if constexpr (std::is_integral_v<T>) {
+    auto const pos = p.position();
+    int64_t const v = p.parseSigned();
+    if (v < std::numeric_limits<T>::min() || v > std::numeric_limits<T>::max()) {
+      throw ParseError(pos, "a number in range", p.rest());
+    }
+    return static_cast<T>(v);
+  } else if constexpr (std::is_floating_point_v<T>) {
+    return static_cast<T>(p.parseDouble());
+  } else if constexpr (RegisteredEnum<T>) {
+    auto const pos = p.position();
+    auto const name = p.parseIdentifier();
+    try {
+      return enumFromName<T>(name);
+    } catch (EnumRangeError const&) {
+      throw ParseError(pos, "an enumerator of " + String(EnumTraits<T>::typeName), name);
+    }
+  } else if constexpr (std::is_same_v<T, String>) {
+    return p.parseQuoted();
+  } else {
+    return T(p);
+  }
+}
+
+template <class T>
+String valueToStrep(T const& v) {
+  String out;
+  printValue(out, v);
+  return out;
+}
+
+// Parses the whole of `text` as a T; trailing text is an error.
+template <class T>
+T strepToValue(std::string_view text) {
+  Parser p(text);
+  T v = parseValue<T>(p);
+  p.expectEnd();
+  return v;
+}
+
+// Stream output of any printable value type (used by trace and by tests).
+template <Printable T>
+std::ostream& operator<<(std::ostream& os, T const& v) {
+  return os << valueToStrep(v);
+}
+
+}  // namespace Qor
