@@ -1,0 +1,166 @@
+// The value types of MPLS flood-set programming: a destination of one flood set
+// (VlanMacDest), the flooding via that one FEC is requested for (MplsFloodSetVia), the
+// hardware information the FEC side publishes for a via (MplsDestHwInfo), and one flood-set
+// destination as hardware configuration (MplsDestConfig). The entities built from them are
+// in FennEvpnVlanFloodSetHw.h (shared with the platform) and FennEvpnVlanFloodSetIndex.h
+// (private working state). floodSetVia() is the one place that decides a destination's via,
+// so the configuration side and the FEC side always meet on the same HwInfoMapping key.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "Bridging/VlanId.h"
+#include "Bridging/VlanIdOrNone.h"
+#include "Fenn/HwTunnelId.h"
+#include "FennEvpn/FennEvpn.h"
+#include "L2Rib/Dest.h"
+#include "Ostra/EthAddr.h"
+#include "Ostra/IntfId.h"
+#include "Ostra/MplsLabel.h"
+#include "Qor/Record.h"
+#include "Tunnel/TunnelId.h"
+
+namespace Fenn {
+
+// One destination of the flood set of (vlanId, macAddr).
+class VlanMacDest : public Qor::RecordValue<VlanMacDest> {
+ public:
+  static constexpr std::string_view typeName = "Fenn::VlanMacDest";
+
+  VlanMacDest() = default;
+  VlanMacDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest)
+      : vlanId_(vlanId), macAddr_(macAddr), dest_(dest) {}
+  explicit VlanMacDest(Qor::Parser& p) { parseFields(p); }
+
+  Bridging::VlanId vlanId() const noexcept { return vlanId_; }
+  Ostra::EthAddr macAddr() const noexcept { return macAddr_; }
+  L2Rib::Dest const& dest() const noexcept { return dest_; }
+
+  template <class S, class V>
+  static void visitFields(S& self, V&& visit) {
+    visit("vlanId", self.vlanId_);
+    visit("macAddr", self.macAddr_);
+    visit("dest", self.dest_);
+  }
+
+  auto operator<=>(VlanMacDest const&) const = default;
+  bool operator==(VlanMacDest const&) const = default;
+
+ private:
+  Bridging::VlanId vlanId_;
+  Ostra::EthAddr macAddr_;
+  L2Rib::Dest dest_;
+};
+
+// One MPLS flooding via: the unit that gets a FEC of its own. The VLAN is set only for
+// tunnels that carry a VLAN (see floodSetVia); otherwise it is none.
+class MplsFloodSetVia : public Qor::RecordValue<MplsFloodSetVia> {
+ public:
+  static constexpr std::string_view typeName = "Fenn::MplsFloodSetVia";
+
+  MplsFloodSetVia() = default;
+  MplsFloodSetVia(TunnelId tunnelId, Ostra::MplsLabel label, Bridging::VlanIdOrNone vlanId = {})
+      : tunnelId_(tunnelId), label_(label), vlanId_(vlanId) {}
+  explicit MplsFloodSetVia(Qor::Parser& p) { parseFields(p); }
+
+  TunnelId tunnelId() const noexcept { return tunnelId_; }
+  Ostra::MplsLabel label() const noexcept { return label_; }
+  Bridging::VlanIdOrNone vlanId() const noexcept { return vlanId_; }
+
+  template <class S, class V>
+  static void visitFields(S& self, V&& visit) {
+    visit("tunnelId", self.tunnelId_);
+    visit("label", self.label_);
+    visit("vlanId", self.vlanId_);
+  }
+
+  auto operator<=>(MplsFloodSetVia const&) const = default;
+  bool operator==(MplsFloodSetVia const&) const = default;
+
+ private:
+  TunnelId tunnelId_;
+  Ostra::MplsLabel label_;
+  Bridging::VlanIdOrNone vlanId_;
+};
+
+// What the hardware answered for a via's FEC: the identifier that tunnel programming uses
+// and the layer-2 interface of the FEC. A value only; it has no meaningful order.
+class MplsDestHwInfo : public Qor::RecordValue<MplsDestHwInfo> {
+ public:
+  static constexpr std::string_view typeName = "Fenn::MplsDestHwInfo";
+
+  MplsDestHwInfo() = default;
+  MplsDestHwInfo(uint64_t hwIdForTunnelProgramming, Ostra::IntfId l2IntfId)
+      : hwIdForTunnelProgramming_(hwIdForTunnelProgramming), l2IntfId_(l2IntfId) {}
+  explicit MplsDestHwInfo(Qor::Parser& p) { parseFields(p); }
+
+  uint64_t hwIdForTunnelProgramming() const noexcept { return hwIdForTunnelProgramming_; }
+  Ostra::IntfId l2IntfId() const noexcept { return l2IntfId_; }
+
+  template <class S, class V>
+  static void visitFields(S& self, V&& visit) {
+    visit("hwIdForTunnelProgramming", self.hwIdForTunnelProgramming_);
+    visit("l2IntfId", self.l2IntfId_);
+  }
+
+  bool operator==(MplsDestHwInfo const&) const = default;
+  auto operator<=>(MplsDestHwInfo const&) const = delete;
+
+ private:
+  uint64_t hwIdForTunnelProgramming_ = 0;
+  Ostra::IntfId l2IntfId_;
+};
+
+// One MPLS destination of one flood set as the hardware is asked to program it. The
+// default label is "no label", so a default configuration never equals a real one.
+class MplsDestConfig : public Qor::RecordValue<MplsDestConfig> {
+ public:
+  static constexpr std::string_view typeName = "Fenn::MplsDestConfig";
+
+  MplsDestConfig() = default;
+  MplsDestConfig(TunnelId tunnelId, Ostra::MplsLabel label, HwTunnelId hwTunnelId, uint64_t hwIdForTunnelProgramming,
+                 Ostra::IntfId l2IntfId)
+      : tunnelId_(tunnelId),
+        label_(label),
+        hwTunnelId_(hwTunnelId),
+        hwIdForTunnelProgramming_(hwIdForTunnelProgramming),
+        l2IntfId_(l2IntfId) {}
+  explicit MplsDestConfig(Qor::Parser& p) { parseFields(p); }
+
+  TunnelId tunnelId() const noexcept { return tunnelId_; }
+  Ostra::MplsLabel label() const noexcept { return label_; }
+  HwTunnelId hwTunnelId() const noexcept { return hwTunnelId_; }
+  uint64_t hwIdForTunnelProgramming() const noexcept { return hwIdForTunnelProgramming_; }
+  Ostra::IntfId l2IntfId() const noexcept { return l2IntfId_; }
+
+  template <class S, class V>
+  static void visitFields(S& self, V&& visit) {
+    visit("tunnelId", self.tunnelId_);
+    visit("label", self.label_);
+    visit("hwTunnelId", self.hwTunnelId_);
+    visit("hwIdForTunnelProgramming", self.hwIdForTunnelProgramming_);
+    visit("l2IntfId", self.l2IntfId_);
+  }
+
+  auto operator<=>(MplsDestConfig const&) const = default;
+  bool operator==(MplsDestConfig const&) const = default;
+
+ private:
+  TunnelId tunnelId_;
+  Ostra::MplsLabel label_ = Ostra::MplsLabel::none();
+  HwTunnelId hwTunnelId_;
+  uint64_t hwIdForTunnelProgramming_ = 0;
+  Ostra::IntfId l2IntfId_;
+};
+
+// The via of a flood-set destination over `tunnelId` with `label` in `vlanId`: tunnels of
+// the VLAN-carrying type keep one via (and so one FEC) per VLAN; every other tunnel shares
+// one via across VLANs. Throws "VlanIdOrNone::value > 4094 not allowed" for VLAN 4095 on a
+// VLAN-carrying tunnel.
+MplsFloodSetVia floodSetVia(TunnelId tunnelId, Ostra::MplsLabel label, Bridging::VlanId vlanId);
+
+// The via of an MPLS flood-set destination (asserts that it is one).
+MplsFloodSetVia floodSetVia(VlanMacDest const& d);
+
+}  // namespace Fenn
