@@ -1,0 +1,29 @@
+// The interface through which EvpnHwTunnelIdSm gets hardware tunnel IDs: the platform's
+// hardware layer subclasses it with its real allocator. The base operations exist so that
+// an agent without that layer still runs: with "FENN_NOOP_AGENT" set, allocation always
+// fails softly (an invalid ID) and release does nothing; without it, they abort.
+#pragma once
+
+#include <string_view>
+
+#include "Fenn/FennBaseHelper.h"
+#include "Fenn/HwTunnelId.h"
+#include "Fenn/HwTunnelIdType.h"
+#include "Qor/String.h"
+
+namespace FennHelper {
+
+class EvpnHwTunnelIdSmHelper : public Fenn::FennBaseHelper {
+ public:
+  explicit EvpnHwTunnelIdSmHelper(Qor::String name) : FennBaseHelper(std::move(name)) {}
+
+  std::string_view fwkType() const override { return "FennHelper::EvpnHwTunnelIdSmHelper"; }
+
+  // A free ID of the pool `type`, now owned by the caller; an invalid ID when the pool is
+  // exhausted.
+  virtual Fenn::HwTunnelId getHwTunnelId(Fenn::HwTunnelIdType type);
+  // Gives an ID obtained from getHwTunnelId back to its pool.
+  virtual void releaseHwTunnelId(Fenn::HwTunnelId const& id);
+};
+
+}  // namespace FennHelper
