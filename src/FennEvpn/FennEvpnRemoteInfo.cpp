@@ -1,0 +1,7 @@
+#include "FennEvpn/FennEvpnRemoteInfo.h"
+
+namespace Fenn {
+
+Qor::Ptr<EvpnRemoteInfo> evpnRemoteInfoFactory() { return Qor::Ptr<EvpnRemoteInfo>(new EvpnRemoteInfo); }
+
+}  // namespace Fenn

@@ -1,0 +1,48 @@
+// EvpnRemoteInfoFinderSm counts, per remote tunnel, how many (VLAN, MAC flood set,
+// destination) entries of the layer-2 RIB's flood sets lead to it, and keeps those counts
+// in EvpnRemoteInfo. Counts follow notifications one step at a time (an add notification
+// for a destination present in its flood set counts up, a removal counts down); they are
+// never recomputed from the input. Its reactors walk the input when they are created, so
+// a state machine built on a populated input counts everything already there.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnRemoteInfo.h"
+#include "L2Rib/FloodSetOutput.h"
+#include "Ostra/EthAddr.h"
+#include "Qor/Collection.h"
+#include "Qor/StateMachine.h"
+
+namespace Fenn {
+
+class EvpnRemoteInfoFinderSm : public Qor::StateMachine {
+ public:
+  EvpnRemoteInfoFinderSm(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput, Qor::Ptr<EvpnRemoteInfo> remoteInfo);
+  ~EvpnRemoteInfoFinderSm() override;
+  std::string_view fwkType() const override { return "Fenn::EvpnRemoteInfoFinderSm"; }
+
+  L2Rib::FloodSetOutput const* floodSetOutput() const noexcept { return floodSetOutput_.get(); }
+  EvpnRemoteInfo* remoteInfo() const noexcept { return remoteInfo_.get(); }
+
+ private:
+  class QorFloodSet;
+  class QorVlanFloodSet;
+  class QorFloodSetOutput;
+
+  // The one place where counts change.
+  void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest);
+  bool isDestPresent(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest) const;
+
+  Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;
+  Qor::Ptr<EvpnRemoteInfo> remoteInfo_;
+  Qor::ReactorMap<Bridging::VlanId, QorVlanFloodSet> vlanFloodSet_;
+  std::unique_ptr<QorFloodSetOutput> qorFloodSetOutput_;
+};
+
+Qor::Ptr<EvpnRemoteInfoFinderSm> evpnRemoteInfoFinderSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+                                                               Qor::Ptr<EvpnRemoteInfo> remoteInfo);
+
+}  // namespace Fenn
