@@ -1,0 +1,69 @@
+#include "Keel/NumAllocator.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "Qor/Assert.h"
+
+namespace Keel {
+
+NumAllocator::NumAllocator(NumAllocatorConfig const& config, Qor::Ptr<TimerWheel> timerWheel)
+    : config_(config), timerWheel_(std::move(timerWheel)), nextUnused_(config.range().first()) {
+  QOR_ASSERT(timerWheel_);
+  QOR_ASSERT(config_.range().first() <= config_.range().last());
+  QOR_ASSERT(config_.range().last() <= uint64_t{std::numeric_limits<Number>::max()});
+  QOR_ASSERT(config_.expiryTime() >= 0.0);
+}
+
+NumAllocator::Number NumAllocator::getNumber() {
+  Number n;
+  if (!released_.empty() && released_.front().reusableAt <= timerWheel_->now()) {
+    n = released_.front().number;
+    released_.pop_front();
+  } else if (nextUnused_ <= config_.range().last()) {
+    n = static_cast<Number>(nextUnused_++);
+    if ((nextUnused_ - 1 - config_.range().first()) % 64 == 0) inUseBits_.push_back(0);
+  } else {
+    return invalidNumber();
+  }
+  inUseIs(n, true);
+  return n;
+}
+
+void NumAllocator::releaseNumber(Number n) {
+  QOR_ASSERT(numberInUse(n));
+  inUseIs(n, false);
+  released_.push_back({n, timerWheel_->now() + config_.expiryTime()});
+}
+
+bool NumAllocator::numberInUse(Number n) const {
+  if (n < 0) return false;
+  uint64_t const u = static_cast<uint64_t>(n);
+  if (u < config_.range().first() || u >= nextUnused_) return false;
+  uint64_t const bit = u - config_.range().first();
+  return (inUseBits_[bit / 64] >> (bit % 64)) & 1;
+}
+
+void NumAllocator::inUseIs(Number n, bool inUse) {
+  uint64_t const bit = static_cast<uint64_t>(n) - config_.range().first();
+  uint64_t const mask = uint64_t{1} << (bit % 64);
+  if (inUse) {
+    inUseBits_[bit / 64] |= mask;
+    ++inUseCount_;
+  } else {
+    inUseBits_[bit / 64] &= ~mask;
+    --inUseCount_;
+  }
+}
+
+NumAllocatorStatus NumAllocator::status() const {
+  double const now = timerWheel_->now();
+  auto const heldFrom = std::partition_point(released_.begin(), released_.end(),
+                                             [now](Released const& r) { return r.reusableAt <= now; });
+  uint64_t const expired = static_cast<uint64_t>(heldFrom - released_.begin());
+  uint64_t const neverUsed = config_.range().last() + 1 - nextUnused_;
+  return NumAllocatorStatus(inUseCount_, released_.size() - expired, expired + neverUsed, nextUnused_);
+}
+
+}  // namespace Keel

@@ -1,0 +1,91 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+
+#include "Keel/ManualClock.h"
+#include "Keel/NumAllocator.h"
+
+namespace {
+
+using Keel::NumAllocator;
+using Keel::NumAllocatorStatus;
+
+class NumAllocatorTest : public ::testing::Test {
+ protected:
+  Qor::Ptr<NumAllocator> allocator(uint64_t first, uint64_t last, double expiry = 10.0) {
+    return Qor::Ptr<NumAllocator>(new NumAllocator(Keel::NumAllocatorConfig(Keel::Range(first, last), expiry), wheel));
+  }
+
+  Qor::Ptr<Keel::ManualClock> clock{new Keel::ManualClock};
+  Qor::Ptr<Keel::TaskScheduler> scheduler{new Keel::TaskScheduler(clock)};
+  Qor::Ptr<Keel::TimerWheel> wheel{new Keel::TimerWheel(scheduler)};
+};
+
+TEST_F(NumAllocatorTest, HandsOutEachNumberOfASmallRangeThenRunsOut) {
+  auto a = allocator(10, 12);
+  EXPECT_EQ(a->getNumber(), 10);
+  EXPECT_EQ(a->getNumber(), 11);
+  EXPECT_EQ(a->getNumber(), 12);
+  EXPECT_EQ(a->getNumber(), NumAllocator::invalidNumber());
+  EXPECT_EQ(a->status(), NumAllocatorStatus(3, 0, 0, 13));
+  EXPECT_TRUE(a->numberInUse(11));
+  EXPECT_FALSE(a->numberInUse(NumAllocator::invalidNumber()));
+}
+
+TEST_F(NumAllocatorTest, ReleasedNumbersAreHeldBackUntilTheyExpire) {
+  auto a = allocator(0, 2, 10.0);
+  for (int i = 0; i < 3; ++i) a->getNumber();
+  a->releaseNumber(1);
+  clock->advance(1);
+  a->releaseNumber(0);
+  EXPECT_EQ(a->status(), NumAllocatorStatus(1, 2, 0, 3));
+  EXPECT_EQ(a->getNumber(), NumAllocator::invalidNumber());
+
+  clock->nowIs(9.5);
+  EXPECT_EQ(a->getNumber(), NumAllocator::invalidNumber());
+  clock->nowIs(10);
+  EXPECT_EQ(a->status(), NumAllocatorStatus(1, 1, 1, 3));
+  EXPECT_EQ(a->getNumber(), 1);  // released first, reusable first
+  EXPECT_EQ(a->getNumber(), NumAllocator::invalidNumber());
+  clock->nowIs(11);
+  EXPECT_EQ(a->getNumber(), 0);
+  EXPECT_EQ(a->status(), NumAllocatorStatus(3, 0, 0, 3));
+}
+
+TEST_F(NumAllocatorTest, ExpiredNumbersAreReusedBeforeNeverUsedOnes) {
+  auto a = allocator(100, 199, 0.5);
+  EXPECT_EQ(a->getNumber(), 100);
+  EXPECT_EQ(a->getNumber(), 101);
+  a->releaseNumber(100);
+  EXPECT_EQ(a->getNumber(), 102);  // 100 still held back
+  clock->advance(0.5);
+  EXPECT_EQ(a->getNumber(), 100);
+  EXPECT_EQ(a->status(), NumAllocatorStatus(3, 0, 97, 103));
+}
+
+TEST_F(NumAllocatorTest, HugeRangesAreNotBuiltUpFront) {
+  auto a = allocator(0, 0xFFFFFFFF);
+  for (int64_t i = 0; i < 100000; ++i) ASSERT_EQ(a->getNumber(), i);
+  EXPECT_EQ(a->status(), NumAllocatorStatus(100000, 0, 0x100000000 - 100000, 100000));
+
+  uint64_t const top = std::numeric_limits<NumAllocator::Number>::max();
+  auto widest = allocator(top - (uint64_t{1} << 62), top);
+  EXPECT_EQ(widest->getNumber(), int64_t(top - (uint64_t{1} << 62)));
+  EXPECT_EQ(widest->status().freeCount(), uint64_t{1} << 62);
+}
+
+TEST_F(NumAllocatorTest, ReleasingANumberNotInUseIsACallerBug) {
+  auto a = allocator(5, 9);
+  a->getNumber();
+  a->getNumber();
+  a->releaseNumber(5);
+  EXPECT_DEATH(a->releaseNumber(5), "assertion failed: numberInUse\\(n\\)");
+  EXPECT_DEATH(a->releaseNumber(7), "numberInUse");  // in range, never handed out
+  EXPECT_DEATH(a->releaseNumber(4), "numberInUse");  // below the range
+  EXPECT_DEATH(a->releaseNumber(NumAllocator::invalidNumber()), "numberInUse");
+  a->releaseNumber(6);
+  EXPECT_EQ(a->status(), NumAllocatorStatus(0, 2, 3, 7));
+}
+
+}  // namespace
