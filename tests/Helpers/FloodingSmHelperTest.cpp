@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "AttributeLog.h"
+#include "FennEvpn/FennEvpnFloodingSmHelper.h"
+#include "FennEvpn/FennEvpnFloodingSmHelperStub.h"
+
+using Bridging::VlanId;
+using Bridging::VlanIdOrNone;
+using Fenn::HwTunnelId;
+using Fenn::TunnelId;
+using FennHelper::EvpnFloodingSmHelper;
+using FennHelper::EvpnFloodingSmHelperStub;
+using Ostra::IntfId;
+using Ostra::MplsLabel;
+using Stub = EvpnFloodingSmHelperStub;
+
+namespace {
+
+IntfId const lag = IntfId::portChannel(10);
+IntfId const member = IntfId::ethernet(3);
+HwTunnelId const hwTid(Fenn::hwTunnelIdTypeSharedEs, 4);
+
+class FloodingSmHelperStubTest : public ::testing::Test {
+ protected:
+  Qor::Ptr<Stub> stub = FennHelper::evpnFloodingSmHelperStubFactory("flooding");
+};
+
+TEST_F(FloodingSmHelperStubTest, CreatesRecordTheLatestCallAndReturnTheSetResult) {
+  EXPECT_EQ(stub->createVlan(VlanId(10), VlanIdOrNone(20)), Fenn::programmed);
+  stub->createVlanRcIs(Fenn::notProgrammed);
+  EXPECT_EQ(stub->createVlan(VlanId(11), VlanIdOrNone()), Fenn::notProgrammed);
+  EXPECT_EQ(stub->createVlanCount(), 2u);
+  EXPECT_EQ(stub->createVlanVlanId(), VlanId(11));
+  EXPECT_TRUE(stub->createVlanDot1q().isNone());
+
+  stub->createNonDfPortRcIs(Fenn::invalidHwId);
+  EXPECT_EQ(stub->createNonDfPort(lag, member, VlanId(10)), Fenn::invalidHwId);
+  EXPECT_EQ(stub->createNonDfPortIntfId(), member);  // the member, not the LAG
+
+  EXPECT_EQ(stub->createVlanToDot1qMapping(lag, member, VlanId(10), VlanIdOrNone(30)), Fenn::programmed);
+  EXPECT_EQ(stub->createVlanToDot1qParentIntfId(), lag);
+  EXPECT_EQ(stub->createVlanToDot1qMemberIntfId(), member);
+  EXPECT_EQ(stub->createVlanToDot1qDot1q(), VlanIdOrNone(30));
+
+  stub->createEsiDataRcIs(Fenn::notProgrammed);
+  EXPECT_EQ(stub->createEsiData(lag, member, VlanId(10), TunnelId(7), hwTid, MplsLabel(100), MplsLabel(200)),
+            Fenn::notProgrammed);
+  EXPECT_EQ(stub->createEsiDataTid(), TunnelId(7));
+  EXPECT_EQ(stub->createEsiDataHwTid(), hwTid);
+  EXPECT_EQ(stub->createEsiDataLabel(), MplsLabel(100));  // the remote label only
+  EXPECT_EQ(stub->createEsiDataCount(), 1u);
+}
+
+TEST_F(FloodingSmHelperStubTest, DeletesRecordTheLatestCall) {
+  stub->deleteVlan(VlanId(10), VlanIdOrNone(20));
+  stub->deleteNonDfPort(lag, member, VlanId(11));
+  stub->deleteVlanToDot1qMapping(lag, member, VlanId(12), VlanIdOrNone(22));
+  stub->deleteEsiData(lag, member, VlanId(13), TunnelId(7), hwTid);
+  stub->deleteEsiData(lag, member, VlanId(14), TunnelId(8), hwTid);
+  EXPECT_EQ(stub->deleteVlanDot1q(), VlanIdOrNone(20));
+  EXPECT_EQ(stub->deleteNonDfPortIntfId(), member);
+  EXPECT_EQ(stub->deleteNonDfPortVlanId(), VlanId(11));
+  EXPECT_EQ(stub->deleteVlanToDot1qVlanId(), VlanId(12));
+  EXPECT_EQ(stub->deleteVlanToDot1qParentIntfId(), lag);
+  EXPECT_EQ(stub->deleteEsiDataVlanId(), VlanId(14));
+  EXPECT_EQ(stub->deleteEsiDataTid(), TunnelId(8));
+  EXPECT_EQ(stub->deleteEsiDataCount(), 2u);
+  EXPECT_EQ(stub->deleteVlanCount() + stub->deleteNonDfPortCount() + stub->deleteVlanToDot1qCount(), 3u);
+}
+
+TEST_F(FloodingSmHelperStubTest, ArgumentsNotifyInOrderBeforeTheCounter) {
+  auto log = AttributeLog::watch(stub.get());
+  stub->createEsiData(lag, member, VlanId(10), TunnelId(7), hwTid, MplsLabel(100), MplsLabel(200));
+  EXPECT_EQ(log->ids, (std::vector<Qor::AttributeId>{Stub::createEsiDataParentIntfIdAttr,
+                                                     Stub::createEsiDataMemberIntfIdAttr, Stub::createEsiDataVlanIdAttr,
+                                                     Stub::createEsiDataTidAttr, Stub::createEsiDataHwTidAttr,
+                                                     Stub::createEsiDataLabelAttr, Stub::createEsiDataCountAttr}));
+}
+
+TEST_F(FloodingSmHelperStubTest, AWatcherOfTheCounterSeesTheWholeCall) {
+  std::vector<IntfId> members;
+  auto log = AttributeLog::watch(stub.get(), [&](Qor::AttributeId attr, void const*) {
+    if (attr == Stub::createVlanToDot1qCountAttr) members.push_back(stub->createVlanToDot1qMemberIntfId());
+  });
+  stub->createVlanToDot1qMapping(lag, IntfId::ethernet(1), VlanId(10), VlanIdOrNone(30));
+  stub->createVlanToDot1qMapping(lag, IntfId::ethernet(2), VlanId(10), VlanIdOrNone(30));
+  EXPECT_EQ(members, (std::vector<IntfId>{IntfId::ethernet(1), IntfId::ethernet(2)}));
+}
+
+TEST_F(FloodingSmHelperStubTest, BooleanAttributesNotifyOnlyOnChange) {
+  auto log = AttributeLog::watch(stub.get());
+  stub->programCpuIntfIs(false);
+  stub->updateSupportedOnCreateEsiDataIs(false);
+  EXPECT_TRUE(log->ids.empty());
+  stub->programCpuIntfIs(true);
+  stub->programCpuIntfIs(true);
+  stub->updateSupportedOnCreateEsiDataIs(true);
+  EXPECT_EQ(log->ids, (std::vector<Qor::AttributeId>{EvpnFloodingSmHelper::programCpuIntfAttr,
+                                                     EvpnFloodingSmHelper::updateSupportedOnCreateEsiDataAttr}));
+}
+
+// The base operations are what an agent without a hardware layer runs.
+class FloodingSmHelperBaseTest : public ::testing::Test {
+ protected:
+  void SetUp() override { unsetenv("FENN_NOOP_AGENT"); }
+  void TearDown() override { unsetenv("FENN_NOOP_AGENT"); }
+  Qor::Ptr<EvpnFloodingSmHelper> helper{new EvpnFloodingSmHelper("base")};
+};
+
+TEST_F(FloodingSmHelperBaseTest, VlanAndNonDfOperationsFailSoftlyWithoutTheVariable) {
+  EXPECT_EQ(helper->createVlan(VlanId(10), VlanIdOrNone()), Fenn::notProgrammed);
+  EXPECT_EQ(helper->createNonDfPort(lag, member, VlanId(10)), Fenn::notProgrammed);
+  helper->deleteVlan(VlanId(10), VlanIdOrNone());
+  helper->deleteNonDfPort(lag, member, VlanId(10));
+  EXPECT_FALSE(helper->programCpuIntf());
+  EXPECT_FALSE(helper->updateSupportedOnCreateEsiData());
+}
+
+TEST_F(FloodingSmHelperBaseTest, NoopAgentFailsEveryCreate) {
+  setenv("FENN_NOOP_AGENT", "1", 1);
+  EXPECT_EQ(helper->createVlanToDot1qMapping(lag, member, VlanId(10), VlanIdOrNone(30)), Fenn::notProgrammed);
+  EXPECT_EQ(helper->createEsiData(lag, member, VlanId(10), TunnelId(7), hwTid, MplsLabel(1), MplsLabel(2)),
+            Fenn::notProgrammed);
+  helper->deleteVlanToDot1qMapping(lag, member, VlanId(10), VlanIdOrNone(30));
+  helper->deleteEsiData(lag, member, VlanId(10), TunnelId(7), hwTid);
+}
+
+TEST_F(FloodingSmHelperBaseTest, OtherwiseUnimplementedOperationsAbort) {
+  EXPECT_DEATH(helper->createVlanToDot1qMapping(lag, member, VlanId(10), VlanIdOrNone(30)),
+               "assertion failed: Unimplemented createVlanToDot1qMapping\n");
+  EXPECT_DEATH(helper->deleteVlanToDot1qMapping(lag, member, VlanId(10), VlanIdOrNone(30)),
+               "assertion failed: Unimplemented deleteVlanToDot1qMapping\n");
+  EXPECT_DEATH(helper->createEsiData(lag, member, VlanId(10), TunnelId(7), hwTid, MplsLabel(1), MplsLabel(2)),
+               "assertion failed: Unimplemented addEsiData\n"
+               "  at /src/FennEvpn/FennEvpnFloodingSmHelper.cpp:[0-9]+ in "
+               "FennHelper::EvpnFloodingSmHelper::createEsiData\n");
+  EXPECT_DEATH(helper->deleteEsiData(lag, member, VlanId(10), TunnelId(7), hwTid),
+               "assertion failed: Unimplemented deleteEsiData\n");
+}
+
+}  // namespace
