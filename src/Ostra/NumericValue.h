@@ -30,7 +30,7 @@ class NumericValue {
   constexpr NumericValue() noexcept = default;
   constexpr explicit NumericValue(uint64_t v) : value_(checked(v)) {}
   explicit NumericValue(Qor::Parser& p)
-      : value_(static_cast<Rep>(p.parseUnsigned(Self::maxValue, "a number up to " + std::to_string(Self::maxValue)))) {}
+      : value_(static_cast<Rep>(p.parseUnsigned(Self::maxValue, "a number in range"))) {}
 
   constexpr Rep value() const noexcept { return value_; }
 
