@@ -42,9 +42,9 @@ class FennBaseHelper : public Qor::Entity {
 
 // A call counter of a recording helper: a notifying unsigned 32-bit scalar with
 // nameIs(v) and nameInc(n = 1), which returns the new count.
-#define FENN_HELPER_COUNTER(name)                        \
-  QOR_SCALAR(name, uint32_t, 0)                          \
-  uint32_t name##Inc(uint32_t n = 1) {                   \
-    name##Is(name() + n);                                \
-    return name();                                       \
+#define FENN_HELPER_COUNTER(name)      \
+  QOR_SCALAR(name, uint32_t, 0)        \
+  uint32_t name##Inc(uint32_t n = 1) { \
+    name##Is(name() + n);              \
+    return name();                     \
   }

@@ -21,15 +21,15 @@
 #include "Tunnel/TunnelId.h"
 
 // The key of a record: constructor, reader and type name.
-#define FENN_RECORD_KEY(Record, keyName, KeyT)                             \
- public:                                                                   \
-  explicit Record(KeyT const& keyName) : keyName##_(keyName) {}            \
-  KeyT const& keyName() const noexcept { return keyName##_; }              \
-  std::string_view fwkType() const override { return "Fenn::" #Record; }   \
-                                                                           \
- private:                                                                  \
-  KeyT const keyName##_;                                                   \
-                                                                           \
+#define FENN_RECORD_KEY(Record, keyName, KeyT)                           \
+ public:                                                                 \
+  explicit Record(KeyT const& keyName) : keyName##_(keyName) {}          \
+  KeyT const& keyName() const noexcept { return keyName##_; }            \
+  std::string_view fwkType() const override { return "Fenn::" #Record; } \
+                                                                         \
+ private:                                                                \
+  KeyT const keyName##_;                                                 \
+                                                                         \
  public:
 
 namespace Fenn {

@@ -8,14 +8,16 @@ Fenn::HwProgrammingStatus EvpnFloodingSmHelper::createVlan(Bridging::VlanId, Bri
 
 void EvpnFloodingSmHelper::deleteVlan(Bridging::VlanId, Bridging::VlanIdOrNone) {}
 
-Fenn::HwProgrammingStatus EvpnFloodingSmHelper::createNonDfPort(Ostra::IntfId, Ostra::IntfId, Bridging::VlanId) {
+Fenn::HwProgrammingStatus EvpnFloodingSmHelper::createNonDfPort(Ostra::IntfId, Ostra::IntfId,
+                                                                Bridging::VlanId) {
   return Fenn::notProgrammed;
 }
 
 void EvpnFloodingSmHelper::deleteNonDfPort(Ostra::IntfId, Ostra::IntfId, Bridging::VlanId) {}
 
 Fenn::HwProgrammingStatus EvpnFloodingSmHelper::createVlanToDot1qMapping(Ostra::IntfId, Ostra::IntfId,
-                                                                         Bridging::VlanId, Bridging::VlanIdOrNone) {
+                                                                         Bridging::VlanId,
+                                                                         Bridging::VlanIdOrNone) {
   unimplemented("createVlanToDot1qMapping");
   return Fenn::notProgrammed;
 }
@@ -33,8 +35,8 @@ Fenn::HwProgrammingStatus EvpnFloodingSmHelper::createEsiData(Ostra::IntfId, Ost
   return Fenn::notProgrammed;
 }
 
-void EvpnFloodingSmHelper::deleteEsiData(Ostra::IntfId, Ostra::IntfId, Bridging::VlanId, Fenn::TunnelId const&,
-                                         Fenn::HwTunnelId const&) {
+void EvpnFloodingSmHelper::deleteEsiData(Ostra::IntfId, Ostra::IntfId, Bridging::VlanId,
+                                         Fenn::TunnelId const&, Fenn::HwTunnelId const&) {
   unimplemented("deleteEsiData");
 }
 

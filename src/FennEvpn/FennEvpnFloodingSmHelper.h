@@ -44,14 +44,18 @@ class EvpnFloodingSmHelper : public Fenn::FennBaseHelper {
   virtual void deleteVlan(Bridging::VlanId vlanId, Bridging::VlanIdOrNone dot1q);
   virtual Fenn::HwProgrammingStatus createNonDfPort(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
                                                     Bridging::VlanId vlanId);
-  virtual void deleteNonDfPort(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId, Bridging::VlanId vlanId);
-  virtual Fenn::HwProgrammingStatus createVlanToDot1qMapping(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
-                                                             Bridging::VlanId vlanId, Bridging::VlanIdOrNone dot1q);
+  virtual void deleteNonDfPort(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
+                               Bridging::VlanId vlanId);
+  virtual Fenn::HwProgrammingStatus createVlanToDot1qMapping(Ostra::IntfId parentIntfId,
+                                                             Ostra::IntfId memberIntfId,
+                                                             Bridging::VlanId vlanId,
+                                                             Bridging::VlanIdOrNone dot1q);
   virtual void deleteVlanToDot1qMapping(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
                                         Bridging::VlanId vlanId, Bridging::VlanIdOrNone dot1q);
   virtual Fenn::HwProgrammingStatus createEsiData(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
                                                   Bridging::VlanId vlanId, Fenn::TunnelId const& tunnelId,
-                                                  Fenn::HwTunnelId const& hwTunnelId, Ostra::MplsLabel remoteEsiLabel,
+                                                  Fenn::HwTunnelId const& hwTunnelId,
+                                                  Ostra::MplsLabel remoteEsiLabel,
                                                   Ostra::MplsLabel localEsiLabel);
   virtual void deleteEsiData(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId, Bridging::VlanId vlanId,
                              Fenn::TunnelId const& tunnelId, Fenn::HwTunnelId const& hwTunnelId);

@@ -2,7 +2,8 @@
 
 namespace FennHelper {
 
-Fenn::HwProgrammingStatus EvpnFloodingSmHelperStub::createVlan(Bridging::VlanId vlanId, Bridging::VlanIdOrNone dot1q) {
+Fenn::HwProgrammingStatus EvpnFloodingSmHelperStub::createVlan(Bridging::VlanId vlanId,
+                                                               Bridging::VlanIdOrNone dot1q) {
   createVlanVlanIdIs(vlanId);
   createVlanDot1qIs(dot1q);
   createVlanCountInc();
@@ -23,7 +24,8 @@ Fenn::HwProgrammingStatus EvpnFloodingSmHelperStub::createNonDfPort(Ostra::IntfI
   return createNonDfPortRc();
 }
 
-void EvpnFloodingSmHelperStub::deleteNonDfPort(Ostra::IntfId, Ostra::IntfId memberIntfId, Bridging::VlanId vlanId) {
+void EvpnFloodingSmHelperStub::deleteNonDfPort(Ostra::IntfId, Ostra::IntfId memberIntfId,
+                                               Bridging::VlanId vlanId) {
   deleteNonDfPortIntfIdIs(memberIntfId);
   deleteNonDfPortVlanIdIs(vlanId);
   deleteNonDfPortCountInc();
@@ -41,8 +43,9 @@ Fenn::HwProgrammingStatus EvpnFloodingSmHelperStub::createVlanToDot1qMapping(Ost
   return createVlanToDot1qRc();
 }
 
-void EvpnFloodingSmHelperStub::deleteVlanToDot1qMapping(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
-                                                        Bridging::VlanId vlanId, Bridging::VlanIdOrNone dot1q) {
+void EvpnFloodingSmHelperStub::deleteVlanToDot1qMapping(Ostra::IntfId parentIntfId,
+                                                        Ostra::IntfId memberIntfId, Bridging::VlanId vlanId,
+                                                        Bridging::VlanIdOrNone dot1q) {
   deleteVlanToDot1qParentIntfIdIs(parentIntfId);
   deleteVlanToDot1qMemberIntfIdIs(memberIntfId);
   deleteVlanToDot1qVlanIdIs(vlanId);
@@ -50,12 +53,10 @@ void EvpnFloodingSmHelperStub::deleteVlanToDot1qMapping(Ostra::IntfId parentIntf
   deleteVlanToDot1qCountInc();
 }
 
-Fenn::HwProgrammingStatus EvpnFloodingSmHelperStub::createEsiData(Ostra::IntfId parentIntfId,
-                                                                  Ostra::IntfId memberIntfId,
-                                                                  Bridging::VlanId vlanId,
-                                                                  Fenn::TunnelId const& tunnelId,
-                                                                  Fenn::HwTunnelId const& hwTunnelId,
-                                                                  Ostra::MplsLabel remoteEsiLabel, Ostra::MplsLabel) {
+Fenn::HwProgrammingStatus EvpnFloodingSmHelperStub::createEsiData(
+    Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId, Bridging::VlanId vlanId,
+    Fenn::TunnelId const& tunnelId, Fenn::HwTunnelId const& hwTunnelId, Ostra::MplsLabel remoteEsiLabel,
+    Ostra::MplsLabel) {
   createEsiDataParentIntfIdIs(parentIntfId);
   createEsiDataMemberIntfIdIs(memberIntfId);
   createEsiDataVlanIdIs(vlanId);

@@ -80,11 +80,13 @@ class EvpnFloodingSmHelperStub : public EvpnFloodingSmHelper {
   void deleteVlan(Bridging::VlanId vlanId, Bridging::VlanIdOrNone dot1q) override;
   Fenn::HwProgrammingStatus createNonDfPort(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
                                             Bridging::VlanId vlanId) override;
-  void deleteNonDfPort(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId, Bridging::VlanId vlanId) override;
+  void deleteNonDfPort(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
+                       Bridging::VlanId vlanId) override;
   Fenn::HwProgrammingStatus createVlanToDot1qMapping(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
-                                                     Bridging::VlanId vlanId, Bridging::VlanIdOrNone dot1q) override;
-  void deleteVlanToDot1qMapping(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId, Bridging::VlanId vlanId,
-                                Bridging::VlanIdOrNone dot1q) override;
+                                                     Bridging::VlanId vlanId,
+                                                     Bridging::VlanIdOrNone dot1q) override;
+  void deleteVlanToDot1qMapping(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
+                                Bridging::VlanId vlanId, Bridging::VlanIdOrNone dot1q) override;
   Fenn::HwProgrammingStatus createEsiData(Ostra::IntfId parentIntfId, Ostra::IntfId memberIntfId,
                                           Bridging::VlanId vlanId, Fenn::TunnelId const& tunnelId,
                                           Fenn::HwTunnelId const& hwTunnelId, Ostra::MplsLabel remoteEsiLabel,

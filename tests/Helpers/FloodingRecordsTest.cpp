@@ -1,8 +1,7 @@
-#include "FennEvpn/FennEvpnFloodingRecords.h"
-
 #include <gtest/gtest.h>
 
 #include "AttributeLog.h"
+#include "FennEvpn/FennEvpnFloodingRecords.h"
 
 using Bridging::VlanId;
 using Ostra::IntfId;

@@ -73,10 +73,11 @@ TEST_F(FloodingSmHelperStubTest, DeletesRecordTheLatestCall) {
 TEST_F(FloodingSmHelperStubTest, ArgumentsNotifyInOrderBeforeTheCounter) {
   auto log = AttributeLog::watch(stub.get());
   stub->createEsiData(lag, member, VlanId(10), TunnelId(7), hwTid, MplsLabel(100), MplsLabel(200));
-  EXPECT_EQ(log->ids, (std::vector<Qor::AttributeId>{Stub::createEsiDataParentIntfIdAttr,
-                                                     Stub::createEsiDataMemberIntfIdAttr, Stub::createEsiDataVlanIdAttr,
-                                                     Stub::createEsiDataTidAttr, Stub::createEsiDataHwTidAttr,
-                                                     Stub::createEsiDataLabelAttr, Stub::createEsiDataCountAttr}));
+  EXPECT_EQ(log->ids,
+            (std::vector<Qor::AttributeId>{Stub::createEsiDataParentIntfIdAttr,
+                                           Stub::createEsiDataMemberIntfIdAttr, Stub::createEsiDataVlanIdAttr,
+                                           Stub::createEsiDataTidAttr, Stub::createEsiDataHwTidAttr,
+                                           Stub::createEsiDataLabelAttr, Stub::createEsiDataCountAttr}));
 }
 
 TEST_F(FloodingSmHelperStubTest, AWatcherOfTheCounterSeesTheWholeCall) {
@@ -97,8 +98,9 @@ TEST_F(FloodingSmHelperStubTest, BooleanAttributesNotifyOnlyOnChange) {
   stub->programCpuIntfIs(true);
   stub->programCpuIntfIs(true);
   stub->updateSupportedOnCreateEsiDataIs(true);
-  EXPECT_EQ(log->ids, (std::vector<Qor::AttributeId>{EvpnFloodingSmHelper::programCpuIntfAttr,
-                                                     EvpnFloodingSmHelper::updateSupportedOnCreateEsiDataAttr}));
+  EXPECT_EQ(log->ids,
+            (std::vector<Qor::AttributeId>{EvpnFloodingSmHelper::programCpuIntfAttr,
+                                           EvpnFloodingSmHelper::updateSupportedOnCreateEsiDataAttr}));
 }
 
 // The base operations are what an agent without a hardware layer runs.

@@ -1,10 +1,9 @@
-#include "FennEvpn/FennEvpnHwTunnelIdQueue.h"
-
 #include <gtest/gtest.h>
 
 #include <vector>
 
 #include "AttributeLog.h"
+#include "FennEvpn/FennEvpnHwTunnelIdQueue.h"
 
 using Fenn::HwTunnelId;
 using FennHelper::HwTunnelIdMetadata;
@@ -110,8 +109,8 @@ TEST_F(HwTunnelIdQueueTest, NotifiesElementThenMetadataOnlyWhenItMoves) {
   queue->hwTunnelIdDeq();
   EXPECT_EQ(log->ids, (std::vector<Qor::AttributeId>{
                           HwTunnelIdQueue::hwTunnelIdAttr, HwTunnelIdQueue::hwTunnelIdMetadataAttr,
-                          HwTunnelIdQueue::hwTunnelIdAttr,
-                          HwTunnelIdQueue::hwTunnelIdAttr, HwTunnelIdQueue::hwTunnelIdMetadataAttr}));
+                          HwTunnelIdQueue::hwTunnelIdAttr, HwTunnelIdQueue::hwTunnelIdAttr,
+                          HwTunnelIdQueue::hwTunnelIdMetadataAttr}));
 }
 
 TEST_F(HwTunnelIdQueueTest, EnqueueFromANotificationGetsItsOwnIndex) {

@@ -57,9 +57,10 @@ TEST_F(HwTunnelIdSmHelperStubTest, SameIdReleasedTwiceStillCounts) {
   EXPECT_EQ(stub->releaseHwTunnelIdCount(), 2u);
   EXPECT_EQ(stub->releaseHwTunnelIdHwTunnelId(), defaultId(5));
   // The latest ID did not change on the second call, so only the counter notified.
-  EXPECT_EQ(log->ids, (std::vector<Qor::AttributeId>{EvpnHwTunnelIdSmHelperStub::releaseHwTunnelIdCountAttr,
-                                                     EvpnHwTunnelIdSmHelperStub::releaseHwTunnelIdHwTunnelIdAttr,
-                                                     EvpnHwTunnelIdSmHelperStub::releaseHwTunnelIdCountAttr}));
+  EXPECT_EQ(log->ids,
+            (std::vector<Qor::AttributeId>{EvpnHwTunnelIdSmHelperStub::releaseHwTunnelIdCountAttr,
+                                           EvpnHwTunnelIdSmHelperStub::releaseHwTunnelIdHwTunnelIdAttr,
+                                           EvpnHwTunnelIdSmHelperStub::releaseHwTunnelIdCountAttr}));
 }
 
 TEST_F(HwTunnelIdSmHelperStubTest, PoolWithoutQueueIsASetUpError) {
@@ -84,8 +85,10 @@ TEST_F(HwTunnelIdSmHelperBaseTest, NoopAgentFailsAllocationSoftly) {
 }
 
 TEST_F(HwTunnelIdSmHelperBaseTest, OtherwiseUnimplementedOperationsAbort) {
-  EXPECT_DEATH(helper->getHwTunnelId(hwTunnelIdTypeDefault), "assertion failed: Unimplemented getHwTunnelId\n");
-  EXPECT_DEATH(helper->releaseHwTunnelId(defaultId(1)), "assertion failed: Unimplemented releaseHwTunnelId\n");
+  EXPECT_DEATH(helper->getHwTunnelId(hwTunnelIdTypeDefault),
+               "assertion failed: Unimplemented getHwTunnelId\n");
+  EXPECT_DEATH(helper->releaseHwTunnelId(defaultId(1)),
+               "assertion failed: Unimplemented releaseHwTunnelId\n");
 }
 
 }  // namespace
