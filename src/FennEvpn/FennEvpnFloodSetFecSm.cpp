@@ -1,0 +1,450 @@
+#include "FennEvpn/FennEvpnFloodSetFecSm.h"
+
+#include <utility>
+
+#include "FennEvpn/FennEvpn.h"
+#include "Qor/Assert.h"
+#include "Qor/Trace.h"
+
+QOR_TRACE_SOURCE("/src/FennEvpn/FennEvpnFloodSetFecSm")
+
+namespace Fenn {
+
+using Vasp::Fib::Fec;
+using Vasp::Fib::FecId;
+
+FecId indexToFecId(int64_t index) {
+  QOR_ASSERT_TEXT(index >= 0, "index >= 0");
+  return FecId(floodSetFecAdjType, static_cast<uint64_t>(index));
+}
+
+// Watches one MAC flood set's destinations.
+class EvpnFloodSetFecSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet, EvpnFloodSetFecSm> {
+ public:
+  QorFloodSet(L2Rib::FloodSet const* floodSet, EvpnFloodSetFecSm* sm, Bridging::VlanId vlanId)
+      : ReactorOf(floodSet, sm), vlanId_(vlanId) {}
+
+  void onCreate() override { handleFloodSet(); }
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == L2Rib::FloodSet::destSetAttr) handleDestSet(Qor::keyAs<L2Rib::Dest>(key));
+  }
+
+  // The flood set has left the input: each destination it still holds is gone with it.
+  // The reactor keeps the entity alive, so its last contents are still readable here.
+  void handleFloodSetRemoved() {
+    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleFloodSetRemoved", " vlan: ", vlanId_, " mac: ",
+           notifier()->macAddr());
+    handleFloodSet();
+  }
+
+ private:
+  // Processing only writes the state machine's own caches and outputs, never the input,
+  // so walking destSet directly is safe.
+  void handleFloodSet() {
+    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_, " mac: ",
+           notifier()->macAddr());
+    for (auto const& dest : notifier()->destSet()) sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
+  }
+
+  void handleDestSet(L2Rib::Dest const& dest) {
+    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_, " mac: ",
+           notifier()->macAddr(), " dest: ", dest);
+    sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
+  }
+
+  Bridging::VlanId vlanId_;
+};
+
+// Keeps one QorFloodSet per MAC flood set of one VLAN.
+class EvpnFloodSetFecSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanFloodSet, EvpnFloodSetFecSm> {
+ public:
+  using ReactorOf::ReactorOf;
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == L2Rib::VlanFloodSet::floodSetAttr) handleFloodSet(Qor::keyAs<Ostra::EthAddr>(key));
+  }
+
+  void handleVlanFloodSetRemoved() {
+    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSet::", "handleVlanFloodSetRemoved", " vlan: ", notifier()->vlanId());
+    for (auto const& [macAddr, floodSet] : floodSet_) floodSet->handleFloodSetRemoved();
+  }
+
+ private:
+  void handleFloodSet(Ostra::EthAddr macAddr) {
+    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", notifier()->vlanId(), " mac: ",
+           macAddr);
+    if (L2Rib::FloodSet const* floodSet = notifier()->floodSet(macAddr)) {
+      floodSet_.add(macAddr, floodSet, sm(), notifier()->vlanId());
+    } else if (QorFloodSet* reactor = floodSet_.get(macAddr)) {
+      reactor->handleFloodSetRemoved();
+      floodSet_.del(macAddr);
+    }
+  }
+
+  Qor::ReactorMap<Ostra::EthAddr, QorFloodSet> floodSet_;
+};
+
+// Keeps one QorVlanFloodSet per VLAN flood set of the input, once initialized.
+class EvpnFloodSetFecSm::QorFloodSetOutput : public Qor::ReactorOf<L2Rib::FloodSetOutput, EvpnFloodSetFecSm> {
+ public:
+  using ReactorOf::ReactorOf;
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == L2Rib::FloodSetOutput::vlanFloodSetAttr && sm()->initialized()) {
+      handleVlanFloodSet(Qor::keyAs<Bridging::VlanId>(key));
+    }
+  }
+
+ private:
+  void handleVlanFloodSet(Bridging::VlanId vlanId) {
+    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSetOutput::", "handleVlanFloodSet", " vlan: ", vlanId);
+    auto& reactors = sm()->vlanFloodSet_;
+    if (L2Rib::VlanFloodSet const* vlanFloodSet = notifier()->vlanFloodSet(vlanId)) {
+      reactors.add(vlanId, vlanFloodSet, sm());
+    } else if (QorVlanFloodSet* reactor = reactors.get(vlanId)) {
+      reactor->handleVlanFloodSetRemoved();
+      reactors.del(vlanId);
+    }
+  }
+};
+
+// Watches the hardware's status of one flood set's configurations.
+class EvpnFloodSetFecSm::QorVlanFloodSetStatus
+    : public Qor::ReactorOf<VlanFloodSetStatus, EvpnFloodSetFecSm> {
+ public:
+  using ReactorOf::ReactorOf;
+
+  void onCreate() override { handleVlanFloodSetStatus(); }
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == VlanFloodSetStatus::mplsDestStatusAttr) {
+      sm()->handleMplsDestStatus(notifier()->macVlanPair(), Qor::keyAs<MplsDestConfig>(key));
+    }
+  }
+
+  // Also runs when the status has left the hardware report: its last entries then all
+  // read as no longer programmed.
+  void handleVlanFloodSetStatus() {
+    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSetStatus::", "handleVlanFloodSetStatus", " pair: ",
+           notifier()->macVlanPair());
+    // A snapshot: what follows from one entry may reach the platform, which writes this status.
+    for (auto const& config : notifier()->mplsDestStatus().keys()) {
+      sm()->handleMplsDestStatus(notifier()->macVlanPair(), config);
+    }
+  }
+};
+
+// Keeps one QorVlanFloodSetStatus per (VLAN, MAC) pair of the hardware's report.
+class EvpnFloodSetFecSm::QorVlanFloodSetHwStatus
+    : public Qor::ReactorOf<EvpnVlanFloodSetHwStatus, EvpnFloodSetFecSm> {
+ public:
+  using ReactorOf::ReactorOf;
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == EvpnVlanFloodSetHwStatus::statusAttr) handleStatus(Qor::keyAs<Bridging::MacVlanPair>(key));
+  }
+
+ private:
+  void handleStatus(Bridging::MacVlanPair const& pair) {
+    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSetHwStatus::", "handleStatus", " pair: ", pair);
+    if (!sm()->initialized()) {
+      QTRACE(8, " Not initialized!");
+      return;
+    }
+    auto& reactors = sm()->vlanFloodSetStatus_;
+    if (VlanFloodSetStatus const* status = notifier()->status(pair)) {
+      reactors.add(pair, status, sm());
+    } else if (QorVlanFloodSetStatus* reactor = reactors.get(pair)) {
+      reactor->handleVlanFloodSetStatus();
+      reactors.del(pair);
+    }
+  }
+};
+
+class EvpnFloodSetFecSm::QorHwTunnelIdMapping
+    : public TunnelIdToHwTunnelIdReactor<EvpnFloodSetFecSm> {
+ public:
+  using TableReactor::TableReactor;
+  void notify(TunnelId const& tunnelId) override {
+    if (sm()->initialized()) sm()->handleHwTunnelIdMapping(tunnelId);
+  }
+};
+
+class EvpnFloodSetFecSm::QorMplsFloodSetFecResponse
+    : public Vasp::TableReactor<FecIdToHwFecIdResponse, EvpnFloodSetFecSm> {
+ public:
+  using TableReactor::TableReactor;
+  void notify(FecId const& fecId) override {
+    if (sm()->initialized()) sm()->handleFecResponse(fecId);
+  }
+};
+
+EvpnFloodSetFecSm::EvpnFloodSetFecSm(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+                                     Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+                                     Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus,
+                                     Qor::Ptr<FecIdToHwFecIdRequest> mplsFloodSetFecRequest,
+                                     Qor::Ptr<FecIdToHwFecIdResponse const> mplsFloodSetFecResponse,
+                                     Qor::Ptr<HwInfoMapping> hwInfoMapping, Qor::Ptr<Keel::TimerWheel> timerWheel)
+    : floodSetOutput_(std::move(floodSetOutput)),
+      hwTunnelIdMapping_(std::move(hwTunnelIdMapping)),
+      vlanFloodSetHwStatus_(std::move(vlanFloodSetHwStatus)),
+      mplsFloodSetFecRequest_(std::move(mplsFloodSetFecRequest)),
+      mplsFloodSetFecResponse_(std::move(mplsFloodSetFecResponse)),
+      hwInfoMapping_(std::move(hwInfoMapping)),
+      timerWheel_(std::move(timerWheel)) {
+  qorVlanFloodSetHwStatus_ = Qor::newReactor<QorVlanFloodSetHwStatus>(vlanFloodSetHwStatus_.get(), this);
+  qorFloodSetOutput_ = Qor::newReactor<QorFloodSetOutput>(floodSetOutput_.get(), this);
+  qorMplsFloodSetFecResponse_ = Qor::newReactor<QorMplsFloodSetFecResponse>(mplsFloodSetFecResponse_.get(), this);
+  qorHwTunnelIdMapping_ = Qor::newReactor<QorHwTunnelIdMapping>(hwTunnelIdMapping_.get(), this);
+}
+
+EvpnFloodSetFecSm::~EvpnFloodSetFecSm() {
+  // Reactors go first, so that withdrawing the outputs calls nothing back in here.
+  qorHwTunnelIdMapping_.reset();
+  qorMplsFloodSetFecResponse_.reset();
+  qorFloodSetOutput_.reset();
+  qorVlanFloodSetHwStatus_.reset();
+  vlanFloodSet_.delAll();
+  vlanFloodSetStatus_.delAll();
+  for (auto const& [via, fecId] : mplsFloodSetViaCache()) {
+    mplsFloodSetFecRequest_->rowDel(fecId);
+    hwInfoMapping_->mappingDel(via);
+  }
+}
+
+Keel::NumAllocatorStatus EvpnFloodSetFecSm::numAllocatorStatus() const {
+  return numAllocator_ ? numAllocator_->status() : Keel::NumAllocatorStatus();
+}
+
+void EvpnFloodSetFecSm::handleInitialized() {
+  QTRACE(8, "EvpnFloodSetFecSm::", "handleInitialized");
+  numAllocatorConfig_ = Keel::NumAllocatorConfig(Keel::Range(fecIndexFirst, fecIndexLast), fecIndexHoldBack);
+  numAllocator_ = Qor::Ptr<Keel::NumAllocator>(new Keel::NumAllocator(numAllocatorConfig_, timerWheel_));
+  // The reactors ignored everything until now; show each of them its input's whole state.
+  // The hardware status goes first, so that no via that is still programmed looks unused.
+  qorVlanFloodSetHwStatus_->onCreate();
+  qorFloodSetOutput_->onCreate();
+  qorMplsFloodSetFecResponse_->onCreate();
+  qorHwTunnelIdMapping_->onCreate();
+}
+
+bool EvpnFloodSetFecSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
+                                         L2Rib::Dest const& dest) const {
+  L2Rib::VlanFloodSet const* vlanFloodSet = floodSetOutput_->vlanFloodSet(vlanId);
+  if (!vlanFloodSet) return false;
+  L2Rib::FloodSet const* floodSet = vlanFloodSet->floodSet(macAddr);
+  return floodSet && floodSet->destSetHas(dest);
+}
+
+bool EvpnFloodSetFecSm::isMplsDestConfigProgrammed(Bridging::MacVlanPair const& pair,
+                                                   MplsDestConfig const& config) const {
+  VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
+  if (!status) return false;
+  HwProgrammingStatus const* programming = status->mplsDestStatus().find(config);
+  return programming && *programming == programmed;
+}
+
+// Whether some configuration of the pair that is programmed still goes through `via`.
+bool EvpnFloodSetFecSm::isViaProgrammedInPair(Bridging::MacVlanPair const& pair, MplsFloodSetVia const& via) const {
+  VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
+  if (!status) return false;
+  for (auto const& [config, programming] : status->mplsDestStatus()) {
+    if (programming == programmed && config.tunnelId() == via.tunnelId() && config.label() == via.label() &&
+        floodSetVia(config.tunnelId(), config.label(), pair.vlanId()) == via) {
+      return true;
+    }
+  }
+  return false;
+}
+
+void EvpnFloodSetFecSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest) {
+  QTRACE(8, "EvpnFloodSetFecSm::", "processMplsDest", " vlan: ", vlanId, " mac: ", macAddr, " dest: ", dest);
+  QOR_ASSERT_TEXT(dest.destType() == L2Rib::destTypeMpls_, "dest.destType() == L2Rib::destTypeMpls_");
+  TunnelId const tunnelId = destMplsTunnelId(dest);
+  if (tunnelId == TunnelId::invalid()) {
+    QTRACE(1, "  Invalid tunnelId not supported ");
+    return;
+  }
+  MplsFloodSetVia const via = floodSetVia(tunnelId, dest.mpls().label(), vlanId);
+  VlanMacDest const vlanMacDest(vlanId, macAddr, dest);
+  if (isDestInFloodSet(vlanId, macAddr, dest)) {
+    floodSetEntryCacheIs(via)->vlanMacDestSetIs(vlanMacDest);
+  } else if (MplsFloodSetViaToVlanMacDestSet* entry = floodSetEntryCache(via)) {
+    entry->vlanMacDestSetDel(vlanMacDest);
+    if (entry->vlanMacDestSet().empty()) floodSetEntryCacheDel(via);
+  }
+  processFecRequest(via);
+}
+
+void EvpnFloodSetFecSm::processFecRequest(MplsFloodSetVia const& via) {
+  QTRACE(8, "EvpnFloodSetFecSm::", "processFecRequest", " (tunnelId: ", via.tunnelId(), " label: ", via.label(),
+         " vlanId: ", via.vlanId(), ")");
+  if (floodSetEntryCacheHas(via)) {
+    createOrUpdateFecRequest(via);
+  } else if (floodSetStatusCacheHas(via)) {
+    QTRACE(1, "    wait for hardware to unprogram the floodSet");
+  } else {
+    removeFecRequest(via);
+  }
+}
+
+void EvpnFloodSetFecSm::createOrUpdateFecRequest(MplsFloodSetVia const& via) {
+  QTRACE(8, "EvpnFloodSetFecSm::", "createOrUpdateFecRequest", " (tunnelId: ", via.tunnelId(), " label: ",
+         via.label(), " vlanId: ", via.vlanId(), ")");
+  HwTunnelId const hwTunnelId = hwTunnelIdMapping_->tunnelIdToHwTunnelId(via.tunnelId()).hwTunnelId();
+  FecId const fecId = getOrAllocateFecId(via);
+  Fec const fec = buildFec(fecId, via);
+  updateCachesForFecId(fecId, via, true);
+  updateTunnelInfoCache(via, true);
+  mplsFloodSetFecRequest_->rowIs(fec);
+  QTRACE(2, "     mplsFloodSetFecRequest created or updated: (tunnelId: ", via.tunnelId(), " label: ", via.label(),
+         " hwTunnelId:", hwTunnelId, " fecId: ", fecId, ")");
+}
+
+void EvpnFloodSetFecSm::removeFecRequest(MplsFloodSetVia const& via) {
+  QTRACE(8, "EvpnFloodSetFecSm::", "removeFecRequest", " (tunnelId: ", via.tunnelId(), " label: ", via.label(),
+         " vlanId: ", via.vlanId(), ")");
+  FecId const* cached = mplsFloodSetViaCache().find(via);
+  if (!cached) {
+    QTRACE(1, "     fecId not found, fecRequest already removed");
+    return;
+  }
+  FecId const fecId = *cached;
+  mplsFloodSetFecRequest_->rowDel(fecId);
+  maybeDeleteFecId(fecId);
+  updateTunnelInfoCache(via, false);
+  QTRACE(2, "     mplsFloodSetFecRequest removed: (tunnelId: ", via.tunnelId(), " label: ", via.label(),
+         " fecId: ", fecId, ")");
+}
+
+// An ID stays allocated while the hardware may still answer for it, and while a request
+// with it is out: releasing it earlier would let the allocator hand it to another via.
+void EvpnFloodSetFecSm::maybeDeleteFecId(FecId fecId) {
+  QTRACE(8, "EvpnFloodSetFecSm::", "maybeDeleteFecId", " fecId: ", fecId);
+  // Removing a request can bring the response's removal back in here before the removal
+  // returns: the ID may already be released.
+  if (!fecIdCacheHas(fecId)) return;
+  if (hasFecResponse(fecId)) {
+    QTRACE(5, "   keeping fecId until its response is removed: ", fecId);
+    return;
+  }
+  if (mplsFloodSetFecRequest_->rowHas(fecId)) {
+    QTRACE(5, "   keeping fecId while it is requested: ", fecId);
+    return;
+  }
+  QTRACE(5, "   Deleting fecId: ", fecId);
+  MplsFloodSetVia const via = fecIdCache(fecId);
+  updateCachesForFecId(fecId, via, false);
+  numAllocator_->releaseNumber(static_cast<Keel::NumAllocator::Number>(fecId.index()));
+}
+
+FecId EvpnFloodSetFecSm::getOrAllocateFecId(MplsFloodSetVia const& via) {
+  FecId const cached = mplsFloodSetViaCache(via);
+  if (cached.valid()) return cached;
+  Keel::NumAllocator::Number const index = numAllocator_->getNumber();
+  QOR_ASSERT_TEXT(index != numAllocator()->invalidNumber() && "FecId range exhausted, Not possible",
+                  "index != numAllocator()->invalidNumber() && \"FecId range exhausted, Not possible\"");
+  FecId const fecId = indexToFecId(index);
+  QTRACE(5, "   allocated fecId: ", fecId, " for tunnelId: ", via.tunnelId(), " label: ", via.label(),
+         " vlanId: ", via.vlanId());
+  return fecId;
+}
+
+Fec EvpnFloodSetFecSm::buildFec(FecId fecId, MplsFloodSetVia const& via) const {
+  Vasp::Fib::Via fibVia;
+  fibVia.intfIdIs(via.tunnelId().intfId());
+  fibVia.labelAndActionIs(Vasp::Fib::LabelAndAction(Ostra::MplsLabel::none(), Vasp::Fib::mplsActionNone));
+  fibVia.mplsLabelIs(via.label());
+  fibVia.weightIs(1);
+  fibVia.backupIs(false);
+  Fec fec(fecId);
+  fec.viaIs(Vasp::Fib::ViaIndex(0), fibVia);
+  return fec;
+}
+
+void EvpnFloodSetFecSm::updateCachesForFecId(FecId fecId, MplsFloodSetVia const& via, bool add) {
+  if (add) {
+    fecIdCacheIs(fecId, via);
+    mplsFloodSetViaCacheIs(via, fecId);
+  } else {
+    fecIdCacheDel(fecId);
+    mplsFloodSetViaCacheDel(via);
+  }
+}
+
+void EvpnFloodSetFecSm::updateTunnelInfoCache(MplsFloodSetVia const& via, bool add) {
+  if (add) {
+    tunnelInfoCacheIs(via.tunnelId())->mplsFloodSetViaSetIs(via);
+  } else if (TunnelIdToMplsFloodSetVia* entry = tunnelInfoCache(via.tunnelId())) {
+    entry->mplsFloodSetViaSetDel(via);
+    if (entry->mplsFloodSetViaSet().empty()) tunnelInfoCacheDel(via.tunnelId());
+  }
+}
+
+// Any row counts, even one without an interface: the hardware may still speak of the ID.
+bool EvpnFloodSetFecSm::hasFecResponse(FecId fecId) const { return mplsFloodSetFecResponse_->rowHas(fecId); }
+
+void EvpnFloodSetFecSm::handleFecResponse(FecId fecId) {
+  QTRACE(8, "EvpnFloodSetFecSm::", "handleFecResponse", " fecId: ", fecId);
+  if (!fecIdCacheHas(fecId)) {
+    QTRACE(1, " got stale response for FecId:", fecId);
+    return;
+  }
+  // Copies: publishing reaches the configuration side and the platform synchronously.
+  MplsFloodSetVia const via = fecIdCache(fecId);
+  FecToHwFecId const response = mplsFloodSetFecResponse_->row(fecId);
+  if (!response.intfId().empty()) {
+    hwInfoMapping_->mappingIs(via, MplsDestHwInfo(response.hwFecId(), response.intfId()));
+    QTRACE(1, " add or update hwInfo for tunnelId: ", via.tunnelId(), " label: ", via.label(), " vlanId: ",
+           via.vlanId(), " hwId: ", response.hwFecId(), " l2IntfId: ", response.intfId());
+    return;
+  }
+  if (hwInfoMapping_->mappingDel(via)) {
+    QTRACE(1, " delete hwInfo for tunnelId: ", via.tunnelId(), " label: ", via.label(), " vlanId: ", via.vlanId());
+  }
+  maybeDeleteFecId(fecId);
+}
+
+void EvpnFloodSetFecSm::handleHwTunnelIdMapping(TunnelId tunnelId) {
+  QTRACE(8, "EvpnFloodSetFecSm::", "handleHwTunnelIdMapping", " tunnelId: ", tunnelId);
+  TunnelIdToMplsFloodSetVia const* entry = tunnelInfoCache(tunnelId);
+  if (!entry) {
+    QTRACE(1, " no fecRequest associated with this tunnel ");
+    return;
+  }
+  for (auto const& via : entry->mplsFloodSetViaSet().keys()) processFecRequest(via);
+}
+
+void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) {
+  QTRACE(8, "EvpnFloodSetFecSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(), " mac: ", pair.macAddr(),
+         " tunnelId: ", config.tunnelId(), " label: ", config.label());
+  MplsFloodSetVia const via = floodSetVia(config.tunnelId(), config.label(), pair.vlanId());
+  if (isMplsDestConfigProgrammed(pair, config)) {
+    floodSetStatusCacheIs(via)->statusIs(pair);
+    return;
+  }
+  // Another destination of the same flood set may share the via and still be programmed.
+  if (isViaProgrammedInPair(pair, via)) return;
+  if (MplsFloodSetViaToFloodSetStatus* entry = floodSetStatusCache(via)) {
+    entry->statusDel(pair);
+    if (entry->status().empty()) floodSetStatusCacheDel(via);
+  }
+  QTRACE(1, "  config is removed from hardware");
+  processFecRequest(via);
+}
+
+Qor::Ptr<EvpnFloodSetFecSm> evpnFloodSetFecSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+                                                     Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+                                                     Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus,
+                                                     Qor::Ptr<FecIdToHwFecIdRequest> mplsFloodSetFecRequest,
+                                                     Qor::Ptr<FecIdToHwFecIdResponse const> mplsFloodSetFecResponse,
+                                                     Qor::Ptr<HwInfoMapping> hwInfoMapping,
+                                                     Qor::Ptr<Keel::TimerWheel> timerWheel) {
+  return Qor::Ptr<EvpnFloodSetFecSm>(new EvpnFloodSetFecSm(
+      std::move(floodSetOutput), std::move(hwTunnelIdMapping), std::move(vlanFloodSetHwStatus),
+      std::move(mplsFloodSetFecRequest), std::move(mplsFloodSetFecResponse), std::move(hwInfoMapping),
+      std::move(timerWheel)));
+}
+
+}  // namespace Fenn
