@@ -33,8 +33,8 @@ class EvpnFloodSetFecSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet, Ev
   // The flood set has left the input: each destination it still holds is gone with it.
   // The reactor keeps the entity alive, so its last contents are still readable here.
   void handleFloodSetRemoved() {
-    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleFloodSetRemoved", " vlan: ", vlanId_, " mac: ",
-           notifier()->macAddr());
+    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleFloodSetRemoved", " vlan: ", vlanId_,
+           " mac: ", notifier()->macAddr());
     handleFloodSet();
   }
 
@@ -42,14 +42,15 @@ class EvpnFloodSetFecSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet, Ev
   // Processing only writes the state machine's own caches and outputs, never the input,
   // so walking destSet directly is safe.
   void handleFloodSet() {
-    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_, " mac: ",
-           notifier()->macAddr());
-    for (auto const& dest : notifier()->destSet()) sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
+    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_,
+           " mac: ", notifier()->macAddr());
+    for (auto const& dest : notifier()->destSet())
+      sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
   }
 
   void handleDestSet(L2Rib::Dest const& dest) {
-    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_, " mac: ",
-           notifier()->macAddr(), " dest: ", dest);
+    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_,
+           " mac: ", notifier()->macAddr(), " dest: ", dest);
     sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
   }
 
@@ -66,14 +67,15 @@ class EvpnFloodSetFecSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanFloo
   }
 
   void handleVlanFloodSetRemoved() {
-    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSet::", "handleVlanFloodSetRemoved", " vlan: ", notifier()->vlanId());
+    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSet::", "handleVlanFloodSetRemoved",
+           " vlan: ", notifier()->vlanId());
     for (auto const& [macAddr, floodSet] : floodSet_) floodSet->handleFloodSetRemoved();
   }
 
  private:
   void handleFloodSet(Ostra::EthAddr macAddr) {
-    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", notifier()->vlanId(), " mac: ",
-           macAddr);
+    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", notifier()->vlanId(),
+           " mac: ", macAddr);
     if (L2Rib::FloodSet const* floodSet = notifier()->floodSet(macAddr)) {
       floodSet_.add(macAddr, floodSet, sm(), notifier()->vlanId());
     } else if (QorFloodSet* reactor = floodSet_.get(macAddr)) {
@@ -126,8 +128,8 @@ class EvpnFloodSetFecSm::QorVlanFloodSetStatus
   // Also runs when the status has left the hardware report: its last entries then all
   // read as no longer programmed.
   void handleVlanFloodSetStatus() {
-    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSetStatus::", "handleVlanFloodSetStatus", " pair: ",
-           notifier()->macVlanPair());
+    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSetStatus::", "handleVlanFloodSetStatus",
+           " pair: ", notifier()->macVlanPair());
     // A snapshot: what follows from one entry may reach the platform, which writes this status.
     for (auto const& config : notifier()->mplsDestStatus().keys()) {
       sm()->handleMplsDestStatus(notifier()->macVlanPair(), config);
@@ -162,8 +164,7 @@ class EvpnFloodSetFecSm::QorVlanFloodSetHwStatus
   }
 };
 
-class EvpnFloodSetFecSm::QorHwTunnelIdMapping
-    : public TunnelIdToHwTunnelIdReactor<EvpnFloodSetFecSm> {
+class EvpnFloodSetFecSm::QorHwTunnelIdMapping : public TunnelIdToHwTunnelIdReactor<EvpnFloodSetFecSm> {
  public:
   using TableReactor::TableReactor;
   void notify(TunnelId const& tunnelId) override {
@@ -185,7 +186,8 @@ EvpnFloodSetFecSm::EvpnFloodSetFecSm(Qor::Ptr<L2Rib::FloodSetOutput const> flood
                                      Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus,
                                      Qor::Ptr<FecIdToHwFecIdRequest> mplsFloodSetFecRequest,
                                      Qor::Ptr<FecIdToHwFecIdResponse const> mplsFloodSetFecResponse,
-                                     Qor::Ptr<HwInfoMapping> hwInfoMapping, Qor::Ptr<Keel::TimerWheel> timerWheel)
+                                     Qor::Ptr<HwInfoMapping> hwInfoMapping,
+                                     Qor::Ptr<Keel::TimerWheel> timerWheel)
     : floodSetOutput_(std::move(floodSetOutput)),
       hwTunnelIdMapping_(std::move(hwTunnelIdMapping)),
       vlanFloodSetHwStatus_(std::move(vlanFloodSetHwStatus)),
@@ -195,7 +197,8 @@ EvpnFloodSetFecSm::EvpnFloodSetFecSm(Qor::Ptr<L2Rib::FloodSetOutput const> flood
       timerWheel_(std::move(timerWheel)) {
   qorVlanFloodSetHwStatus_ = Qor::newReactor<QorVlanFloodSetHwStatus>(vlanFloodSetHwStatus_.get(), this);
   qorFloodSetOutput_ = Qor::newReactor<QorFloodSetOutput>(floodSetOutput_.get(), this);
-  qorMplsFloodSetFecResponse_ = Qor::newReactor<QorMplsFloodSetFecResponse>(mplsFloodSetFecResponse_.get(), this);
+  qorMplsFloodSetFecResponse_ =
+      Qor::newReactor<QorMplsFloodSetFecResponse>(mplsFloodSetFecResponse_.get(), this);
   qorHwTunnelIdMapping_ = Qor::newReactor<QorHwTunnelIdMapping>(hwTunnelIdMapping_.get(), this);
 }
 
@@ -246,7 +249,8 @@ bool EvpnFloodSetFecSm::isMplsDestConfigProgrammed(Bridging::MacVlanPair const& 
 }
 
 // Whether some configuration of the pair that is programmed still goes through `via`.
-bool EvpnFloodSetFecSm::isViaProgrammedInPair(Bridging::MacVlanPair const& pair, MplsFloodSetVia const& via) const {
+bool EvpnFloodSetFecSm::isViaProgrammedInPair(Bridging::MacVlanPair const& pair,
+                                              MplsFloodSetVia const& via) const {
   VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
   if (!status) return false;
   for (auto const& [config, programming] : status->mplsDestStatus()) {
@@ -258,7 +262,8 @@ bool EvpnFloodSetFecSm::isViaProgrammedInPair(Bridging::MacVlanPair const& pair,
   return false;
 }
 
-void EvpnFloodSetFecSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest) {
+void EvpnFloodSetFecSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
+                                        L2Rib::Dest const& dest) {
   QTRACE(8, "EvpnFloodSetFecSm::", "processMplsDest", " vlan: ", vlanId, " mac: ", macAddr, " dest: ", dest);
   QOR_ASSERT_TEXT(dest.destType() == L2Rib::destTypeMpls_, "dest.destType() == L2Rib::destTypeMpls_");
   TunnelId const tunnelId = destMplsTunnelId(dest);
@@ -278,8 +283,8 @@ void EvpnFloodSetFecSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr 
 }
 
 void EvpnFloodSetFecSm::processFecRequest(MplsFloodSetVia const& via) {
-  QTRACE(8, "EvpnFloodSetFecSm::", "processFecRequest", " (tunnelId: ", via.tunnelId(), " label: ", via.label(),
-         " vlanId: ", via.vlanId(), ")");
+  QTRACE(8, "EvpnFloodSetFecSm::", "processFecRequest", " (tunnelId: ", via.tunnelId(),
+         " label: ", via.label(), " vlanId: ", via.vlanId(), ")");
   if (floodSetEntryCacheHas(via)) {
     createOrUpdateFecRequest(via);
   } else if (floodSetStatusCacheHas(via)) {
@@ -290,21 +295,21 @@ void EvpnFloodSetFecSm::processFecRequest(MplsFloodSetVia const& via) {
 }
 
 void EvpnFloodSetFecSm::createOrUpdateFecRequest(MplsFloodSetVia const& via) {
-  QTRACE(8, "EvpnFloodSetFecSm::", "createOrUpdateFecRequest", " (tunnelId: ", via.tunnelId(), " label: ",
-         via.label(), " vlanId: ", via.vlanId(), ")");
+  QTRACE(8, "EvpnFloodSetFecSm::", "createOrUpdateFecRequest", " (tunnelId: ", via.tunnelId(),
+         " label: ", via.label(), " vlanId: ", via.vlanId(), ")");
   HwTunnelId const hwTunnelId = hwTunnelIdMapping_->tunnelIdToHwTunnelId(via.tunnelId()).hwTunnelId();
   FecId const fecId = getOrAllocateFecId(via);
   Fec const fec = buildFec(fecId, via);
   updateCachesForFecId(fecId, via, true);
   updateTunnelInfoCache(via, true);
   mplsFloodSetFecRequest_->rowIs(fec);
-  QTRACE(2, "     mplsFloodSetFecRequest created or updated: (tunnelId: ", via.tunnelId(), " label: ", via.label(),
-         " hwTunnelId:", hwTunnelId, " fecId: ", fecId, ")");
+  QTRACE(2, "     mplsFloodSetFecRequest created or updated: (tunnelId: ", via.tunnelId(),
+         " label: ", via.label(), " hwTunnelId:", hwTunnelId, " fecId: ", fecId, ")");
 }
 
 void EvpnFloodSetFecSm::removeFecRequest(MplsFloodSetVia const& via) {
-  QTRACE(8, "EvpnFloodSetFecSm::", "removeFecRequest", " (tunnelId: ", via.tunnelId(), " label: ", via.label(),
-         " vlanId: ", via.vlanId(), ")");
+  QTRACE(8, "EvpnFloodSetFecSm::", "removeFecRequest", " (tunnelId: ", via.tunnelId(),
+         " label: ", via.label(), " vlanId: ", via.vlanId(), ")");
   FecId const* cached = mplsFloodSetViaCache().find(via);
   if (!cached) {
     QTRACE(1, "     fecId not found, fecRequest already removed");
@@ -396,12 +401,13 @@ void EvpnFloodSetFecSm::handleFecResponse(FecId fecId) {
   FecToHwFecId const response = mplsFloodSetFecResponse_->row(fecId);
   if (!response.intfId().empty()) {
     hwInfoMapping_->mappingIs(via, MplsDestHwInfo(response.hwFecId(), response.intfId()));
-    QTRACE(1, " add or update hwInfo for tunnelId: ", via.tunnelId(), " label: ", via.label(), " vlanId: ",
-           via.vlanId(), " hwId: ", response.hwFecId(), " l2IntfId: ", response.intfId());
+    QTRACE(1, " add or update hwInfo for tunnelId: ", via.tunnelId(), " label: ", via.label(),
+           " vlanId: ", via.vlanId(), " hwId: ", response.hwFecId(), " l2IntfId: ", response.intfId());
     return;
   }
   if (hwInfoMapping_->mappingDel(via)) {
-    QTRACE(1, " delete hwInfo for tunnelId: ", via.tunnelId(), " label: ", via.label(), " vlanId: ", via.vlanId());
+    QTRACE(1, " delete hwInfo for tunnelId: ", via.tunnelId(), " label: ", via.label(),
+           " vlanId: ", via.vlanId());
   }
   maybeDeleteFecId(fecId);
 }
@@ -416,7 +422,8 @@ void EvpnFloodSetFecSm::handleHwTunnelIdMapping(TunnelId tunnelId) {
   for (auto const& via : entry->mplsFloodSetViaSet().keys()) processFecRequest(via);
 }
 
-void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) {
+void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
+                                             MplsDestConfig const& config) {
   QTRACE(8, "EvpnFloodSetFecSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(), " mac: ", pair.macAddr(),
          " tunnelId: ", config.tunnelId(), " label: ", config.label());
   MplsFloodSetVia const via = floodSetVia(config.tunnelId(), config.label(), pair.vlanId());
@@ -434,13 +441,13 @@ void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair, 
   processFecRequest(via);
 }
 
-Qor::Ptr<EvpnFloodSetFecSm> evpnFloodSetFecSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
-                                                     Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
-                                                     Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus,
-                                                     Qor::Ptr<FecIdToHwFecIdRequest> mplsFloodSetFecRequest,
-                                                     Qor::Ptr<FecIdToHwFecIdResponse const> mplsFloodSetFecResponse,
-                                                     Qor::Ptr<HwInfoMapping> hwInfoMapping,
-                                                     Qor::Ptr<Keel::TimerWheel> timerWheel) {
+Qor::Ptr<EvpnFloodSetFecSm> evpnFloodSetFecSmFactory(
+    Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+    Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+    Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus,
+    Qor::Ptr<FecIdToHwFecIdRequest> mplsFloodSetFecRequest,
+    Qor::Ptr<FecIdToHwFecIdResponse const> mplsFloodSetFecResponse, Qor::Ptr<HwInfoMapping> hwInfoMapping,
+    Qor::Ptr<Keel::TimerWheel> timerWheel) {
   return Qor::Ptr<EvpnFloodSetFecSm>(new EvpnFloodSetFecSm(
       std::move(floodSetOutput), std::move(hwTunnelIdMapping), std::move(vlanFloodSetHwStatus),
       std::move(mplsFloodSetFecRequest), std::move(mplsFloodSetFecResponse), std::move(hwInfoMapping),

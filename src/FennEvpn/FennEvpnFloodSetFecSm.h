@@ -62,9 +62,13 @@ class EvpnFloodSetFecSm : public Qor::StateMachine {
 
   L2Rib::FloodSetOutput const* floodSetOutput() const noexcept { return floodSetOutput_.get(); }
   TunnelIdToHwTunnelIdMapping const* hwTunnelIdMapping() const noexcept { return hwTunnelIdMapping_.get(); }
-  EvpnVlanFloodSetHwStatus const* vlanFloodSetHwStatus() const noexcept { return vlanFloodSetHwStatus_.get(); }
+  EvpnVlanFloodSetHwStatus const* vlanFloodSetHwStatus() const noexcept {
+    return vlanFloodSetHwStatus_.get();
+  }
   FecIdToHwFecIdRequest* mplsFloodSetFecRequest() const noexcept { return mplsFloodSetFecRequest_.get(); }
-  FecIdToHwFecIdResponse const* mplsFloodSetFecResponse() const noexcept { return mplsFloodSetFecResponse_.get(); }
+  FecIdToHwFecIdResponse const* mplsFloodSetFecResponse() const noexcept {
+    return mplsFloodSetFecResponse_.get();
+  }
   HwInfoMapping* hwInfoMapping() const noexcept { return hwInfoMapping_.get(); }
   Keel::TimerWheel* timerWheel() const noexcept { return timerWheel_.get(); }
   // The allocator exists from initialization on.
@@ -129,12 +133,12 @@ class EvpnFloodSetFecSm : public Qor::StateMachine {
   std::unique_ptr<QorHwTunnelIdMapping> qorHwTunnelIdMapping_;
 };
 
-Qor::Ptr<EvpnFloodSetFecSm> evpnFloodSetFecSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
-                                                     Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
-                                                     Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus,
-                                                     Qor::Ptr<FecIdToHwFecIdRequest> mplsFloodSetFecRequest,
-                                                     Qor::Ptr<FecIdToHwFecIdResponse const> mplsFloodSetFecResponse,
-                                                     Qor::Ptr<HwInfoMapping> hwInfoMapping,
-                                                     Qor::Ptr<Keel::TimerWheel> timerWheel);
+Qor::Ptr<EvpnFloodSetFecSm> evpnFloodSetFecSmFactory(
+    Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+    Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+    Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus,
+    Qor::Ptr<FecIdToHwFecIdRequest> mplsFloodSetFecRequest,
+    Qor::Ptr<FecIdToHwFecIdResponse const> mplsFloodSetFecResponse, Qor::Ptr<HwInfoMapping> hwInfoMapping,
+    Qor::Ptr<Keel::TimerWheel> timerWheel);
 
 }  // namespace Fenn

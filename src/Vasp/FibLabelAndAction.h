@@ -26,8 +26,8 @@ enum MplsAction : uint8_t {
 template <>
 struct Qor::EnumTraits<Vasp::Fib::MplsAction> {
   static constexpr std::string_view typeName = "Vasp::Fib::MplsAction";
-  static constexpr std::array<std::string_view, 4> names = {"mplsActionNone", "mplsActionPush", "mplsActionSwap",
-                                                            "mplsActionPop"};
+  static constexpr std::array<std::string_view, 4> names = {"mplsActionNone", "mplsActionPush",
+                                                            "mplsActionSwap", "mplsActionPop"};
 };
 
 namespace Vasp::Fib {

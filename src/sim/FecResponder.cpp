@@ -14,7 +14,8 @@ class FecResponder::QorRequest : public Vasp::TableReactor<Fenn::FecIdToHwFecIdR
 };
 
 FecResponder::FecResponder(Qor::Ptr<Fenn::FecIdToHwFecIdRequest const> request,
-                           Qor::Ptr<Fenn::FecIdToHwFecIdResponse> response, Qor::Ptr<Keel::TimerWheel> timerWheel)
+                           Qor::Ptr<Fenn::FecIdToHwFecIdResponse> response,
+                           Qor::Ptr<Keel::TimerWheel> timerWheel)
     : request_(std::move(request)), response_(std::move(response)), timerWheel_(std::move(timerWheel)) {
   qorRequest_ = Qor::newReactor<QorRequest>(request_.get(), this);
 }

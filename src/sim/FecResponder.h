@@ -25,8 +25,8 @@ class FecResponder : public Qor::StateMachine {
  public:
   static constexpr uint64_t firstHwFecId = 0x1000;
 
-  FecResponder(Qor::Ptr<Fenn::FecIdToHwFecIdRequest const> request, Qor::Ptr<Fenn::FecIdToHwFecIdResponse> response,
-               Qor::Ptr<Keel::TimerWheel> timerWheel);
+  FecResponder(Qor::Ptr<Fenn::FecIdToHwFecIdRequest const> request,
+               Qor::Ptr<Fenn::FecIdToHwFecIdResponse> response, Qor::Ptr<Keel::TimerWheel> timerWheel);
   ~FecResponder() override;
   std::string_view fwkType() const override { return "Sim::FecResponder"; }
 

@@ -48,7 +48,8 @@ TEST(FecText, ViaAndFecPrintExactlyAndParseBack) {
   EXPECT_EQ(parsed, fec);
   EXPECT_EQ(parsed.hash(3), fec.hash(3));
   EXPECT_EQ(Qor::strepToValue<Fec>(Qor::valueToStrep(Fec(FecId(7, 2)))), Fec(FecId(7, 2)));
-  EXPECT_THROW(Qor::strepToValue<Fec>("Value('Vasp::Fib::Fec', ** {'fecId': 1, 'via': [ ]})"), Qor::ParseError);
+  EXPECT_THROW(Qor::strepToValue<Fec>("Value('Vasp::Fib::Fec', ** {'fecId': 1, 'via': [ ]})"),
+               Qor::ParseError);
 }
 
 TEST(FecVias, PlacedByIndexWithoutHolesAndWithinTheEcmpWidth) {
@@ -73,7 +74,8 @@ TEST(FecResponseRow, PrintsExactlyAndIsKeyedByFecId) {
   Fenn::FecToHwFecId const row(FecId(11, 0), 4097, Ostra::IntfId("Ethernet1"));
   EXPECT_EQ(row.key(), FecId(11, 0));
   EXPECT_EQ(Qor::valueToStrep(row),
-            "Value('Fenn::FecToHwFecId', ** {'fecId': 792633534417207296, 'hwFecId': 4097, 'intfId': 'Ethernet1'})");
+            "Value('Fenn::FecToHwFecId', ** {'fecId': 792633534417207296, 'hwFecId': 4097, 'intfId': "
+            "'Ethernet1'})");
   EXPECT_EQ(Qor::strepToValue<Fenn::FecToHwFecId>(Qor::valueToStrep(row)), row);
 }
 

@@ -14,7 +14,9 @@ using Vasp::Fib::FecId;
 
 TunnelId ldpTunnel(uint64_t index) { return TunnelId(Tunnel::tunnelTypeLdp, index); }
 TunnelId vlanTunnel(uint64_t index) { return TunnelId(Tunnel::tunnelTypeEvpnVlan, index); }
-L2Rib::Dest mplsDest(TunnelId tunnel, uint32_t label) { return L2Rib::Dest::mpls(tunnel, Ostra::MplsLabel(label)); }
+L2Rib::Dest mplsDest(TunnelId tunnel, uint32_t label) {
+  return L2Rib::Dest::mpls(tunnel, Ostra::MplsLabel(label));
+}
 
 Ostra::EthAddr const bcast = Ostra::EthAddr::broadcast();
 Ostra::EthAddr const unknownUnicast(0x010000000001);
@@ -22,7 +24,8 @@ Ostra::EthAddr const unknownUnicast(0x010000000001);
 class FloodSetFecTest : public ::testing::Test {
  protected:
   FloodSetFecTest() {
-    sm = Fenn::evpnFloodSetFecSmFactory(floodSets, Fenn::tunnelIdToHwTunnelIdMappingReaderFactory("fecTestHwTid"),
+    sm = Fenn::evpnFloodSetFecSmFactory(floodSets,
+                                        Fenn::tunnelIdToHwTunnelIdMappingReaderFactory("fecTestHwTid"),
                                         hwStatus, request, responseReader, hwInfo, wheel);
   }
   ~FloodSetFecTest() override { sm = nullptr; }
@@ -38,15 +41,17 @@ class FloodSetFecTest : public ::testing::Test {
     response->rowIs(Fenn::FecToHwFecId(fecId, hwFecId, Ostra::IntfId("Ethernet7")));
   }
   Fenn::MplsDestConfig config(TunnelId tunnel, uint32_t label) const {
-    return Fenn::MplsDestConfig(tunnel, Ostra::MplsLabel(label), Fenn::HwTunnelId(Fenn::hwTunnelIdTypeDefault, 1),
-                                0x1000, Ostra::IntfId("Ethernet7"));
+    return Fenn::MplsDestConfig(tunnel, Ostra::MplsLabel(label),
+                                Fenn::HwTunnelId(Fenn::hwTunnelIdTypeDefault, 1), 0x1000,
+                                Ostra::IntfId("Ethernet7"));
   }
 
   Qor::Ptr<Keel::ManualClock> clock{new Keel::ManualClock};
   Qor::Ptr<Keel::TaskScheduler> scheduler{new Keel::TaskScheduler(clock)};
   Qor::Ptr<Keel::TimerWheel> wheel{new Keel::TimerWheel(scheduler)};
   Qor::Ptr<L2Rib::FloodSetOutput> floodSets = L2Rib::floodSetOutputFactory();
-  Qor::Ptr<Fenn::TunnelIdToHwTunnelIdMapping> hwTid = Fenn::tunnelIdToHwTunnelIdMappingFactory("fecTestHwTid");
+  Qor::Ptr<Fenn::TunnelIdToHwTunnelIdMapping> hwTid =
+      Fenn::tunnelIdToHwTunnelIdMappingFactory("fecTestHwTid");
   Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> hwStatus = Fenn::evpnVlanFloodSetHwStatusFactory();
   Qor::Ptr<Fenn::FecIdToHwFecIdRequest> request =
       Fenn::fecIdToHwFecIdRequestFactory("fecTestRequest", Vasp::Mode::writer);
@@ -77,7 +82,8 @@ TEST_F(FloodSetFecTest, FirstFecCarriesAdjacencyType11AndOneViaOverTheTunnelInte
   ASSERT_EQ(fec.viaCount(), 1u);
   Vasp::Fib::Via const& via = fec.vias()[0];
   EXPECT_EQ(via.intfId(), ldpTunnel(1).intfId());
-  EXPECT_EQ(via.labelAndAction(), Vasp::Fib::LabelAndAction(Ostra::MplsLabel(0x100000), Vasp::Fib::mplsActionNone));
+  EXPECT_EQ(via.labelAndAction(),
+            Vasp::Fib::LabelAndAction(Ostra::MplsLabel(0x100000), Vasp::Fib::mplsActionNone));
   EXPECT_EQ(via.mplsLabel(), Ostra::MplsLabel(100));
   EXPECT_EQ(via.weight(), 1u);
   EXPECT_FALSE(via.backup());
@@ -104,8 +110,10 @@ TEST_F(FloodSetFecTest, VlanCarryingTunnelGetsOneFecPerVlan) {
   add(Bridging::VlanId(20), bcast, mplsDest(vlanTunnel(1), 100));
   add(Bridging::VlanId(20), unknownUnicast, mplsDest(ldpTunnel(2), 100));
   add(Bridging::VlanId(30), unknownUnicast, mplsDest(ldpTunnel(2), 100));
-  FecId const vlan10 = fecIdOf(MplsFloodSetVia(vlanTunnel(1), Ostra::MplsLabel(100), Bridging::VlanIdOrNone(10)));
-  FecId const vlan20 = fecIdOf(MplsFloodSetVia(vlanTunnel(1), Ostra::MplsLabel(100), Bridging::VlanIdOrNone(20)));
+  FecId const vlan10 =
+      fecIdOf(MplsFloodSetVia(vlanTunnel(1), Ostra::MplsLabel(100), Bridging::VlanIdOrNone(10)));
+  FecId const vlan20 =
+      fecIdOf(MplsFloodSetVia(vlanTunnel(1), Ostra::MplsLabel(100), Bridging::VlanIdOrNone(20)));
   EXPECT_TRUE(vlan10.valid());
   EXPECT_TRUE(vlan20.valid());
   EXPECT_NE(vlan10, vlan20);
