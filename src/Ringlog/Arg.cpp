@@ -1,0 +1,10 @@
+#include "Ringlog/Arg.h"
+
+namespace Ringlog {
+
+Qor::String& scratchText() {
+  static Qor::String text;
+  return text;
+}
+
+}  // namespace Ringlog

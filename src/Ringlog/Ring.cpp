@@ -1,0 +1,182 @@
+#include "Ringlog/Ring.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+#include "Qor/Assert.h"
+#include "Ringlog/Descriptor.h"
+
+namespace Ringlog {
+
+namespace detail {
+constinit Ring ring;
+}  // namespace detail
+
+namespace {
+
+using detail::ring;
+
+// Dropping old records this much beyond what a record needs makes the walk over them
+// happen once every few dozen records instead of on every one.
+constexpr uint64_t kSlack = 4096;
+
+struct Image {
+  void* base = nullptr;
+  size_t bytes = 0;
+  Qor::String path;
+};
+
+Image& image_() {
+  static Image i;
+  return i;
+}
+
+Config& config_() {
+  static Config c = [] {
+    Config c;
+    if (char const* dir = std::getenv("FENN_RINGLOG_DIR")) c.directory = dir;
+    return c;
+  }();
+  return c;
+}
+
+void publish(uint64_t& field, uint64_t value) {
+  std::atomic_ref<uint64_t>(field).store(value, std::memory_order_release);
+}
+
+void close() {
+  Image& im = image_();
+  if (im.base) munmap(im.base, im.bytes);
+  im = Image{};
+  ring = detail::Ring{};
+}
+
+// A forked child must not write into its parent's file; it opens its own on its next record.
+void forgetFileInChild() {
+  if (!image_().path.empty()) close();
+}
+
+void* mapFile(Qor::String const& path, size_t bytes) {
+  int const fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) return nullptr;
+  void* base = nullptr;
+  // Allocating the blocks now turns a full disk into a warning here rather than SIGBUS later.
+  if (posix_fallocate(fd, 0, static_cast<off_t>(bytes)) == 0) {
+    base = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    if (base == MAP_FAILED) base = nullptr;
+  }
+  ::close(fd);
+  return base;
+}
+
+void open() {
+  static bool const atforkRegistered = pthread_atfork(nullptr, nullptr, forgetFileInChild) == 0;
+  (void)atforkRegistered;
+
+  Config const& c = config_();
+  uint64_t const descriptorOffset = 128;
+  uint64_t const ringOffset = (descriptorOffset + c.descriptorBytes + 4095) & ~uint64_t{4095};
+  size_t const bytes = ringOffset + c.ringBytes;
+  Image& im = image_();
+  im.bytes = bytes;
+  if (!c.directory.empty()) {
+    Qor::String const path = c.directory + "/fenn-" + std::to_string(getpid()) + ".ringlog";
+    im.base = mapFile(path, bytes);
+    if (im.base) {
+      im.path = path;
+    } else {
+      std::fprintf(stderr, "ringlog: cannot create %s (%s); keeping the ring log in memory\n", path.c_str(),
+                   std::strerror(errno));
+    }
+  }
+  if (!im.base) {
+    im.base = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    QOR_ASSERT_TEXT(im.base != MAP_FAILED, "ring-log memory mapped");
+  }
+
+  auto* h = static_cast<FileHeader*>(im.base);
+  std::memset(h, 0, sizeof *h);
+  std::memcpy(h->magic, kMagic, sizeof kMagic);
+  h->version = kVersion;
+  h->headerBytes = sizeof(FileHeader);
+  h->descriptorOffset = descriptorOffset;
+  h->descriptorBytes = c.descriptorBytes;
+  h->ringOffset = ringOffset;
+  h->ringBytes = c.ringBytes;
+  h->pid = static_cast<uint64_t>(getpid());
+
+  ring.header = h;
+  ring.data = static_cast<std::byte*>(im.base) + ringOffset;
+  ring.capacity = c.ringBytes;
+  ring.mask = c.ringBytes - 1;
+  for (auto const& blob : descriptors()) detail::appendDescriptor(blob);
+}
+
+uint32_t recordBytesAt(uint64_t offset) {
+  uint32_t bytes;
+  std::memcpy(&bytes, ring.data + (offset & ring.mask), 4);
+  return bytes;
+}
+
+// Moves the tail so that `bytes` more fit after the head.
+void makeRoom(uint64_t bytes) {
+  if (ring.head + bytes <= ring.tail + ring.capacity) return;
+  uint64_t const wanted = std::min(ring.head, ring.head + bytes + kSlack - ring.capacity);
+  while (ring.tail < wanted) ring.tail += recordBytesAt(ring.tail);
+  publish(ring.header->tail, ring.tail);
+}
+
+}  // namespace
+
+void configure(Config config) {
+  if (config.ringBytes < kMinRingBytes || (config.ringBytes & (config.ringBytes - 1)) != 0) {
+    throw std::invalid_argument("ring-log size must be a power of two of at least " +
+                                std::to_string(kMinRingBytes) + " bytes");
+  }
+  close();
+  config_() = std::move(config);
+}
+
+Config const& configuration() { return config_(); }
+
+std::span<std::byte const> image() {
+  if (!ring.data) open();
+  Image const& im = image_();
+  return {static_cast<std::byte const*>(im.base), im.bytes};
+}
+
+Qor::String const& filePath() { return image_().path; }
+
+namespace detail {
+
+std::byte* reserveSlow(uint32_t bytes) {
+  if (!ring.data) open();
+  uint64_t const offset = ring.head & ring.mask;
+  uint64_t const padding = offset + bytes > ring.capacity ? ring.capacity - offset : 0;
+  makeRoom(padding + bytes);
+  if (padding) {
+    uint32_t const fill[2] = {static_cast<uint32_t>(padding), kPaddingId};
+    std::memcpy(ring.data + offset, fill, kPaddingBytes);
+    ring.head += padding;
+    publish(ring.header->head, ring.head);
+  }
+  return ring.data + (ring.head & ring.mask);
+}
+
+void appendDescriptor(std::string_view blob) {
+  FileHeader* h = ring.header;
+  if (!h || h->descriptorUsed + blob.size() > h->descriptorBytes) return;
+  std::memcpy(reinterpret_cast<char*>(h) + h->descriptorOffset + h->descriptorUsed, blob.data(), blob.size());
+  publish(h->descriptorUsed, h->descriptorUsed + blob.size());
+}
+
+}  // namespace detail
+
+}  // namespace Ringlog
