@@ -1,0 +1,60 @@
+// VlanFloodSetFilterSm mirrors a layer-2 RIB flood-set output into a second one that keeps
+// only the destinations of one destination type (the agent uses it to give the MPLS
+// flood-set state machines MPLS destinations only). The output holds no empty VLAN flood
+// set and no empty flood set: what is there has at least one destination of that type.
+// The output is both the result and the memory of this state machine; it keeps nothing
+// else. Nothing is written until it is initialized, which reconciles the whole input.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "Bridging/VlanId.h"
+#include "L2Rib/DestType.h"
+#include "L2Rib/FloodSetOutput.h"
+#include "Ostra/EthAddr.h"
+#include "Qor/Collection.h"
+#include "Qor/StateMachine.h"
+
+namespace Fenn {
+
+class VlanFloodSetFilterSm : public Qor::StateMachine {
+ public:
+  VlanFloodSetFilterSm(L2Rib::DestType destType, Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput,
+                       Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput);
+  // Removes every flood set it published; the output's source stays.
+  ~VlanFloodSetFilterSm() override;
+  std::string_view fwkType() const override { return "Fenn::VlanFloodSetFilterSm"; }
+
+  L2Rib::DestType destType() const noexcept { return destType_; }
+  L2Rib::FloodSetOutput const* inFloodSetOutput() const noexcept { return inFloodSetOutput_.get(); }
+  L2Rib::FloodSetOutput* outFloodSetOutput() const noexcept { return outFloodSetOutput_.get(); }
+
+ protected:
+  void handleInitialized() override;
+
+ private:
+  class QorFloodSet;
+  class QorVlanFloodSet;
+  class QorInFloodSetOutput;
+
+  void handleSource();
+  void processVlanFloodSet(Bridging::VlanId vlanId);
+  void processFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr);
+  void processDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
+  bool isDestPresent(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest) const;
+  void addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
+  void deleteDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
+
+  L2Rib::DestType destType_;
+  Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput_;
+  Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput_;
+  Qor::ReactorMap<Bridging::VlanId, QorVlanFloodSet> vlanFloodSet_;
+  std::unique_ptr<QorInFloodSetOutput> qorInFloodSetOutput_;
+};
+
+Qor::Ptr<VlanFloodSetFilterSm> vlanFloodSetFilterSmFactory(L2Rib::DestType destType,
+                                                           Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput,
+                                                           Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput);
+
+}  // namespace Fenn

@@ -1,0 +1,200 @@
+// VlanFloodSetFilterSm: the output mirrors the input restricted to one destination type,
+// never holds an empty VLAN flood set or flood set, and follows every kind of input change.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "FennEvpn/FennEvpnVlanFloodSetFilterSm.h"
+#include "FloodSet/FloodSetTestUtil.h"
+
+namespace {
+
+using namespace FloodSetTest;
+using L2Rib::Dest;
+using Ostra::IntfId;
+using Ostra::MplsLabel;
+using Tunnel::TunnelTable::TunnelId;
+
+Dest mpls(uint64_t tunnel, uint32_t label) {
+  return Dest::mpls(TunnelId(Tunnel::tunnelTypeEvpnMpls, tunnel), MplsLabel(label));
+}
+Dest intf(uint32_t port) { return Dest::intf(IntfId::ethernet(port)); }
+
+class FilterSmTest : public ::testing::Test {
+ protected:
+  void SetUp() override { start(); }
+
+  void start() {
+    sm = Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, in, out);
+    sm->initializedIs(true);
+  }
+
+  Qor::Ptr<L2Rib::FloodSetOutput> in = L2Rib::floodSetOutputFactory();
+  Qor::Ptr<L2Rib::FloodSetOutput> out = L2Rib::floodSetOutputFactory();
+  Qor::Ptr<Fenn::VlanFloodSetFilterSm> sm;
+};
+
+TEST_F(FilterSmTest, KeepsOnlyTheChosenTypeWithItsFloodSetType) {
+  addDest(*in, VlanId(10), bcast, mpls(1, 100));
+  addDest(*in, VlanId(10), bcast, intf(1));
+  addDest(*in, VlanId(10), unknownUcast, mpls(2, 200), L2Rib::floodSetTypeUnknownUnicast);
+  addDest(*in, VlanId(10), unknownUcast, Dest::cpu(), L2Rib::floodSetTypeUnknownUnicast);
+
+  FloodSetOutputView const expected = {
+      {VlanId(10),
+       {{bcast, {L2Rib::floodSetTypeBroadcast, {mpls(1, 100)}}},
+        {unknownUcast, {L2Rib::floodSetTypeUnknownUnicast, {mpls(2, 200)}}}}}};
+  EXPECT_EQ(view(*out), expected);
+
+  // Removing a destination of another type changes nothing.
+  delDest(*in, VlanId(10), bcast, intf(1));
+  EXPECT_EQ(view(*out), expected);
+}
+
+TEST_F(FilterSmTest, NoEmptyFloodSetsOrVlanFloodSets) {
+  addDest(*in, VlanId(20), bcast, intf(1));
+  addDest(*in, VlanId(20), unknownUcast, Dest::cpu());
+  in->vlanFloodSetIs(VlanId(30))->floodSetIs(bcast);
+  EXPECT_TRUE(out->vlanFloodSet().empty());
+
+  // The first matching destination brings its VLAN and flood set; the others stay out.
+  addDest(*in, VlanId(20), unknownUcast, mpls(1, 5));
+  EXPECT_EQ(view(*out), (FloodSetOutputView{{VlanId(20), {{unknownUcast, {L2Rib::floodSetTypeBroadcast, {mpls(1, 5)}}}}}}));
+}
+
+TEST_F(FilterSmTest, RemovingTheLastDestinationPrunesUpwards) {
+  addDest(*in, VlanId(10), bcast, mpls(1, 100));
+  addDest(*in, VlanId(10), bcast, mpls(2, 100));
+  addDest(*in, VlanId(10), unknownUcast, mpls(1, 100));
+  addDest(*in, VlanId(10), unknownUcast, intf(4));
+
+  delDest(*in, VlanId(10), bcast, mpls(1, 100));
+  EXPECT_EQ(out->vlanFloodSet(VlanId(10))->floodSet(bcast)->destSet().size(), 1u);
+  delDest(*in, VlanId(10), bcast, mpls(2, 100));
+  EXPECT_FALSE(out->vlanFloodSet(VlanId(10))->floodSetHas(bcast));
+  // The input flood set keeps a destination of another type; the output one goes anyway.
+  delDest(*in, VlanId(10), unknownUcast, mpls(1, 100));
+  EXPECT_FALSE(out->vlanFloodSetHas(VlanId(10)));
+}
+
+TEST_F(FilterSmTest, RemovedInputElementsRemoveTheirOutput) {
+  addDest(*in, VlanId(10), bcast, mpls(1, 100));
+  addDest(*in, VlanId(10), unknownUcast, mpls(2, 100));
+  addDest(*in, VlanId(11), bcast, mpls(3, 100));
+
+  in->vlanFloodSet(VlanId(10))->floodSetDel(bcast);
+  EXPECT_EQ(view(*out).at(VlanId(10)).count(bcast), 0u);
+  in->vlanFloodSet(VlanId(10))->floodSetDel(unknownUcast);
+  EXPECT_FALSE(out->vlanFloodSetHas(VlanId(10)));
+
+  // A whole VLAN goes at once, whatever it held.
+  addDest(*in, VlanId(11), unknownUcast, mpls(4, 100));
+  in->vlanFloodSetDel(VlanId(11));
+  EXPECT_TRUE(out->vlanFloodSet().empty());
+}
+
+TEST_F(FilterSmTest, SourceIsMirroredOnItsOwn) {
+  in->sourceIs(L2Rib::floodSetSourceL2Rib);
+  EXPECT_EQ(out->source(), L2Rib::floodSetSourceL2Rib);
+  EXPECT_TRUE(out->vlanFloodSet().empty());
+}
+
+// The output's type follows the input's even when no destination changes, as long as the
+// output flood set exists.
+TEST_F(FilterSmTest, FloodSetTypeFollowsTheInput) {
+  addDest(*in, VlanId(10), bcast, mpls(1, 100), L2Rib::floodSetTypeBroadcast);
+  in->vlanFloodSet(VlanId(10))->floodSet(bcast)->floodSetTypeIs(L2Rib::floodSetTypeAll);
+  EXPECT_EQ(out->vlanFloodSet(VlanId(10))->floodSet(bcast)->floodSetType(), L2Rib::floodSetTypeAll);
+
+  addDest(*in, VlanId(10), unknownUcast, intf(1), L2Rib::floodSetTypeUnknownUnicast);
+  in->vlanFloodSet(VlanId(10))->floodSet(unknownUcast)->floodSetTypeIs(L2Rib::floodSetTypeAll);
+  EXPECT_FALSE(out->vlanFloodSet(VlanId(10))->floodSetHas(unknownUcast));
+}
+
+TEST_F(FilterSmTest, InitializationReconcilesWhatCameBefore) {
+  sm = nullptr;
+  addDest(*in, VlanId(10), bcast, mpls(1, 100));
+  addDest(*in, VlanId(12), bcast, intf(3));
+  in->sourceIs(L2Rib::floodSetSourceStatic);
+  sm = Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, in, out);
+  // Nothing is written before initialization, while the input keeps changing.
+  addDest(*in, VlanId(11), bcast, mpls(2, 100));
+  delDest(*in, VlanId(10), bcast, mpls(1, 100));
+  EXPECT_TRUE(out->vlanFloodSet().empty());
+  EXPECT_EQ(out->source(), L2Rib::floodSetSourceInvalid);
+
+  sm->initializedIs(true);
+  EXPECT_EQ(out->source(), L2Rib::floodSetSourceStatic);
+  EXPECT_EQ(view(*out), (FloodSetOutputView{{VlanId(11), {{bcast, {L2Rib::floodSetTypeBroadcast, {mpls(2, 100)}}}}}}));
+  // Reactors made before initialization carry on afterwards.
+  addDest(*in, VlanId(12), bcast, mpls(3, 100));
+  EXPECT_TRUE(out->vlanFloodSetHas(VlanId(12)));
+}
+
+TEST_F(FilterSmTest, ReleasingTheStateMachineWithdrawsItsOutput) {
+  addDest(*in, VlanId(10), bcast, mpls(1, 100));
+  in->sourceIs(L2Rib::floodSetSourceL2Rib);
+  sm = nullptr;
+  EXPECT_TRUE(out->vlanFloodSet().empty());
+  addDest(*in, VlanId(11), bcast, mpls(1, 100));
+  EXPECT_TRUE(out->vlanFloodSet().empty());
+}
+
+TEST_F(FilterSmTest, TracesAdditionsAndDeletions) {
+  TraceCapture capture("FennEvpnVlanFloodSetFilterSm/1");
+  addDest(*in, VlanId(10), bcast, mpls(1, 100));
+  delDest(*in, VlanId(10), bcast, mpls(1, 100));
+  std::string const text = capture.take();
+  EXPECT_NE(text.find("     adding dest " + Qor::valueToStrep(mpls(1, 100))), std::string::npos) << text;
+  EXPECT_NE(text.find("     deleting dest " + Qor::valueToStrep(mpls(1, 100))), std::string::npos) << text;
+  EXPECT_NE(text.find("     deleting floodSet with vlan 10 and mac 'ff:ff:ff:ff:ff:ff'"), std::string::npos) << text;
+  EXPECT_NE(text.find("     deleting vlanFloodSet with vlan 10"), std::string::npos) << text;
+}
+
+// A long random sequence of input changes leaves the same output that a state machine
+// built on the final input produces.
+TEST_F(FilterSmTest, RandomChangesEndWhereAFreshStartDoes) {
+  uint32_t const seed = std::random_device{}();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 rng(seed);
+  auto pick = [&](uint32_t n) { return std::uniform_int_distribution<uint32_t>(0, n - 1)(rng); };
+  EthAddr const macs[] = {bcast, unknownUcast, EthAddr(0x010000000002)};
+  Dest const dests[] = {mpls(1, 100), mpls(1, 101), mpls(2, 100), intf(1), intf(2), Dest::cpu()};
+
+  for (int step = 0; step < 3000; ++step) {
+    VlanId const vlan(1 + pick(4));
+    EthAddr const mac = macs[pick(3)];
+    switch (pick(10)) {
+      case 0:
+        in->vlanFloodSetDel(vlan);
+        break;
+      case 1:
+        if (auto* vfs = in->vlanFloodSet(vlan)) vfs->floodSetDel(mac);
+        break;
+      case 2:
+        in->vlanFloodSetIs(vlan)->floodSetIs(mac)->floodSetTypeIs(static_cast<L2Rib::FloodSetType>(1 + pick(4)));
+        break;
+      case 3:
+        in->sourceIs(static_cast<L2Rib::FloodSetSource>(pick(3)));
+        break;
+      case 4:
+      case 5:
+        delDest(*in, vlan, mac, dests[pick(6)]);
+        break;
+      default:
+        in->vlanFloodSetIs(vlan)->floodSetIs(mac)->destSetIs(dests[pick(6)]);
+        break;
+    }
+  }
+  auto fresh = L2Rib::floodSetOutputFactory();
+  auto freshSm = Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, in, fresh);
+  freshSm->initializedIs(true);
+  EXPECT_EQ(view(*out), view(*fresh));
+  EXPECT_EQ(out->source(), fresh->source());
+  for (auto const& [vlan, vfs] : out->vlanFloodSet()) {
+    EXPECT_FALSE(vfs->floodSet().empty());
+    for (auto const& [mac, fs] : vfs->floodSet()) EXPECT_FALSE(fs->destSet().empty());
+  }
+}
+
+}  // namespace
