@@ -1,0 +1,351 @@
+#include "FennEvpn/FennEvpnVlanFloodSetSm.h"
+
+#include "Qor/Assert.h"
+#include "Qor/Trace.h"
+
+QOR_TRACE_SOURCE("/src/FennEvpn/FennEvpnVlanFloodSetSm")
+
+namespace Fenn {
+
+// The flood-set reactors exist from construction on but hand work to the state machine
+// only once it is initialized; handleInitialized then processes every destination.
+
+// Watches one flood set's destinations. Created for a flood set that appeared, it
+// processes all of them, as if each had just been added.
+class EvpnVlanFloodSetSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet, EvpnVlanFloodSetSm> {
+ public:
+  QorFloodSet(L2Rib::FloodSet const* floodSet, EvpnVlanFloodSetSm* sm, Bridging::VlanId vlanId)
+      : ReactorOf(floodSet, sm), vlanId_(vlanId) {}
+
+  void onCreate() override { handleFloodSet(); }
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == L2Rib::FloodSet::destSetAttr) handleDestSet(Qor::keyAs<L2Rib::Dest>(key));
+  }
+
+ private:
+  void handleFloodSet() {
+    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_, " mac: ",
+           notifier()->macAddr());
+    if (sm()->initialized()) sm()->processFloodSetDests(vlanId_, *notifier());
+  }
+
+  void handleDestSet(L2Rib::Dest const& dest) {
+    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_, " mac: ",
+           notifier()->macAddr(), " dest: ", dest);
+    if (sm()->initialized()) sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
+  }
+
+  Bridging::VlanId vlanId_;
+};
+
+// Keeps one QorFloodSet per flood set of one VLAN. A flood set that leaves still holds the
+// destinations last seen in it (its reactor keeps it alive), which are then processed as
+// removed.
+class EvpnVlanFloodSetSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanFloodSet, EvpnVlanFloodSetSm> {
+ public:
+  using ReactorOf::ReactorOf;
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == L2Rib::VlanFloodSet::floodSetAttr) handleFloodSet(Qor::keyAs<Ostra::EthAddr>(key));
+  }
+
+  // Processes every destination of every flood set of this VLAN (all now removed).
+  void processRemoved() {
+    for (auto const& [macAddr, floodSet] : notifier()->floodSet()) {
+      sm()->processFloodSetDests(notifier()->vlanId(), *floodSet);
+    }
+  }
+
+ private:
+  void handleFloodSet(Ostra::EthAddr const& macAddr) {
+    QTRACE(8, "EvpnVlanFloodSetSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", notifier()->vlanId(), " mac: ",
+           macAddr);
+    if (L2Rib::FloodSet const* floodSet = notifier()->floodSet(macAddr)) {
+      floodSet_.add(macAddr, floodSet, sm(), notifier()->vlanId());
+      return;
+    }
+    QorFloodSet const* reactor = floodSet_.get(macAddr);
+    if (!reactor) return;
+    Qor::Ptr<L2Rib::FloodSet const> const removed(reactor->notifier());
+    floodSet_.del(macAddr);
+    if (sm()->initialized()) sm()->processFloodSetDests(notifier()->vlanId(), *removed);
+  }
+
+  Qor::ReactorMap<Ostra::EthAddr, QorFloodSet> floodSet_;
+};
+
+// Keeps one QorVlanFloodSet per VLAN flood set of the input.
+class EvpnVlanFloodSetSm::QorFloodSetOutput : public Qor::ReactorOf<L2Rib::FloodSetOutput, EvpnVlanFloodSetSm> {
+ public:
+  using ReactorOf::ReactorOf;
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == L2Rib::FloodSetOutput::vlanFloodSetAttr) handleVlanFloodSet(Qor::keyAs<Bridging::VlanId>(key));
+  }
+
+ private:
+  void handleVlanFloodSet(Bridging::VlanId vlanId) {
+    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSetOutput::", "handleVlanFloodSet", " vlan: ", vlanId);
+    if (L2Rib::VlanFloodSet const* vlanFloodSet = notifier()->vlanFloodSet(vlanId)) {
+      sm()->vlanFloodSet_.add(vlanId, vlanFloodSet, sm());
+      return;
+    }
+    QorVlanFloodSet* reactor = sm()->vlanFloodSet_.get(vlanId);
+    if (!reactor) return;
+    if (sm()->initialized()) reactor->processRemoved();
+    sm()->vlanFloodSet_.del(vlanId);
+  }
+};
+
+class EvpnVlanFloodSetSm::QorHwTunnelIdMapping : public TunnelIdToHwTunnelIdReactor<EvpnVlanFloodSetSm> {
+ public:
+  using TableReactor::TableReactor;
+  void notify(TunnelId const& tunnelId) override {
+    if (sm()->initialized()) sm()->handleHwTunnelIdMapping(tunnelId);
+  }
+};
+
+class EvpnVlanFloodSetSm::QorHwInfoMapping : public Qor::ReactorOf<HwInfoMapping, EvpnVlanFloodSetSm> {
+ public:
+  using ReactorOf::ReactorOf;
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == HwInfoMapping::mappingAttr && sm()->initialized()) {
+      sm()->handleHwInfoMapping(Qor::keyAs<MplsFloodSetVia>(key));
+    }
+  }
+};
+
+// The hardware's answers for one flood set; only traced.
+class EvpnVlanFloodSetSm::QorVlanFloodSetStatus : public Qor::ReactorOf<VlanFloodSetStatus, EvpnVlanFloodSetSm> {
+ public:
+  using ReactorOf::ReactorOf;
+
+  void onCreate() override { handleVlanFloodSetStatus(); }
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == VlanFloodSetStatus::mplsDestStatusAttr) {
+      sm()->handleMplsDestStatus(notifier()->macVlanPair(), Qor::keyAs<MplsDestConfig>(key));
+    }
+  }
+
+ private:
+  void handleVlanFloodSetStatus() {
+    for (auto const& [config, status] : notifier()->mplsDestStatus()) {
+      sm()->handleMplsDestStatus(notifier()->macVlanPair(), config);
+    }
+  }
+};
+
+class EvpnVlanFloodSetSm::QorVlanFloodSetHwStatus
+    : public Qor::ReactorOf<EvpnVlanFloodSetHwStatus, EvpnVlanFloodSetSm> {
+ public:
+  using ReactorOf::ReactorOf;
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id != EvpnVlanFloodSetHwStatus::statusAttr) return;
+    auto const& pair = Qor::keyAs<Bridging::MacVlanPair>(key);
+    if (VlanFloodSetStatus const* status = notifier()->status(pair)) {
+      sm()->vlanFloodSetStatus_.add(pair, status, sm());
+    } else {
+      sm()->vlanFloodSetStatus_.del(pair);
+    }
+  }
+};
+
+EvpnVlanFloodSetSm::EvpnVlanFloodSetSm(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+                                       Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+                                       Qor::Ptr<HwInfoMapping const> hwInfoMapping,
+                                       Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig,
+                                       Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus)
+    : floodSetOutput_(std::move(floodSetOutput)),
+      hwTunnelIdMapping_(std::move(hwTunnelIdMapping)),
+      hwInfoMapping_(std::move(hwInfoMapping)),
+      vlanFloodSetHwConfig_(std::move(vlanFloodSetHwConfig)),
+      vlanFloodSetHwStatus_(std::move(vlanFloodSetHwStatus)) {
+  qorFloodSetOutput_ = Qor::newReactor<QorFloodSetOutput>(floodSetOutput_.get(), this);
+  qorHwTunnelIdMapping_ = Qor::newReactor<QorHwTunnelIdMapping>(hwTunnelIdMapping_.get(), this);
+  qorHwInfoMapping_ = Qor::newReactor<QorHwInfoMapping>(hwInfoMapping_.get(), this);
+  qorVlanFloodSetHwStatus_ = Qor::newReactor<QorVlanFloodSetHwStatus>(vlanFloodSetHwStatus_.get(), this);
+}
+
+EvpnVlanFloodSetSm::~EvpnVlanFloodSetSm() {
+  // Silence the inputs first: clearing the output may echo back through the hardware
+  // status, and nothing of this state machine should run while it is being torn down.
+  qorFloodSetOutput_.reset();
+  vlanFloodSet_.delAll();
+  qorHwTunnelIdMapping_.reset();
+  qorHwInfoMapping_.reset();
+  qorVlanFloodSetHwStatus_.reset();
+  vlanFloodSetStatus_.delAll();
+  vlanFloodSetHwConfig_->configDelAll();
+}
+
+void EvpnVlanFloodSetSm::handleInitialized() {
+  QTRACE(8, "EvpnVlanFloodSetSm::", "handleInitialized");
+  vlanFloodSetHwConfig_->configDelAll();
+  // Processing writes only this state machine's own state and the output, never the
+  // input, so the input can be walked directly.
+  for (auto const& [vlanId, vlanFloodSet] : floodSetOutput_->vlanFloodSet()) {
+    for (auto const& [macAddr, floodSet] : vlanFloodSet->floodSet()) processFloodSetDests(vlanId, *floodSet);
+  }
+}
+
+void EvpnVlanFloodSetSm::processFloodSetDests(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet) {
+  for (auto const& dest : floodSet.destSet()) processMplsDest(vlanId, floodSet.macAddr(), dest);
+}
+
+void EvpnVlanFloodSetSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
+                                         L2Rib::Dest const& dest) {
+  QTRACE(8, "EvpnVlanFloodSetSm::", "processMplsDest", " vlan: ", vlanId, " mac: ", macAddr, " dest: ", dest);
+  QOR_ASSERT_TEXT(dest.destType() == L2Rib::destTypeMpls_, "dest.destType() == L2Rib::destTypeMpls_");
+  VlanMacDest const d(vlanId, macAddr, dest);
+  updateInternalMapping(d);
+  processMplsDestConfig(d);
+}
+
+void EvpnVlanFloodSetSm::updateInternalMapping(VlanMacDest const& d) {
+  TunnelId const tunnelId = destMplsTunnelId(d.dest());
+  MplsFloodSetVia const via = floodSetVia(tunnelId, d.dest().mpls().label(), d.vlanId());
+  if (isDestInFloodSet(d.vlanId(), d.macAddr(), d.dest())) {
+    QTRACE(1, "   add entry to internal mappings");
+    tunnelToFloodSetEntryIs(tunnelId)->vlanMacDestSetIs(d);
+    hwInfoMapKeyToFloodSetEntryIs(via)->vlanMacDestSetIs(d);
+    return;
+  }
+  QTRACE(1, "   remove entry from internal mappings");
+  if (TunnelVlanMacDestSet* entry = tunnelToFloodSetEntry(tunnelId)) {
+    entry->vlanMacDestSetDel(d);
+    if (entry->vlanMacDestSet().empty()) tunnelToFloodSetEntryDel(tunnelId);
+  }
+  if (MplsFloodSetViaToVlanMacDestSet* entry = hwInfoMapKeyToFloodSetEntry(via)) {
+    entry->vlanMacDestSetDel(d);
+    if (entry->vlanMacDestSet().empty()) hwInfoMapKeyToFloodSetEntryDel(via);
+  }
+}
+
+void EvpnVlanFloodSetSm::processMplsDestConfig(VlanMacDest const& d) {
+  QTRACE(8, "EvpnVlanFloodSetSm::", "processMplsDestConfig", " vlan: ", d.vlanId(), " mac: ", d.macAddr(),
+         " dest: ", d.dest());
+  MplsFloodSetVia const via = floodSetVia(d);
+  bool const hwInfoReady = hwInfoMapping_->mappingHas(via);
+  if (hwInfoReady && isDestInFloodSet(d.vlanId(), d.macAddr(), d.dest())) {
+    addOrUpdateMplsDestHwConfig(d);
+    return;
+  }
+  if (!hwInfoReady) QTRACE(1, "   hwId not ready for dest, tunnelId: ", via.tunnelId(), " label: ", via.label());
+  deleteMplsDestHwConfig(d);
+}
+
+MplsDestConfig EvpnVlanFloodSetSm::createMplsDestConfig(VlanMacDest const& d) const {
+  TunnelId const tunnelId = destMplsTunnelId(d.dest());
+  QOR_ASSERT_TEXT(tunnelId != Tunnel::TunnelTable::TunnelId::invalid(),
+                  "tunnelId != Tunnel::TunnelTable::TunnelId::invalid()");
+  Ostra::MplsLabel const label = d.dest().mpls().label();
+  // The in-process table is never corrupt; a missing row gives the default (invalid) ID.
+  HwTunnelId const hwTunnelId = hwTunnelIdMapping_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId();
+  MplsFloodSetVia const key = floodSetVia(tunnelId, label, d.vlanId());
+  QOR_ASSERT_TEXT(hwInfoMapping()->mappingHas(key), "hwInfoMapping()->mappingHas( key )");
+  MplsDestHwInfo const& hwInfo = hwInfoMapping_->mapping(key);
+  return MplsDestConfig(tunnelId, label, hwTunnelId, hwInfo.hwIdForTunnelProgramming(), hwInfo.l2IntfId());
+}
+
+// The configuration is recorded before the output is written, so that anything the write
+// sets off (the platform answering, the FEC side reacting) already sees it.
+void EvpnVlanFloodSetSm::addOrUpdateMplsDestHwConfig(VlanMacDest const& d) {
+  MplsDestConfig const config = createMplsDestConfig(d);
+  Bridging::MacVlanPair const pair(d.macAddr(), d.vlanId());
+  if (mplsDestHwConfigHas(d)) {
+    MplsDestConfig const old = mplsDestHwConfig(d);
+    if (old == config) {
+      QTRACE(1, "   no change in hardware config, skip ", config);
+      return;
+    }
+    QTRACE(1, "   update hardware config, existing: ( tunnelId: ", old.tunnelId(), " label: ", old.label(),
+           " hwTunnelId: ", old.hwTunnelId(), " hwId: ", old.hwIdForTunnelProgramming(), " l2IntfId: ",
+           old.l2IntfId(), " ), new: ( tunnelId: ", config.tunnelId(), " label: ", config.label(), " hwTunnelId: ",
+           config.hwTunnelId(), " hwId: ", config.hwIdForTunnelProgramming(), " l2IntfId: ", config.l2IntfId(),
+           " )");
+    mplsDestHwConfigIs(d, config);
+    Qor::Ptr<VlanFloodSetConfig> const out(vlanFloodSetHwConfig_->configIs(pair));
+    out->mplsDestConfigDel(old);
+    out->mplsDestConfigIs(config);
+    return;
+  }
+  QTRACE(1, "   add hardware config: tunnelId: ", config.tunnelId(), " label: ", config.label(), " hwTunnelId: ",
+         config.hwTunnelId(), " hwId: ", config.hwIdForTunnelProgramming(), " l2IntfId: ", config.l2IntfId(),
+         " vlanId: ", d.vlanId());
+  mplsDestHwConfigIs(d, config);
+  vlanFloodSetHwConfig_->configIs(pair)->mplsDestConfigIs(config);
+}
+
+void EvpnVlanFloodSetSm::deleteMplsDestHwConfig(VlanMacDest const& d) {
+  if (!mplsDestHwConfigHas(d)) return;
+  MplsDestConfig const old = mplsDestHwConfig(d);
+  QTRACE(1, "   remove hardware config: tunnelId: ", old.tunnelId(), " label: ", old.label(), " hwTunnelId: ",
+         old.hwTunnelId(), " hwId: ", old.hwIdForTunnelProgramming(), " l2IntfId: ", old.l2IntfId(), " vlanId: ",
+         d.vlanId());
+  mplsDestHwConfigDel(d);
+  Bridging::MacVlanPair const pair(d.macAddr(), d.vlanId());
+  VlanFloodSetConfig* out = vlanFloodSetHwConfig_->config(pair);
+  if (!out) return;
+  out->mplsDestConfigDel(old);
+  if (out->mplsDestConfig().empty()) vlanFloodSetHwConfig_->configDel(pair);
+}
+
+void EvpnVlanFloodSetSm::handleHwTunnelIdMapping(TunnelId const& tunnelId) {
+  QTRACE(8, "EvpnVlanFloodSetSm::", "handleHwTunnelIdMapping", " tunnelId: ", tunnelId);
+  TunnelVlanMacDestSet const* entry = tunnelToFloodSetEntry(tunnelId);
+  if (!entry) {
+    QTRACE(1, " no dests associated with this tunnel ");
+    return;
+  }
+  // processMplsDestConfig never changes the indexes, so the set can be walked directly.
+  for (auto const& d : entry->vlanMacDestSet()) processMplsDestConfig(d);
+}
+
+void EvpnVlanFloodSetSm::handleHwInfoMapping(MplsFloodSetVia const& via) {
+  QTRACE(8, "EvpnVlanFloodSetSm::", "handleHwInfoMapping", " ( ", via.tunnelId(), ", ", via.label(), ", ",
+         via.vlanId(), " )");
+  MplsFloodSetViaToVlanMacDestSet const* entry = hwInfoMapKeyToFloodSetEntry(via);
+  if (!entry) {
+    QTRACE(1, " hwId is not ready ");
+    return;
+  }
+  for (auto const& d : entry->vlanMacDestSet()) processMplsDestConfig(d);
+}
+
+void EvpnVlanFloodSetSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const {
+  QTRACE(8, "EvpnVlanFloodSetSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(), " mac: ", pair.macAddr(),
+         " tunnelId: ", config.tunnelId(), " label: ", config.label());
+  if (isMplsDestConfigProgrammed(pair, config)) {
+    QTRACE(1, "  config is programmed in hardware");
+  } else {
+    QTRACE(1, "  config is not programmed in hardware");
+  }
+}
+
+bool EvpnVlanFloodSetSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
+                                          L2Rib::Dest const& dest) const {
+  L2Rib::VlanFloodSet const* vlanFloodSet = floodSetOutput_->vlanFloodSet(vlanId);
+  L2Rib::FloodSet const* floodSet = vlanFloodSet ? vlanFloodSet->floodSet(macAddr) : nullptr;
+  return floodSet && floodSet->destSetHas(dest);
+}
+
+bool EvpnVlanFloodSetSm::isMplsDestConfigProgrammed(Bridging::MacVlanPair const& pair,
+                                                    MplsDestConfig const& config) const {
+  VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
+  return status && status->mplsDestStatusHas(config) && status->mplsDestStatus(config) == programmed;
+}
+
+Qor::Ptr<EvpnVlanFloodSetSm> evpnVlanFloodSetSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+                                                       Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+                                                       Qor::Ptr<HwInfoMapping const> hwInfoMapping,
+                                                       Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig,
+                                                       Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus) {
+  return Qor::Ptr<EvpnVlanFloodSetSm>(new EvpnVlanFloodSetSm(std::move(floodSetOutput), std::move(hwTunnelIdMapping),
+                                                             std::move(hwInfoMapping), std::move(vlanFloodSetHwConfig),
+                                                             std::move(vlanFloodSetHwStatus)));
+}
+
+}  // namespace Fenn

@@ -1,0 +1,97 @@
+// EvpnVlanFloodSetSm turns every MPLS destination of the (MPLS-only) flood sets into one
+// MplsDestConfig in EvpnVlanFloodSetHwConfig, under the flood set's VLAN and MAC. A
+// destination is configured once its via has hardware information in HwInfoMapping; its
+// configuration carries the tunnel's hardware tunnel ID from the tunnel-to-hardware-ID
+// table (the default ID until the table has one). Any change of an input rewrites the
+// affected configurations at once: a changed configuration is removed and the new one
+// inserted. Nothing is retried; a destination that is not ready simply waits for the
+// notification that makes it ready. The hardware status is only traced.
+//
+// Its indexes (tunnel -> destinations, via -> destinations, destination -> configuration
+// written) are attributes of the state machine, readable for diagnostics.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "Bridging/MacVlanPair.h"
+#include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
+#include "FennEvpn/FennEvpnVlanFloodSet.h"
+#include "FennEvpn/FennEvpnVlanFloodSetHw.h"
+#include "FennEvpn/FennEvpnVlanFloodSetIndex.h"
+#include "L2Rib/FloodSetOutput.h"
+#include "Ostra/EthAddr.h"
+#include "Qor/Collection.h"
+#include "Qor/StateMachine.h"
+
+namespace Fenn {
+
+class EvpnVlanFloodSetSm : public Qor::StateMachine {
+ public:
+  EvpnVlanFloodSetSm(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+                     Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+                     Qor::Ptr<HwInfoMapping const> hwInfoMapping,
+                     Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig,
+                     Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus);
+  // Removes every configuration it wrote.
+  ~EvpnVlanFloodSetSm() override;
+  std::string_view fwkType() const override { return "Fenn::EvpnVlanFloodSetSm"; }
+
+  L2Rib::FloodSetOutput const* floodSetOutput() const noexcept { return floodSetOutput_.get(); }
+  TunnelIdToHwTunnelIdMapping const* hwTunnelIdMapping() const noexcept { return hwTunnelIdMapping_.get(); }
+  HwInfoMapping const* hwInfoMapping() const noexcept { return hwInfoMapping_.get(); }
+  EvpnVlanFloodSetHwConfig* vlanFloodSetHwConfig() const noexcept { return vlanFloodSetHwConfig_.get(); }
+  EvpnVlanFloodSetHwStatus const* vlanFloodSetHwStatus() const noexcept { return vlanFloodSetHwStatus_.get(); }
+
+  QOR_CHILDREN(tunnelToFloodSetEntry, TunnelId, TunnelVlanMacDestSet)
+  QOR_MAP(mplsDestHwConfig, VlanMacDest, MplsDestConfig)
+  QOR_CHILDREN(hwInfoMapKeyToFloodSetEntry, MplsFloodSetVia, MplsFloodSetViaToVlanMacDestSet)
+
+ protected:
+  void handleInitialized() override;
+
+ private:
+  class QorFloodSet;
+  class QorVlanFloodSet;
+  class QorFloodSetOutput;
+  class QorHwTunnelIdMapping;
+  class QorHwInfoMapping;
+  class QorVlanFloodSetStatus;
+  class QorVlanFloodSetHwStatus;
+
+  // Every destination of a flood set (present or just removed) goes through here.
+  void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
+  void processFloodSetDests(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet);
+  void updateInternalMapping(VlanMacDest const& d);
+  void processMplsDestConfig(VlanMacDest const& d);
+  MplsDestConfig createMplsDestConfig(VlanMacDest const& d) const;
+  void addOrUpdateMplsDestHwConfig(VlanMacDest const& d);
+  void deleteMplsDestHwConfig(VlanMacDest const& d);
+  void handleHwTunnelIdMapping(TunnelId const& tunnelId);
+  void handleHwInfoMapping(MplsFloodSetVia const& via);
+  void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const;
+  bool isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest) const;
+  bool isMplsDestConfigProgrammed(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const;
+
+  Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;
+  Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping_;
+  Qor::Ptr<HwInfoMapping const> hwInfoMapping_;
+  Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig_;
+  Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus_;
+
+  Qor::ReactorMap<Bridging::VlanId, QorVlanFloodSet> vlanFloodSet_;
+  Qor::ReactorMap<Bridging::MacVlanPair, QorVlanFloodSetStatus> vlanFloodSetStatus_;
+  std::unique_ptr<QorFloodSetOutput> qorFloodSetOutput_;
+  std::unique_ptr<QorHwTunnelIdMapping> qorHwTunnelIdMapping_;
+  std::unique_ptr<QorHwInfoMapping> qorHwInfoMapping_;
+  std::unique_ptr<QorVlanFloodSetHwStatus> qorVlanFloodSetHwStatus_;
+};
+
+Qor::Ptr<EvpnVlanFloodSetSm> evpnVlanFloodSetSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+                                                       Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+                                                       Qor::Ptr<HwInfoMapping const> hwInfoMapping,
+                                                       Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig,
+                                                       Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus);
+
+}  // namespace Fenn

@@ -1,0 +1,107 @@
+#include "sim/FloodSetProgrammer.h"
+
+#include <vector>
+
+namespace Sim {
+
+using Bridging::MacVlanPair;
+using Fenn::MplsDestConfig;
+
+class FloodSetProgrammer::QorVlanFloodSetConfig
+    : public Qor::ReactorOf<Fenn::VlanFloodSetConfig, FloodSetProgrammer> {
+ public:
+  using ReactorOf::ReactorOf;
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id == Fenn::VlanFloodSetConfig::mplsDestConfigAttr) {
+      sm()->handleMplsDestConfig(notifier()->macVlanPair(), Qor::keyAs<MplsDestConfig>(key));
+    }
+  }
+};
+
+class FloodSetProgrammer::QorEvpnVlanFloodSetHwConfig
+    : public Qor::ReactorOf<Fenn::EvpnVlanFloodSetHwConfig, FloodSetProgrammer> {
+ public:
+  using ReactorOf::ReactorOf;
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    if (id != Fenn::EvpnVlanFloodSetHwConfig::configAttr) return;
+    auto const& pair = Qor::keyAs<MacVlanPair>(key);
+    if (Fenn::VlanFloodSetConfig const* config = notifier()->config(pair)) {
+      sm()->vlanFloodSetConfig_.add(pair, config, sm());
+    } else {
+      sm()->vlanFloodSetConfig_.del(pair);
+      sm()->handleVlanFloodSetConfigGone(pair);
+    }
+  }
+};
+
+FloodSetProgrammer::FloodSetProgrammer(Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig const> config,
+                                       Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status)
+    : config_(std::move(config)), status_(std::move(status)) {
+  qorEvpnVlanFloodSetHwConfig_ = Qor::newReactor<QorEvpnVlanFloodSetHwConfig>(config_.get(), this);
+}
+
+FloodSetProgrammer::~FloodSetProgrammer() {
+  qorEvpnVlanFloodSetHwConfig_.reset();
+  vlanFloodSetConfig_.delAll();
+  status_->statusDelAll();
+}
+
+void FloodSetProgrammer::pausedIs(bool paused) {
+  paused_ = paused;
+  if (paused) return;
+  std::vector<MacVlanPair> const held(held_.begin(), held_.end());
+  held_.clear();
+  for (auto const& pair : held) syncPair(pair);
+}
+
+void FloodSetProgrammer::handleMplsDestConfig(MacVlanPair const& pair, MplsDestConfig const& config) {
+  if (paused_) {
+    held_.insert(pair);
+    return;
+  }
+  syncEntry(pair, config);
+}
+
+void FloodSetProgrammer::handleVlanFloodSetConfigGone(MacVlanPair const& pair) {
+  if (paused_) {
+    held_.insert(pair);
+    return;
+  }
+  syncPair(pair);
+}
+
+void FloodSetProgrammer::syncEntry(MacVlanPair const& pair, MplsDestConfig const& config) {
+  Fenn::VlanFloodSetConfig const* wanted = config_->config(pair);
+  // Writing status sets off the state machines that read it, and they may reconfigure this
+  // same flood set before the write returns: hold on to the status entity across writes.
+  Qor::Ptr<Fenn::VlanFloodSetStatus> status(status_->status(pair));
+  if (wanted && wanted->mplsDestConfigHas(config)) {
+    if (status && status->mplsDestStatusHas(config)) return;
+    Fenn::HwProgrammingStatus const result =
+        programmedCount_ < capacity_ ? Fenn::programmed : Fenn::notProgrammed;
+    if (result == Fenn::programmed) ++programmedCount_;
+    if (!status) status = Qor::Ptr<Fenn::VlanFloodSetStatus>(status_->statusIs(pair));
+    status->mplsDestStatusIs(config, result);
+    return;
+  }
+  if (!status || !status->mplsDestStatusHas(config)) return;
+  if (status->mplsDestStatus(config) == Fenn::programmed) --programmedCount_;
+  status->mplsDestStatusDel(config);
+  if (status->mplsDestStatus().empty() && status_->status(pair) == status.get()) status_->statusDel(pair);
+}
+
+void FloodSetProgrammer::syncPair(MacVlanPair const& pair) {
+  if (Fenn::VlanFloodSetStatus const* status = status_->status(pair)) {
+    for (auto const& config : status->mplsDestStatus().keys()) syncEntry(pair, config);
+  }
+  if (Fenn::VlanFloodSetConfig const* config = config_->config(pair)) {
+    for (auto const& entry : config->mplsDestConfig().keys()) syncEntry(pair, entry);
+  }
+}
+
+Qor::Ptr<FloodSetProgrammer> floodSetProgrammerFactory(Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig const> config,
+                                                       Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status) {
+  return Qor::Ptr<FloodSetProgrammer>(new FloodSetProgrammer(std::move(config), std::move(status)));
+}
+
+}  // namespace Sim
