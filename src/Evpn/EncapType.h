@@ -21,5 +21,6 @@ enum EncapType : uint8_t {
 template <>
 struct Qor::EnumTraits<Evpn::EncapType> {
   static constexpr std::string_view typeName = "Evpn::EncapType";
-  static constexpr std::array<std::string_view, 3> names = {"encapTypeNone", "encapTypeMpls", "encapTypeVxlan"};
+  static constexpr std::array<std::string_view, 3> names = {"encapTypeNone", "encapTypeMpls",
+                                                            "encapTypeVxlan"};
 };

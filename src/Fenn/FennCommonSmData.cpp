@@ -2,6 +2,8 @@
 
 namespace Fenn {
 
-Qor::Ptr<FennCommonSmData> fennCommonSmDataFactory() { return Qor::Ptr<FennCommonSmData>(new FennCommonSmData); }
+Qor::Ptr<FennCommonSmData> fennCommonSmDataFactory() {
+  return Qor::Ptr<FennCommonSmData>(new FennCommonSmData);
+}
 
 }  // namespace Fenn

@@ -1,0 +1,458 @@
+#include "FennEvpn/FennEvpnHwTunnelIdSm.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+#include "Qor/Assert.h"
+#include "Qor/SysLog.h"
+#include "Qor/Trace.h"
+
+QOR_TRACE_SOURCE("/src/FennEvpn/FennEvpnHwTunnelIdSm")
+
+namespace Fenn {
+
+namespace {
+
+Qor::LogMessage const EVPN_MPLS_SHARED_ESI_HW_RESOURCE_FULL(
+    "EVPN_MPLS_SHARED_ESI_HW_RESOURCE_FULL", Qor::LogSeverity::warning,
+    "Hardware resources are insufficient to allocate the shared ESI label for all the peers of some ethernet "
+    "segments.",
+    "The switch may send the ESI label only to the designated forwarder of some ethernet segments.",
+    "Reconfigure the network to reduce the number of peers for ethernet segments with shared ESI label "
+    "configured.");
+
+Qor::LogMessage const EVPN_MPLS_SHARED_ESI_HW_RESOURCE_NORMAL(
+    "EVPN_MPLS_SHARED_ESI_HW_RESOURCE_NORMAL", Qor::LogSeverity::notice,
+    "Hardware resources are available to send shared ESI label to all the peers of all ethernet segments.",
+    "The switch will send the shared ESI label to all the peers of all the ethernet segments.", "");
+
+constexpr char const* reviewUnprogrammedTaskName = "reviewUnprogrammed";
+
+// Read at every check, so that a harness may set it at any time.
+bool simulation() { return std::getenv("SIMULATION_VMID") != nullptr; }
+
+TunnelId tunnelOfTep(Ostra::IntfId const& tepIntfId) {
+  return srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId);
+}
+
+}  // namespace
+
+class EvpnHwTunnelIdSm::QorEvpnStatus : public Qor::ReactorOf<Evpn::EvpnStatus, EvpnHwTunnelIdSm> {
+ public:
+  using ReactorOf::ReactorOf;
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    switch (id) {
+      case Evpn::EvpnStatus::ethernetSegmentStatusAttr:
+        sm()->handleEthernetSegmentStatus(Qor::keyAs<Ostra::IntfId>(key));
+        break;
+    }
+  }
+};
+
+class EvpnHwTunnelIdSm::QorSegmentStatus
+    : public Qor::ReactorOf<Evpn::EthernetSegmentStatus, EvpnHwTunnelIdSm> {
+ public:
+  using ReactorOf::ReactorOf;
+
+  void onCreate() override { handleSegmentStatus(); }
+
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    switch (id) {
+      case Evpn::EthernetSegmentStatus::remoteEsiLabelAttr:
+        handleRemoteEsiLabel(Qor::keyAs<Ostra::IntfId>(key));
+        break;
+      case Evpn::EthernetSegmentStatus::sharedEsiLabelAttr:
+        handleSharedEsiLabel();
+        break;
+    }
+  }
+
+  void handleSegmentStatus() {
+    QTRACE(8, "EvpnHwTunnelIdSm::QorSegmentStatus::", "handleSegmentStatus", " intfId ", esIntfId());
+    if (!sm()->initialized()) return;
+    sm()->processSegmentStatus(esIntfId());
+  }
+
+  void handleRemoteEsiLabel(Ostra::IntfId const& tepIntfId) {
+    QTRACE(8, "EvpnHwTunnelIdSm::QorSegmentStatus::", "handleRemoteEsiLabel", " intfId ", esIntfId(), " tep ",
+           tepIntfId);
+    if (!sm()->initialized()) return;
+    TunnelId const tunnelId = tunnelOfTep(tepIntfId);
+    // Another TEP interface of the segment may lead to the same tunnel.
+    bool used = false;
+    for (auto const& [tep, label] : notifier()->remoteEsiLabel()) {
+      if (tunnelOfTep(tep) == tunnelId) {
+        used = true;
+        break;
+      }
+    }
+    if (used) {
+      sm()->programHwTunnelId(esIntfId(), tunnelId);
+    } else if (auto const* set = sm()->intfTunnelSet(esIntfId()); set && set->tunnelIdHas(tunnelId)) {
+      sm()->unProgramHwTunnelId(esIntfId(), tunnelId);
+    }
+  }
+
+  void handleSharedEsiLabel() {
+    bool const valid = notifier()->sharedEsiLabel().valid();
+    QTRACE(8, "EvpnHwTunnelIdSm::QorSegmentStatus::", "handleSharedEsiLabel", " intfId ", esIntfId(),
+           " sharedEsiLabelValid ", valid);
+    if (!sm()->initialized()) return;
+    auto const* set = sm()->intfTunnelSet(esIntfId());
+    if (!set) return;
+    for (auto const& tunnelId : set->tunnelId().keys()) {
+      sm()->tunnelInfo(tunnelId)->sharedEsiLabelConfiguredIntfIs(esIntfId(), valid);
+      sm()->maybeReprogramHwTunnelId(tunnelId);
+    }
+  }
+
+ private:
+  Ostra::IntfId esIntfId() const { return notifier()->intfId(); }
+};
+
+class EvpnHwTunnelIdSm::QorRemoteInfo : public Qor::ReactorOf<EvpnRemoteInfo, EvpnHwTunnelIdSm> {
+ public:
+  using ReactorOf::ReactorOf;
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    switch (id) {
+      case EvpnRemoteInfo::remoteTunnelIdAttr:
+        sm()->handleRemoteTunnelId(Qor::keyAs<TunnelId>(key));
+        break;
+    }
+  }
+};
+
+EvpnHwTunnelIdSm::EvpnHwTunnelIdSm(Qor::Ptr<FennHelper::EvpnHwTunnelIdSmHelper> hwTunnelIdHelper,
+                                   Qor::Ptr<Keel::TaskScheduler> scheduler,
+                                   Qor::Ptr<FennCommonSmData const> acsd,
+                                   Qor::Ptr<Evpn::EvpnStatus const> evpnStatus,
+                                   Qor::Ptr<EvpnRemoteInfo const> remoteInfo,
+                                   Qor::Ptr<TunnelIdToHwTunnelIdMapping> tunnelIdHwTunnelId)
+    : hwTunnelIdHelper_(std::move(hwTunnelIdHelper)),
+      scheduler_(std::move(scheduler)),
+      acsd_(std::move(acsd)),
+      evpnStatus_(std::move(evpnStatus)),
+      remoteInfo_(std::move(remoteInfo)),
+      tunnelIdHwTunnelId_(std::move(tunnelIdHwTunnelId)) {
+  qorEvpnStatus_ = Qor::newReactor<QorEvpnStatus>(evpnStatus_.get(), this);
+  qorRemoteInfo_ = Qor::newReactor<QorRemoteInfo>(remoteInfo_.get(), this);
+}
+
+EvpnHwTunnelIdSm::~EvpnHwTunnelIdSm() {
+  segmentStatus_.delAll();
+  qorRemoteInfo_.reset();
+  qorEvpnStatus_.reset();
+  reviewUnprogrammed_ = nullptr;
+  // Before initialization the table may still hold a previous run's rows, which are not ours.
+  if (!initialized()) return;
+  for (auto const& tunnelId : tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdKeys()) {
+    hwTunnelIdHelper_->releaseHwTunnelId(tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdDel(tunnelId).hwTunnelId());
+  }
+}
+
+void EvpnHwTunnelIdSm::handleInitialized() {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "handleInitialized");
+  // Rows of a previous run name IDs of a helper that no longer holds them.
+  tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdDelAll();
+  reviewUnprogrammedIs(scheduler_, acsd_->reviewTaskPriority(), reviewUnprogrammedTaskName);
+  for (auto const& esIntfId : evpnStatus_->ethernetSegmentStatus().keys()) processSegmentStatus(esIntfId);
+  for (auto const& tunnelId : remoteInfo_->remoteTunnelId().keys()) publishHwTunnelId(tunnelId);
+  for (auto const type : {hwTunnelIdTypeDefault, hwTunnelIdTypeSharedEs}) {
+    hwTunnelIdOverflowIs(type, hwTunnelIdOverflow(type));
+  }
+}
+
+void EvpnHwTunnelIdSm::handleEthernetSegmentStatus(Ostra::IntfId const& esIntfId) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "handleEthernetSegmentStatus", " intfId ", esIntfId);
+  if (auto const* status = evpnStatus_->ethernetSegmentStatus(esIntfId)) {
+    segmentStatus_.add(esIntfId, status, this);
+    return;
+  }
+  segmentStatus_.del(esIntfId);
+  if (initialized()) processSegmentStatus(esIntfId);
+}
+
+void EvpnHwTunnelIdSm::handleRemoteTunnelId(TunnelId const& tunnelId) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "handleRemoteTunnelId", " tunnelId ", tunnelId);
+  if (!initialized()) return;
+  if (remoteInfo_->remoteTunnelIdHas(tunnelId)) {
+    if (remoteInfo_->remoteTunnelId(tunnelId) == 1) publishHwTunnelId(tunnelId);
+    return;
+  }
+  // No longer a flooding destination: the ID is free for reclaim unless a segment uses it.
+  if (!tunnelInfoHas(tunnelId)) retireTunnel(tunnelId);
+}
+
+void EvpnHwTunnelIdSm::processSegmentStatus(Ostra::IntfId const& esIntfId) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "processSegmentStatus", " intfId ", esIntfId);
+  std::vector<TunnelId> peers;
+  if (auto const* status = evpnStatus_->ethernetSegmentStatus(esIntfId)) {
+    for (auto const& [tep, label] : status->remoteEsiLabel()) peers.push_back(tunnelOfTep(tep));
+  }
+  std::sort(peers.begin(), peers.end());
+  peers.erase(std::unique(peers.begin(), peers.end()), peers.end());
+  if (auto const* set = intfTunnelSet(esIntfId)) {
+    for (auto const& tunnelId : set->tunnelId().keys()) {
+      if (!std::binary_search(peers.begin(), peers.end(), tunnelId)) unProgramHwTunnelId(esIntfId, tunnelId);
+    }
+  }
+  for (auto const& tunnelId : peers) programHwTunnelId(esIntfId, tunnelId);
+}
+
+void EvpnHwTunnelIdSm::programHwTunnelId(Ostra::IntfId const& esIntfId, TunnelId const& tunnelId) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "programHwTunnelId", " esIntfId ", esIntfId, " tunnelId ", tunnelId);
+  TunnelInfo* info = tunnelInfoIs(tunnelId);
+  info->intfIdIs(esIntfId);
+  info->sharedEsiLabelConfiguredIntfIs(esIntfId, sharedEsiLabelValid(esIntfId));
+  intfTunnelSetIs(esIntfId)->tunnelIdIs(tunnelId);
+  publishHwTunnelId(tunnelId);
+}
+
+void EvpnHwTunnelIdSm::unProgramHwTunnelId(Ostra::IntfId const& esIntfId, TunnelId const& tunnelId) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "unProgramHwTunnelId", " esIntfId ", esIntfId, " tunnelId ", tunnelId);
+  TunnelInfo* info = tunnelInfo(tunnelId);
+  QOR_ASSERT_TEXT(info && info->intfIdHas(esIntfId), "tunnelInfo( tunnelId )->intfIdHas( esIntfId )");
+  info->intfIdDel(esIntfId);
+  info->sharedEsiLabelConfiguredIntfDel(esIntfId);
+  if (IntfTunnelSet* set = intfTunnelSet(esIntfId)) {
+    set->tunnelIdDel(tunnelId);
+    if (set->tunnelId().empty()) intfTunnelSetDel(esIntfId);
+  }
+  if (!info->intfId().empty()) {
+    QTRACE(5, "EvpnHwTunnelIdSm::", "unProgramHwTunnelId", " ethernet segments still using tunnelId ",
+           tunnelId);
+    maybeReprogramHwTunnelId(tunnelId);
+    return;
+  }
+  tunnelInfoDel(tunnelId);
+  if (remoteInfo_->remoteTunnelIdHas(tunnelId)) {
+    // Still flooded to: it keeps its ID, in the pool it needs without the segments.
+    QTRACE(5, "EvpnHwTunnelIdSm::", "unProgramHwTunnelId", " flooding destination still using tunnelId ",
+           tunnelId);
+    maybeReprogramHwTunnelId(tunnelId);
+    return;
+  }
+  retireTunnel(tunnelId);
+}
+
+void EvpnHwTunnelIdSm::retireTunnel(TunnelId const& tunnelId) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "retireTunnel", " tunnelId ", tunnelId);
+  if (!tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId)) {
+    QTRACE(5, "EvpnHwTunnelIdSm::", "retireTunnel", " tunnel not programmed ", tunnelId);
+    unprogrammedTunnelDel(tunnelId);
+    return;
+  }
+  HwTunnelIdType const hwTunnelIdType =
+      tunnelIdHwTunnelId_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId().type();
+  TunnelIdSet* zombies = zombieTunnelIdIs(hwTunnelIdType);
+  QOR_ASSERT_TEXT(!zombies->tunnelIdHas(tunnelId),
+                  "!zombieTunnelIdIs( hwTunnelIdType )->tunnelIdHas( tunnelId )");
+  QTRACE(5, "EvpnHwTunnelIdSm::", "retireTunnel", " zombie tunnelId ", tunnelId, " hwTunnelIdType ",
+         hwTunnelIdType);
+  zombies->tunnelIdIs(tunnelId);
+  maybeScheduleUnprogrammedReview(true);
+}
+
+void EvpnHwTunnelIdSm::publishHwTunnelId(TunnelId const& tunnelId) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "publishHwTunnelId", " TunnelId ", tunnelId);
+  if (!tunnelInfoHas(tunnelId)) {
+    QOR_ASSERT_TEXT(remoteInfo_->remoteTunnelIdHas(tunnelId), "remoteInfo()->remoteTunnelIdHas( tunnelId )");
+  }
+  HwTunnelIdType const hwTunnelIdType = hwTunnelIdTypeOf(tunnelId);
+  QTRACE(8, "EvpnHwTunnelIdSm::", "publishHwTunnelId", " hwTunnelIdType ", hwTunnelIdType);
+  if (tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId)) {
+    // In use again: it keeps its ID. A zombie is filed under its ID's pool, which differs
+    // from the needed pool when a shared-ES tunnel holds a fallback default ID.
+    HwTunnelIdType const publishedType =
+        tunnelIdHwTunnelId_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId().type();
+    if (TunnelIdSet* zombies = zombieTunnelId(publishedType)) zombies->tunnelIdDel(tunnelId);
+    maybeReprogramHwTunnelId(tunnelId);
+    return;
+  }
+  HwTunnelId hwTunnelId = getHwTunnelId(hwTunnelIdType, true);
+  if (!hwTunnelId.valid() && hwTunnelIdType == hwTunnelIdTypeSharedEs) {
+    QTRACE(5, "EvpnHwTunnelIdSm::", "publishHwTunnelId",
+           " try allocating for hwTunnelIdTypeDefault for sharedEs");
+    hwTunnelId = getHwTunnelId(hwTunnelIdTypeDefault, true);
+    if (hwTunnelId.valid()) {
+      QTRACE(5, "EvpnHwTunnelIdSm::", "publishHwTunnelId", " allocated HwTunnelId ", hwTunnelId,
+             " with hwTunnelIdType=hwTunnelIdTypeDefault");
+    }
+  }
+  if (!hwTunnelId.valid()) {
+    QTRACE(5, "EvpnHwTunnelIdSm::", "publishHwTunnelId", " ", "failed to program tunnel", " TunnelId ",
+           tunnelId);
+    unprogrammedTunnelIs(tunnelId);
+    return;
+  }
+  QTRACE(5, "EvpnHwTunnelIdSm::", "publishHwTunnelId", " ", "tunnel programmed with hw tunnel id ",
+         hwTunnelId);
+  tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdIs(TunnelIdToHwTunnelId(tunnelId, hwTunnelId));
+  unprogrammedTunnelDel(tunnelId);
+}
+
+void EvpnHwTunnelIdSm::maybeReprogramHwTunnelId(TunnelId const& tunnelId) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", " maybeReprogramHwTunnelId ", " tunnelId ", tunnelId);
+  if (!tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId)) {
+    // Still waiting for an ID: its pool has changed, so ask that pool now.
+    publishHwTunnelId(tunnelId);
+    return;
+  }
+  HwTunnelId const oldHwTunnelId = tunnelIdHwTunnelId_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId();
+  HwTunnelIdType const hwTunnelIdType = hwTunnelIdTypeOf(tunnelId);
+  if (oldHwTunnelId.type() == hwTunnelIdType) {
+    QTRACE(8, "EvpnHwTunnelIdSm::", " maybeReprogramHwTunnelId ", " already has HwTunnelId allocated",
+           " with type ", hwTunnelIdType);
+    return;
+  }
+  HwTunnelId const newHwTunnelId = getHwTunnelId(hwTunnelIdType, true);
+  QTRACE(5, "EvpnHwTunnelIdSm::", " maybeReprogramHwTunnelId ", " oldHwTunnelId ", oldHwTunnelId,
+         " oldHwTunnelIdType ", oldHwTunnelId.type(), " newHwTunnelId ", newHwTunnelId, " newHwTunnelIdType ",
+         hwTunnelIdType, " hwTunnelIdValid ", newHwTunnelId.valid());
+  // Without a new ID the tunnel keeps the old one: an ID of the other pool still forwards.
+  if (!newHwTunnelId.valid()) return;
+  hwTunnelIdHelper_->releaseHwTunnelId(oldHwTunnelId);
+  maybeScheduleUnprogrammedReview(true);
+  tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdIs(TunnelIdToHwTunnelId(tunnelId, newHwTunnelId));
+}
+
+HwTunnelId EvpnHwTunnelIdSm::getHwTunnelId(HwTunnelIdType type, bool attemptZombieRelease) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "getHwTunnelId", " hwTunnelIdType ", type, " attemptZombieRelease ",
+         attemptZombieRelease);
+  HwTunnelId const hwTunnelId = hwTunnelIdHelper_->getHwTunnelId(type);
+  if (hwTunnelId.valid() || !attemptZombieRelease) return hwTunnelId;
+  if (!releaseOneZombieTunnelId(type)) return HwTunnelId();
+  return hwTunnelIdHelper_->getHwTunnelId(type);
+}
+
+bool EvpnHwTunnelIdSm::releaseOneZombieTunnelId(HwTunnelIdType type) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "releaseOneZombieTunnelId", " hwTunnelIdType ", type);
+  TunnelIdSet* zombies = zombieTunnelId(type);
+  if (!zombies) {
+    QTRACE(8, "EvpnHwTunnelIdSm::", "releaseOneZombieTunnelId", " hwTunnelIdType ", type,
+           " not in zombieTunnelId collection ");
+    return false;
+  }
+  if (zombies->tunnelId().empty()) {
+    QTRACE(8, "EvpnHwTunnelIdSm::", "releaseOneZombieTunnelId", " hwTunnelIdType ", type,
+           " collection empty ");
+    return false;
+  }
+  TunnelId const tunnelId = *zombies->tunnelId().begin();
+  TunnelIdToHwTunnelId const tidHwTid = tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdDel(tunnelId);
+  QOR_ASSERT_TEXT(tidHwTid != TunnelIdToHwTunnelId(), "!!tidHwTid");
+  QTRACE(5, "EvpnHwTunnelIdSm::", "releaseOneZombieTunnelId", " tunnelId ", tunnelId, " hwTunnelId ",
+         tidHwTid.hwTunnelId());
+  hwTunnelIdHelper_->releaseHwTunnelId(tidHwTid.hwTunnelId());
+  zombies->tunnelIdDel(tunnelId);
+  return true;
+}
+
+void EvpnHwTunnelIdSm::hwTunnelIdOverflowIs(HwTunnelIdType type, bool overflow) {
+  // A pool never recorded counts as not exhausted: recording it as such is no change.
+  bool const changed = hwTunnelIdOverflow(type) != overflow;
+  hwTunnelIdOverflow_.set(type, overflow);
+  if (changed) handleHwTunnelIdOverflow(type);
+}
+
+void EvpnHwTunnelIdSm::handleHwTunnelIdOverflow(HwTunnelIdType hwTunnelIdType) {
+  bool const overflow = hwTunnelIdOverflow(hwTunnelIdType);
+  QTRACE(8, "EvpnHwTunnelIdSm::", "handleHwTunnelIdOverflow", " hwTunnelIdType ", hwTunnelIdType,
+         " overflow ", overflow);
+  if (!initialized()) return;
+  if (hwTunnelIdType == hwTunnelIdTypeDefault) {
+    if (overflow) QTRACE(1, "EvpnHwTunnelIdSm::", "handleHwTunnelIdOverflow", " default pool exhausted");
+    if (!simulation()) QOR_ASSERT_TEXT(!overflow, "!hwTunnelIdOverflow( hwTunnelIdType )");
+    return;
+  }
+  Qor::log(overflow ? EVPN_MPLS_SHARED_ESI_HW_RESOURCE_FULL : EVPN_MPLS_SHARED_ESI_HW_RESOURCE_NORMAL);
+}
+
+void EvpnHwTunnelIdSm::unprogrammedTunnelIs(TunnelId const& tunnelId) {
+  if (unprogrammedTunnel_.has(tunnelId)) return;
+  unprogrammedTunnel_.set(tunnelId);
+  handleUnprogrammedTunnel(tunnelId);
+}
+
+void EvpnHwTunnelIdSm::unprogrammedTunnelDel(TunnelId const& tunnelId) {
+  if (unprogrammedTunnel_.del(tunnelId)) handleUnprogrammedTunnel(tunnelId);
+}
+
+void EvpnHwTunnelIdSm::handleUnprogrammedTunnel(TunnelId const& tunnelId) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "handleUnprogrammedTunnel", " tunnelId ", tunnelId, " unprogrammed ",
+         unprogrammedTunnelHas(tunnelId));
+  if (unprogrammedTunnelHas(tunnelId) && tunnelInfoHas(tunnelId)) {
+    hwTunnelIdOverflowIs(hwTunnelIdTypeOf(tunnelId), true);
+  } else if (unprogrammedTunnel_.empty()) {
+    hwTunnelIdOverflowIs(hwTunnelIdTypeSharedEs, false);
+  }
+}
+
+void EvpnHwTunnelIdSm::maybeScheduleUnprogrammedReview(bool immediate) {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "maybeScheduleUnprogrammedReview", " immediate ", immediate);
+  if (unprogrammedTunnel_.empty()) return;
+  QOR_ASSERT_TEXT(initialized(), "initialized()");
+  bookmarkIs(TunnelId());
+  if (immediate) {
+    reviewUnprogrammed_->scheduleTask();
+    QTRACE(5, "EvpnHwTunnelIdSm::", "maybeScheduleUnprogrammedReview", " ",
+           "schedule immediate unprogrammed review");
+  } else if (!reviewUnprogrammed_->taskScheduled()) {
+    reviewUnprogrammed_->scheduleTaskDelay(defaultUnprogrammedRetryInterval());
+    QTRACE(5, "EvpnHwTunnelIdSm::", "maybeScheduleUnprogrammedReview", " ", "next unprogrammed review at ",
+           reviewUnprogrammed_->dueTime());
+  } else {
+    QTRACE(5, "EvpnHwTunnelIdSm::", "maybeScheduleUnprogrammedReview", " ", "already scheduled");
+  }
+}
+
+void EvpnHwTunnelIdSm::reviewUnprogrammedIs(Qor::Ptr<Keel::TaskScheduler> const& scheduler,
+                                            Keel::Priority priority, Qor::String const& taskName) {
+  reviewUnprogrammed_ = Qor::Ptr<Keel::TimerTask>(
+      new Keel::TimerTask(scheduler, priority, taskName, [this] { doReviewUnprogrammed(); }));
+}
+
+void EvpnHwTunnelIdSm::doReviewUnprogrammed() {
+  QTRACE(8, "EvpnHwTunnelIdSm::", "doReviewUnprogrammed", " bookmark ", bookmark());
+  QOR_ASSERT_TEXT(initialized(), "initialized()");
+  Keel::TimerTask* task = reviewUnprogrammed_.get();
+  QOR_ASSERT_TEXT(task, "task");
+  // Walked in tunnel ID order, so that a bookmark whose tunnel has left the set still marks
+  // where the previous slice stopped.
+  std::vector<TunnelId> tunnels = unprogrammedTunnel_.keys();
+  std::sort(tunnels.begin(), tunnels.end());
+  for (auto it = std::lower_bound(tunnels.begin(), tunnels.end(), bookmark()); it != tunnels.end(); ++it) {
+    publishHwTunnelId(*it);
+    task->taskWorkCountInc(1);
+    if (std::next(it) != tunnels.end() && task->taskShouldYield()) {
+      bookmarkIs(*std::next(it));
+      task->scheduleTaskDelay(defaultUnprogrammedRetryInterval());
+      QTRACE(5, "EvpnHwTunnelIdSm::", "doReviewUnprogrammed", " yield, resume at ", bookmark());
+      return;
+    }
+  }
+}
+
+HwTunnelIdType EvpnHwTunnelIdSm::hwTunnelIdTypeOf(TunnelId const& tunnelId) const {
+  TunnelInfo const* info = tunnelInfo(tunnelId);
+  return info ? info->hwTunnelIdType() : hwTunnelIdTypeDefault;
+}
+
+bool EvpnHwTunnelIdSm::sharedEsiLabelValid(Ostra::IntfId const& esIntfId) const {
+  auto const* status = evpnStatus_->ethernetSegmentStatus(esIntfId);
+  return status && status->sharedEsiLabel().valid();
+}
+
+Qor::Ptr<EvpnHwTunnelIdSm> evpnHwTunnelIdSmFactory(
+    Qor::Ptr<FennHelper::EvpnHwTunnelIdSmHelper> hwTunnelIdHelper,
+    Qor::Ptr<Keel::TaskScheduler> taskScheduler, Qor::Ptr<FennCommonSmData const> acsd,
+    Qor::Ptr<Evpn::EvpnStatus const> evpnStatus, Qor::Ptr<EvpnRemoteInfo const> remoteInfo,
+    Qor::Ptr<TunnelIdToHwTunnelIdMapping> tunnelIdHwTunnelId) {
+  return Qor::Ptr<EvpnHwTunnelIdSm>(
+      new EvpnHwTunnelIdSm(std::move(hwTunnelIdHelper), std::move(taskScheduler), std::move(acsd),
+                           std::move(evpnStatus), std::move(remoteInfo), std::move(tunnelIdHwTunnelId)));
+}
+
+}  // namespace Fenn

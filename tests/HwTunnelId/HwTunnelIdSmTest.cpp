@@ -1,0 +1,278 @@
+// Hardware tunnel ID allocation: pools, zombies, fallback, overflow reporting, reviews,
+// initialization and teardown.
+#include <cstdlib>
+
+#include "HwTunnelIdHarness.h"
+
+namespace HwTunnelIdTest {
+namespace {
+
+using AllocationTest = Harness;
+
+TEST_F(AllocationTest, PoolOfOneIsReclaimedFromAZombie) {
+  freeIds({defaultId(1)});
+  start();
+  addPeer(1, 10);
+  EXPECT_EQ(hwId(10), defaultId(1));
+
+  delPeer(1, 10);  // the segment was the tunnel's only user
+  EXPECT_EQ(hwId(10), defaultId(1)) << "a zombie stays published";
+  EXPECT_TRUE(zombie(10));
+  EXPECT_EQ(helper->releaseHwTunnelIdCount(), 0u);
+
+  floodInc(20);
+  EXPECT_FALSE(table->tunnelIdToHwTunnelIdHas(tunnel(10)));
+  EXPECT_EQ(hwId(20), defaultId(1));
+  EXPECT_FALSE(zombie(10));
+  EXPECT_EQ(helper->releaseHwTunnelIdCount(), 1u);
+  EXPECT_TRUE(sm->unprogrammedTunnel().empty());
+}
+
+TEST_F(AllocationTest, ZombieInUseAgainKeepsItsId) {
+  freeIds({defaultId(1), defaultId(2)});
+  start();
+  floodInc(10);
+  floodDec(10);
+  EXPECT_TRUE(zombie(10));
+  addPeer(1, 10);
+  EXPECT_FALSE(zombie(10));
+  EXPECT_EQ(hwId(10), defaultId(1));
+  EXPECT_EQ(helper->getHwTunnelIdCount(), 1u);
+}
+
+TEST_F(AllocationTest, TunnelLeavingItsLastSegmentWhileFloodedIsNoZombie) {
+  freeIds({defaultId(1)});
+  start();
+  floodInc(10);
+  addPeer(1, 10);
+  delPeer(1, 10);
+  EXPECT_FALSE(zombie(10));
+  floodInc(20);  // must not take tunnel 10's ID
+  EXPECT_EQ(hwId(10), defaultId(1));
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(20)));
+
+  floodDec(10);  // now nothing needs it
+  EXPECT_TRUE(zombie(10));
+  scheduler->runReady();
+  EXPECT_EQ(hwId(20), defaultId(1)) << "the waiting tunnel reclaims the new zombie";
+  EXPECT_FALSE(table->tunnelIdToHwTunnelIdHas(tunnel(10)));
+}
+
+TEST_F(AllocationTest, CountGoingOneTwoOneAllocatesOnce) {
+  freeIds({defaultId(1), defaultId(2)});
+  start();
+  floodInc(10);
+  floodInc(10);
+  floodDec(10);
+  EXPECT_EQ(helper->getHwTunnelIdCount(), 1u);
+  EXPECT_EQ(hwId(10), defaultId(1));
+  EXPECT_FALSE(zombie(10));
+}
+
+TEST_F(AllocationTest, SharedEsPoolEmptyFallsBackToDefaultWithoutFull) {
+  freeIds({defaultId(1)});
+  sharedLabel(1, true);
+  start();
+  addPeer(1, 10);
+  EXPECT_EQ(hwId(10), defaultId(1));
+  EXPECT_TRUE(sm->unprogrammedTunnel().empty());
+  EXPECT_FALSE(sm->hwTunnelIdOverflow(hwTunnelIdTypeSharedEs));
+  EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(AllocationTest, BothPoolsEmptyLogFullOnceThenNormalOnce) {
+  sharedLabel(1, true);
+  start();
+  addPeer(1, 10);
+  addPeer(1, 11);
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(10)));
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(11)));
+  EXPECT_EQ(logged(), std::vector<std::string>({kFull}));
+
+  delPeer(1, 11);  // dropped, but tunnel 10 still waits
+  EXPECT_EQ(logged(), std::vector<std::string>({kFull}));
+
+  // IDs added behind the helper's back: the platform asks for a review.
+  freeIds({sharedId(1)});
+  sm->maybeScheduleUnprogrammedReview(false);
+  scheduler->advanceBy(4.9);
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(10))) << "the review waits the retry interval";
+  scheduler->advanceBy(0.1);
+  EXPECT_EQ(hwId(10), sharedId(1));
+  EXPECT_EQ(logged(), std::vector<std::string>({kFull, kNormal}));
+}
+
+TEST_F(AllocationTest, SharedLabelToggleMovesTunnelsBetweenPools) {
+  freeIds({defaultId(1), defaultId(2), sharedId(1)});
+  start();
+  addPeer(1, 10);
+  EXPECT_EQ(hwId(10), defaultId(1));
+
+  sharedLabel(1, true);
+  EXPECT_EQ(hwId(10), sharedId(1));
+  EXPECT_EQ(helper->releaseHwTunnelIdHwTunnelId(), defaultId(1));
+
+  sharedLabel(1, false);
+  EXPECT_EQ(hwId(10), defaultId(2)) << "released IDs queue behind the ones free before them";
+  EXPECT_EQ(helper->releaseHwTunnelIdHwTunnelId(), sharedId(1));
+  EXPECT_EQ(freeCount(hwTunnelIdTypeSharedEs), 1u);
+}
+
+TEST_F(AllocationTest, TunnelKeepsItsIdWhenTheNeededPoolIsEmpty) {
+  freeIds({defaultId(1)});
+  start();
+  addPeer(1, 10);
+  sharedLabel(1, true);  // shared-ES pool empty, no zombie there
+  EXPECT_EQ(hwId(10), defaultId(1));
+  EXPECT_FALSE(sm->unprogrammedTunnelHas(tunnel(10)));
+  EXPECT_EQ(helper->releaseHwTunnelIdCount(), 0u);
+  EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(AllocationTest, SegmentLeavingASharedTunnelLetsItMoveBackToDefault) {
+  freeIds({defaultId(1), sharedId(1)});
+  sharedLabel(1, true);
+  start();
+  addPeer(1, 10);
+  addPeer(2, 10);
+  EXPECT_EQ(hwId(10), sharedId(1));
+  delPeer(1, 10);  // segment 2 has no shared label
+  EXPECT_EQ(hwId(10), defaultId(1));
+  EXPECT_FALSE(zombie(10));
+  EXPECT_EQ(sm->tunnelInfo(tunnel(10))->intfId().size(), 1u);
+}
+
+TEST_F(AllocationTest, FloodedTunnelLeavingASharedSegmentReturnsToTheDefaultPool) {
+  freeIds({defaultId(1), sharedId(1)});
+  sharedLabel(1, true);
+  start();
+  floodInc(10);
+  addPeer(1, 10);
+  EXPECT_EQ(hwId(10), sharedId(1));
+  delPeer(1, 10);
+  EXPECT_EQ(hwId(10), defaultId(1)) << "a shared-ES ID is not held by a tunnel that no longer needs one";
+  EXPECT_EQ(freeCount(hwTunnelIdTypeSharedEs), 1u);
+}
+
+TEST_F(AllocationTest, SegmentRemovedReleasesItsTunnelsAsZombies) {
+  freeIds({defaultId(1), defaultId(2)});
+  start();
+  addPeer(1, 10);
+  addPeer(1, 11);
+  evpnStatus->ethernetSegmentStatusDel(segment(1));
+  EXPECT_TRUE(zombie(10));
+  EXPECT_TRUE(zombie(11));
+  EXPECT_FALSE(sm->tunnelInfoHas(tunnel(10)));
+  EXPECT_FALSE(sm->intfTunnelSetHas(segment(1)));
+}
+
+using ReviewTest = Harness;
+
+TEST_F(ReviewTest, ReviewDrainsUnprogrammedTunnelsInSlices) {
+  scheduler->workQuotaIs(2);
+  start();
+  for (uint64_t t = 10; t < 15; ++t) floodInc(t);
+  EXPECT_EQ(sm->unprogrammedTunnel().size(), 5u);
+  EXPECT_TRUE(logged().empty()) << "flooding-only tunnels raise no overflow";
+
+  freeIds({defaultId(1), defaultId(2), defaultId(3), defaultId(4), defaultId(5)});
+  sm->maybeScheduleUnprogrammedReview(true);
+  scheduler->runReady();
+  EXPECT_EQ(sm->unprogrammedTunnel().size(), 3u);
+  EXPECT_EQ(sm->bookmark(), tunnel(12));
+  scheduler->advanceBy(4.9);
+  EXPECT_EQ(sm->unprogrammedTunnel().size(), 3u);
+  scheduler->advanceBy(0.1);
+  EXPECT_EQ(sm->unprogrammedTunnel().size(), 1u);
+  scheduler->advanceBy(5);
+  EXPECT_TRUE(sm->unprogrammedTunnel().empty());
+  EXPECT_EQ(scheduler->pendingTaskCount(), 0u) << "a finished walk does not reschedule";
+  for (uint64_t t = 10; t < 15; ++t) EXPECT_EQ(hwId(t), defaultId(static_cast<uint32_t>(t - 9)));
+}
+
+TEST_F(ReviewTest, FailedPublishSchedulesNothingButANewZombieReviewsAtOnce) {
+  freeIds({defaultId(1)});
+  start();
+  floodInc(10);
+  floodInc(11);
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(11)));
+  EXPECT_EQ(scheduler->pendingTaskCount(), 0u);
+
+  floodDec(10);
+  EXPECT_TRUE(sm->reviewUnprogrammed()->taskScheduled());
+  scheduler->runReady();
+  EXPECT_EQ(hwId(11), defaultId(1));
+}
+
+TEST_F(ReviewTest, UnprogrammedTunnelNoLongerNeededStopsWaiting) {
+  start();
+  floodInc(10);
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(10)));
+  floodDec(10);
+  EXPECT_FALSE(sm->unprogrammedTunnelHas(tunnel(10)));
+  EXPECT_FALSE(zombie(10));
+}
+
+using LifecycleTest = Harness;
+
+TEST_F(LifecycleTest, InitializationRebuildsTheTableFromTheInputs) {
+  freeIds({defaultId(1), defaultId(2), sharedId(1)});
+  table->tunnelIdToHwTunnelIdIs(
+      Fenn::TunnelIdToHwTunnelId(tunnel(99), defaultId(7)));  // a previous run's row
+  sharedLabel(1, true);
+  addPeer(1, 10);
+  floodInc(20);
+  sm = Fenn::evpnHwTunnelIdSmFactory(helper, scheduler, acsd, evpnStatus, remoteInfo, table);
+  EXPECT_EQ(helper->getHwTunnelIdCount(), 0u) << "nothing is allocated before initialization";
+  addPeer(1, 11);
+  EXPECT_EQ(helper->getHwTunnelIdCount(), 0u);
+
+  sm->initializedIs(true);
+  EXPECT_FALSE(table->tunnelIdToHwTunnelIdHas(tunnel(99)));
+  EXPECT_EQ(hwId(10).type(), hwTunnelIdTypeSharedEs);
+  EXPECT_TRUE(hwId(11).valid());
+  EXPECT_EQ(hwId(20), defaultId(2));
+  EXPECT_EQ(table->tunnelIdToHwTunnelIdSize(), 3u);
+  EXPECT_TRUE(sm->hwTunnelIdOverflowHas(hwTunnelIdTypeSharedEs));
+  EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(LifecycleTest, DestructionRemovesRowsAndGivesEveryIdBack) {
+  freeIds({defaultId(1), defaultId(2)});
+  start();
+  floodInc(10);
+  addPeer(1, 11);
+  delPeer(1, 11);  // a zombie is still ours
+  sm = nullptr;
+  EXPECT_EQ(table->tunnelIdToHwTunnelIdSize(), 0u);
+  EXPECT_EQ(freeCount(hwTunnelIdTypeDefault), 2u);
+}
+
+using OverflowDeathTest = Harness;
+
+TEST_F(OverflowDeathTest, DefaultPoolExhaustionAbortsOutsideSimulation) {
+  unsetenv("SIMULATION_VMID");
+  start();
+  EXPECT_DEATH(addPeer(1, 10), "!hwTunnelIdOverflow\\( hwTunnelIdType \\)");
+}
+
+TEST_F(OverflowDeathTest, DefaultPoolExhaustionIsSurvivedInSimulation) {
+  setenv("SIMULATION_VMID", "1", 1);
+  start();
+  addPeer(1, 10);
+  unsetenv("SIMULATION_VMID");
+  EXPECT_TRUE(sm->hwTunnelIdOverflow(hwTunnelIdTypeDefault));
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(10)));
+  EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(OverflowDeathTest, UnProgrammingATunnelTheSegmentDoesNotUseAborts) {
+  freeIds({defaultId(1)});
+  start();
+  addPeer(1, 10);
+  sm->tunnelInfo(tunnel(10))->intfIdDel(segment(1));  // bookkeeping out of step with the segment
+  EXPECT_DEATH(delPeer(1, 10), "tunnelInfo\\( tunnelId \\)->intfIdHas\\( esIntfId \\)");
+}
+
+}  // namespace
+}  // namespace HwTunnelIdTest
