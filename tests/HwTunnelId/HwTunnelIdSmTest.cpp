@@ -28,18 +28,6 @@ TEST_F(AllocationTest, PoolOfOneIsReclaimedFromAZombie) {
   EXPECT_TRUE(sm->unprogrammedTunnel().empty());
 }
 
-TEST_F(AllocationTest, ZombieInUseAgainKeepsItsId) {
-  freeIds({defaultId(1), defaultId(2)});
-  start();
-  floodInc(10);
-  floodDec(10);
-  EXPECT_TRUE(zombie(10));
-  addPeer(1, 10);
-  EXPECT_FALSE(zombie(10));
-  EXPECT_EQ(hwId(10), defaultId(1));
-  EXPECT_EQ(helper->getHwTunnelIdCount(), 1u);
-}
-
 TEST_F(AllocationTest, TunnelLeavingItsLastSegmentWhileFloodedIsNoZombie) {
   freeIds({defaultId(1)});
   start();
@@ -154,18 +142,6 @@ TEST_F(AllocationTest, FloodedTunnelLeavingASharedSegmentReturnsToTheDefaultPool
   EXPECT_EQ(freeCount(hwTunnelIdTypeSharedEs), 1u);
 }
 
-TEST_F(AllocationTest, SegmentRemovedReleasesItsTunnelsAsZombies) {
-  freeIds({defaultId(1), defaultId(2)});
-  start();
-  addPeer(1, 10);
-  addPeer(1, 11);
-  evpnStatus->ethernetSegmentStatusDel(segment(1));
-  EXPECT_TRUE(zombie(10));
-  EXPECT_TRUE(zombie(11));
-  EXPECT_FALSE(sm->tunnelInfoHas(tunnel(10)));
-  EXPECT_FALSE(sm->intfTunnelSetHas(segment(1)));
-}
-
 using ReviewTest = Harness;
 
 TEST_F(ReviewTest, ReviewDrainsUnprogrammedTunnelsInSlices) {
@@ -188,29 +164,6 @@ TEST_F(ReviewTest, ReviewDrainsUnprogrammedTunnelsInSlices) {
   EXPECT_TRUE(sm->unprogrammedTunnel().empty());
   EXPECT_EQ(scheduler->pendingTaskCount(), 0u) << "a finished walk does not reschedule";
   for (uint64_t t = 10; t < 15; ++t) EXPECT_EQ(hwId(t), defaultId(static_cast<uint32_t>(t - 9)));
-}
-
-TEST_F(ReviewTest, FailedPublishSchedulesNothingButANewZombieReviewsAtOnce) {
-  freeIds({defaultId(1)});
-  start();
-  floodInc(10);
-  floodInc(11);
-  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(11)));
-  EXPECT_EQ(scheduler->pendingTaskCount(), 0u);
-
-  floodDec(10);
-  EXPECT_TRUE(sm->reviewUnprogrammed()->taskScheduled());
-  scheduler->runReady();
-  EXPECT_EQ(hwId(11), defaultId(1));
-}
-
-TEST_F(ReviewTest, UnprogrammedTunnelNoLongerNeededStopsWaiting) {
-  start();
-  floodInc(10);
-  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(10)));
-  floodDec(10);
-  EXPECT_FALSE(sm->unprogrammedTunnelHas(tunnel(10)));
-  EXPECT_FALSE(zombie(10));
 }
 
 using LifecycleTest = Harness;
