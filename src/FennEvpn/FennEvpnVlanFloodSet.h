@@ -119,8 +119,8 @@ class MplsDestConfig : public Qor::RecordValue<MplsDestConfig> {
   static constexpr std::string_view typeName = "Fenn::MplsDestConfig";
 
   MplsDestConfig() = default;
-  MplsDestConfig(TunnelId tunnelId, Ostra::MplsLabel label, HwTunnelId hwTunnelId, uint64_t hwIdForTunnelProgramming,
-                 Ostra::IntfId l2IntfId)
+  MplsDestConfig(TunnelId tunnelId, Ostra::MplsLabel label, HwTunnelId hwTunnelId,
+                 uint64_t hwIdForTunnelProgramming, Ostra::IntfId l2IntfId)
       : tunnelId_(tunnelId),
         label_(label),
         hwTunnelId_(hwTunnelId),

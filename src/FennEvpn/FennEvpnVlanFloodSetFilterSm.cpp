@@ -34,14 +34,14 @@ class VlanFloodSetFilterSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet,
  private:
   // Re-adding the matching destinations refreshes the output's flood-set type.
   void handleFloodSet() {
-    QTRACE(8, "VlanFloodSetFilterSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_, " mac: ",
-           notifier()->macAddr());
+    QTRACE(8, "VlanFloodSetFilterSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_,
+           " mac: ", notifier()->macAddr());
     if (sm()->initialized()) sm()->processFloodSet(vlanId_, notifier()->macAddr());
   }
 
   void handleDestSet(L2Rib::Dest const& dest) {
-    QTRACE(8, "VlanFloodSetFilterSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_, " mac: ",
-           notifier()->macAddr(), " dest: ", dest);
+    QTRACE(8, "VlanFloodSetFilterSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_,
+           " mac: ", notifier()->macAddr(), " dest: ", dest);
     if (sm()->initialized()) sm()->processDest(vlanId_, notifier()->macAddr(), dest);
   }
 
@@ -49,12 +49,14 @@ class VlanFloodSetFilterSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet,
 };
 
 // Keeps one QorFloodSet per flood set of one input VLAN flood set.
-class VlanFloodSetFilterSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanFloodSet, VlanFloodSetFilterSm> {
+class VlanFloodSetFilterSm::QorVlanFloodSet
+    : public Qor::ReactorOf<L2Rib::VlanFloodSet, VlanFloodSetFilterSm> {
  public:
   using ReactorOf::ReactorOf;
 
   void onCreate() override {
-    for (auto const& [macAddr, floodSet] : notifier()->floodSet()) floodSet_.add(macAddr, floodSet.get(), sm(), vlanId());
+    for (auto const& [macAddr, floodSet] : notifier()->floodSet())
+      floodSet_.add(macAddr, floodSet.get(), sm(), vlanId());
   }
 
   void onAttribute(Qor::AttributeId id, void const* key) override {
@@ -65,7 +67,8 @@ class VlanFloodSetFilterSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanF
   Bridging::VlanId vlanId() const noexcept { return notifier()->vlanId(); }
 
   void handleFloodSet(Ostra::EthAddr const& macAddr) {
-    QTRACE(8, "VlanFloodSetFilterSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", vlanId(), " mac: ", macAddr);
+    QTRACE(8, "VlanFloodSetFilterSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", vlanId(),
+           " mac: ", macAddr);
     if (L2Rib::FloodSet const* floodSet = notifier()->floodSet(macAddr)) {
       floodSet_.add(macAddr, floodSet, sm(), vlanId());
     } else {
@@ -214,9 +217,9 @@ void VlanFloodSetFilterSm::deleteDest(Bridging::VlanId vlanId, Ostra::EthAddr co
   outFloodSetOutput_->vlanFloodSetDel(vlanId);
 }
 
-Qor::Ptr<VlanFloodSetFilterSm> vlanFloodSetFilterSmFactory(L2Rib::DestType destType,
-                                                           Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput,
-                                                           Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput) {
+Qor::Ptr<VlanFloodSetFilterSm> vlanFloodSetFilterSmFactory(
+    L2Rib::DestType destType, Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput,
+    Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput) {
   return Qor::Ptr<VlanFloodSetFilterSm>(
       new VlanFloodSetFilterSm(destType, std::move(inFloodSetOutput), std::move(outFloodSetOutput)));
 }

@@ -53,8 +53,8 @@ class VlanFloodSetFilterSm : public Qor::StateMachine {
   std::unique_ptr<QorInFloodSetOutput> qorInFloodSetOutput_;
 };
 
-Qor::Ptr<VlanFloodSetFilterSm> vlanFloodSetFilterSmFactory(L2Rib::DestType destType,
-                                                           Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput,
-                                                           Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput);
+Qor::Ptr<VlanFloodSetFilterSm> vlanFloodSetFilterSmFactory(
+    L2Rib::DestType destType, Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput,
+    Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput);
 
 }  // namespace Fenn

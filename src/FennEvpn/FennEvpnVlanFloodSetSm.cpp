@@ -25,14 +25,14 @@ class EvpnVlanFloodSetSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet, E
 
  private:
   void handleFloodSet() {
-    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_, " mac: ",
-           notifier()->macAddr());
+    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_,
+           " mac: ", notifier()->macAddr());
     if (sm()->initialized()) sm()->processFloodSetDests(vlanId_, *notifier());
   }
 
   void handleDestSet(L2Rib::Dest const& dest) {
-    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_, " mac: ",
-           notifier()->macAddr(), " dest: ", dest);
+    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_,
+           " mac: ", notifier()->macAddr(), " dest: ", dest);
     if (sm()->initialized()) sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
   }
 
@@ -59,8 +59,8 @@ class EvpnVlanFloodSetSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanFlo
 
  private:
   void handleFloodSet(Ostra::EthAddr const& macAddr) {
-    QTRACE(8, "EvpnVlanFloodSetSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", notifier()->vlanId(), " mac: ",
-           macAddr);
+    QTRACE(8, "EvpnVlanFloodSetSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", notifier()->vlanId(),
+           " mac: ", macAddr);
     if (L2Rib::FloodSet const* floodSet = notifier()->floodSet(macAddr)) {
       floodSet_.add(macAddr, floodSet, sm(), notifier()->vlanId());
       return;
@@ -76,7 +76,8 @@ class EvpnVlanFloodSetSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanFlo
 };
 
 // Keeps one QorVlanFloodSet per VLAN flood set of the input.
-class EvpnVlanFloodSetSm::QorFloodSetOutput : public Qor::ReactorOf<L2Rib::FloodSetOutput, EvpnVlanFloodSetSm> {
+class EvpnVlanFloodSetSm::QorFloodSetOutput
+    : public Qor::ReactorOf<L2Rib::FloodSetOutput, EvpnVlanFloodSetSm> {
  public:
   using ReactorOf::ReactorOf;
 
@@ -117,7 +118,8 @@ class EvpnVlanFloodSetSm::QorHwInfoMapping : public Qor::ReactorOf<HwInfoMapping
 };
 
 // The hardware's answers for one flood set; only traced.
-class EvpnVlanFloodSetSm::QorVlanFloodSetStatus : public Qor::ReactorOf<VlanFloodSetStatus, EvpnVlanFloodSetSm> {
+class EvpnVlanFloodSetSm::QorVlanFloodSetStatus
+    : public Qor::ReactorOf<VlanFloodSetStatus, EvpnVlanFloodSetSm> {
  public:
   using ReactorOf::ReactorOf;
 
@@ -233,7 +235,8 @@ void EvpnVlanFloodSetSm::processMplsDestConfig(VlanMacDest const& d) {
     addOrUpdateMplsDestHwConfig(d);
     return;
   }
-  if (!hwInfoReady) QTRACE(1, "   hwId not ready for dest, tunnelId: ", via.tunnelId(), " label: ", via.label());
+  if (!hwInfoReady)
+    QTRACE(1, "   hwId not ready for dest, tunnelId: ", via.tunnelId(), " label: ", via.label());
   deleteMplsDestHwConfig(d);
 }
 
@@ -262,19 +265,19 @@ void EvpnVlanFloodSetSm::addOrUpdateMplsDestHwConfig(VlanMacDest const& d) {
       return;
     }
     QTRACE(1, "   update hardware config, existing: ( tunnelId: ", old.tunnelId(), " label: ", old.label(),
-           " hwTunnelId: ", old.hwTunnelId(), " hwId: ", old.hwIdForTunnelProgramming(), " l2IntfId: ",
-           old.l2IntfId(), " ), new: ( tunnelId: ", config.tunnelId(), " label: ", config.label(), " hwTunnelId: ",
-           config.hwTunnelId(), " hwId: ", config.hwIdForTunnelProgramming(), " l2IntfId: ", config.l2IntfId(),
-           " )");
+           " hwTunnelId: ", old.hwTunnelId(), " hwId: ", old.hwIdForTunnelProgramming(),
+           " l2IntfId: ", old.l2IntfId(), " ), new: ( tunnelId: ", config.tunnelId(),
+           " label: ", config.label(), " hwTunnelId: ", config.hwTunnelId(),
+           " hwId: ", config.hwIdForTunnelProgramming(), " l2IntfId: ", config.l2IntfId(), " )");
     mplsDestHwConfigIs(d, config);
     Qor::Ptr<VlanFloodSetConfig> const out(vlanFloodSetHwConfig_->configIs(pair));
     out->mplsDestConfigDel(old);
     out->mplsDestConfigIs(config);
     return;
   }
-  QTRACE(1, "   add hardware config: tunnelId: ", config.tunnelId(), " label: ", config.label(), " hwTunnelId: ",
-         config.hwTunnelId(), " hwId: ", config.hwIdForTunnelProgramming(), " l2IntfId: ", config.l2IntfId(),
-         " vlanId: ", d.vlanId());
+  QTRACE(1, "   add hardware config: tunnelId: ", config.tunnelId(), " label: ", config.label(),
+         " hwTunnelId: ", config.hwTunnelId(), " hwId: ", config.hwIdForTunnelProgramming(),
+         " l2IntfId: ", config.l2IntfId(), " vlanId: ", d.vlanId());
   mplsDestHwConfigIs(d, config);
   vlanFloodSetHwConfig_->configIs(pair)->mplsDestConfigIs(config);
 }
@@ -282,9 +285,9 @@ void EvpnVlanFloodSetSm::addOrUpdateMplsDestHwConfig(VlanMacDest const& d) {
 void EvpnVlanFloodSetSm::deleteMplsDestHwConfig(VlanMacDest const& d) {
   if (!mplsDestHwConfigHas(d)) return;
   MplsDestConfig const old = mplsDestHwConfig(d);
-  QTRACE(1, "   remove hardware config: tunnelId: ", old.tunnelId(), " label: ", old.label(), " hwTunnelId: ",
-         old.hwTunnelId(), " hwId: ", old.hwIdForTunnelProgramming(), " l2IntfId: ", old.l2IntfId(), " vlanId: ",
-         d.vlanId());
+  QTRACE(1, "   remove hardware config: tunnelId: ", old.tunnelId(), " label: ", old.label(),
+         " hwTunnelId: ", old.hwTunnelId(), " hwId: ", old.hwIdForTunnelProgramming(),
+         " l2IntfId: ", old.l2IntfId(), " vlanId: ", d.vlanId());
   mplsDestHwConfigDel(d);
   Bridging::MacVlanPair const pair(d.macAddr(), d.vlanId());
   VlanFloodSetConfig* out = vlanFloodSetHwConfig_->config(pair);
@@ -315,9 +318,10 @@ void EvpnVlanFloodSetSm::handleHwInfoMapping(MplsFloodSetVia const& via) {
   for (auto const& d : entry->vlanMacDestSet()) processMplsDestConfig(d);
 }
 
-void EvpnVlanFloodSetSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const {
-  QTRACE(8, "EvpnVlanFloodSetSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(), " mac: ", pair.macAddr(),
-         " tunnelId: ", config.tunnelId(), " label: ", config.label());
+void EvpnVlanFloodSetSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
+                                              MplsDestConfig const& config) const {
+  QTRACE(8, "EvpnVlanFloodSetSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(),
+         " mac: ", pair.macAddr(), " tunnelId: ", config.tunnelId(), " label: ", config.label());
   if (isMplsDestConfigProgrammed(pair, config)) {
     QTRACE(1, "  config is programmed in hardware");
   } else {
@@ -338,14 +342,14 @@ bool EvpnVlanFloodSetSm::isMplsDestConfigProgrammed(Bridging::MacVlanPair const&
   return status && status->mplsDestStatusHas(config) && status->mplsDestStatus(config) == programmed;
 }
 
-Qor::Ptr<EvpnVlanFloodSetSm> evpnVlanFloodSetSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
-                                                       Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
-                                                       Qor::Ptr<HwInfoMapping const> hwInfoMapping,
-                                                       Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig,
-                                                       Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus) {
-  return Qor::Ptr<EvpnVlanFloodSetSm>(new EvpnVlanFloodSetSm(std::move(floodSetOutput), std::move(hwTunnelIdMapping),
-                                                             std::move(hwInfoMapping), std::move(vlanFloodSetHwConfig),
-                                                             std::move(vlanFloodSetHwStatus)));
+Qor::Ptr<EvpnVlanFloodSetSm> evpnVlanFloodSetSmFactory(
+    Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+    Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+    Qor::Ptr<HwInfoMapping const> hwInfoMapping, Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig,
+    Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus) {
+  return Qor::Ptr<EvpnVlanFloodSetSm>(new EvpnVlanFloodSetSm(
+      std::move(floodSetOutput), std::move(hwTunnelIdMapping), std::move(hwInfoMapping),
+      std::move(vlanFloodSetHwConfig), std::move(vlanFloodSetHwStatus)));
 }
 
 }  // namespace Fenn

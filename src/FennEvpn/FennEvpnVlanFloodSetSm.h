@@ -42,7 +42,9 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine {
   TunnelIdToHwTunnelIdMapping const* hwTunnelIdMapping() const noexcept { return hwTunnelIdMapping_.get(); }
   HwInfoMapping const* hwInfoMapping() const noexcept { return hwInfoMapping_.get(); }
   EvpnVlanFloodSetHwConfig* vlanFloodSetHwConfig() const noexcept { return vlanFloodSetHwConfig_.get(); }
-  EvpnVlanFloodSetHwStatus const* vlanFloodSetHwStatus() const noexcept { return vlanFloodSetHwStatus_.get(); }
+  EvpnVlanFloodSetHwStatus const* vlanFloodSetHwStatus() const noexcept {
+    return vlanFloodSetHwStatus_.get();
+  }
 
   QOR_CHILDREN(tunnelToFloodSetEntry, TunnelId, TunnelVlanMacDestSet)
   QOR_MAP(mplsDestHwConfig, VlanMacDest, MplsDestConfig)
@@ -71,7 +73,8 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine {
   void handleHwTunnelIdMapping(TunnelId const& tunnelId);
   void handleHwInfoMapping(MplsFloodSetVia const& via);
   void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const;
-  bool isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest) const;
+  bool isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
+                        L2Rib::Dest const& dest) const;
   bool isMplsDestConfigProgrammed(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const;
 
   Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;
@@ -88,10 +91,10 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine {
   std::unique_ptr<QorVlanFloodSetHwStatus> qorVlanFloodSetHwStatus_;
 };
 
-Qor::Ptr<EvpnVlanFloodSetSm> evpnVlanFloodSetSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
-                                                       Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
-                                                       Qor::Ptr<HwInfoMapping const> hwInfoMapping,
-                                                       Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig,
-                                                       Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus);
+Qor::Ptr<EvpnVlanFloodSetSm> evpnVlanFloodSetSmFactory(
+    Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+    Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
+    Qor::Ptr<HwInfoMapping const> hwInfoMapping, Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig,
+    Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus);
 
 }  // namespace Fenn

@@ -59,7 +59,9 @@ TEST_F(FilterSmTest, NoEmptyFloodSetsOrVlanFloodSets) {
 
   // The first matching destination brings its VLAN and flood set; the others stay out.
   addDest(*in, VlanId(20), unknownUcast, mpls(1, 5));
-  EXPECT_EQ(view(*out), (FloodSetOutputView{{VlanId(20), {{unknownUcast, {L2Rib::floodSetTypeBroadcast, {mpls(1, 5)}}}}}}));
+  EXPECT_EQ(
+      view(*out),
+      (FloodSetOutputView{{VlanId(20), {{unknownUcast, {L2Rib::floodSetTypeBroadcast, {mpls(1, 5)}}}}}}));
 }
 
 TEST_F(FilterSmTest, RemovingTheLastDestinationPrunesUpwards) {
@@ -125,7 +127,8 @@ TEST_F(FilterSmTest, InitializationReconcilesWhatCameBefore) {
 
   sm->initializedIs(true);
   EXPECT_EQ(out->source(), L2Rib::floodSetSourceStatic);
-  EXPECT_EQ(view(*out), (FloodSetOutputView{{VlanId(11), {{bcast, {L2Rib::floodSetTypeBroadcast, {mpls(2, 100)}}}}}}));
+  EXPECT_EQ(view(*out),
+            (FloodSetOutputView{{VlanId(11), {{bcast, {L2Rib::floodSetTypeBroadcast, {mpls(2, 100)}}}}}}));
   // Reactors made before initialization carry on afterwards.
   addDest(*in, VlanId(12), bcast, mpls(3, 100));
   EXPECT_TRUE(out->vlanFloodSetHas(VlanId(12)));
@@ -147,7 +150,8 @@ TEST_F(FilterSmTest, TracesAdditionsAndDeletions) {
   std::string const text = capture.take();
   EXPECT_NE(text.find("     adding dest " + Qor::valueToStrep(mpls(1, 100))), std::string::npos) << text;
   EXPECT_NE(text.find("     deleting dest " + Qor::valueToStrep(mpls(1, 100))), std::string::npos) << text;
-  EXPECT_NE(text.find("     deleting floodSet with vlan 10 and mac 'ff:ff:ff:ff:ff:ff'"), std::string::npos) << text;
+  EXPECT_NE(text.find("     deleting floodSet with vlan 10 and mac 'ff:ff:ff:ff:ff:ff'"), std::string::npos)
+      << text;
   EXPECT_NE(text.find("     deleting vlanFloodSet with vlan 10"), std::string::npos) << text;
 }
 
@@ -172,7 +176,8 @@ TEST_F(FilterSmTest, RandomChangesEndWhereAFreshStartDoes) {
         if (auto* vfs = in->vlanFloodSet(vlan)) vfs->floodSetDel(mac);
         break;
       case 2:
-        in->vlanFloodSetIs(vlan)->floodSetIs(mac)->floodSetTypeIs(static_cast<L2Rib::FloodSetType>(1 + pick(4)));
+        in->vlanFloodSetIs(vlan)->floodSetIs(mac)->floodSetTypeIs(
+            static_cast<L2Rib::FloodSetType>(1 + pick(4)));
         break;
       case 3:
         in->sourceIs(static_cast<L2Rib::FloodSetSource>(pick(3)));

@@ -57,7 +57,9 @@ class FloodSetSmTest : public ::testing::Test {
     sm->initializedIs(true);
   }
 
-  std::unique_ptr<ConfigLog> logOf(MacVlanPair const& p) { return Qor::newReactor<ConfigLog>(hwConfig->config(p)); }
+  std::unique_ptr<ConfigLog> logOf(MacVlanPair const& p) {
+    return Qor::newReactor<ConfigLog>(hwConfig->config(p));
+  }
   std::set<MplsDestConfig> configOf(MacVlanPair const& p) const {
     auto const v = view(*hwConfig);
     auto it = v.find(p);
@@ -65,7 +67,8 @@ class FloodSetSmTest : public ::testing::Test {
   }
 
   Qor::Ptr<L2Rib::FloodSetOutput> in = L2Rib::floodSetOutputFactory();
-  Qor::Ptr<Fenn::TunnelIdToHwTunnelIdMapping> table = Fenn::tunnelIdToHwTunnelIdMappingFactory("floodSetSmTest");
+  Qor::Ptr<Fenn::TunnelIdToHwTunnelIdMapping> table =
+      Fenn::tunnelIdToHwTunnelIdMappingFactory("floodSetSmTest");
   Qor::Ptr<Fenn::TunnelIdToHwTunnelIdMapping> tableReader =
       Fenn::tunnelIdToHwTunnelIdMappingReaderFactory("floodSetSmTest");
   Qor::Ptr<Fenn::HwInfoMapping> hwInfo = Fenn::hwInfoMappingFactory();
@@ -86,12 +89,14 @@ TEST_F(FloodSetSmTest, DestinationWaitsForItsHardwareInformation) {
 
   // No hardware tunnel ID yet: the configuration carries the default one.
   hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(77, IntfId::ethernet(1)));
-  EXPECT_EQ(configOf(pair(10)), (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 77, IntfId::ethernet(1))}));
+  EXPECT_EQ(configOf(pair(10)),
+            (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 77, IntfId::ethernet(1))}));
   EXPECT_EQ(programmer->programmedCount(), 1u);
 
   table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(t1, HwTunnelId(Fenn::hwTunnelIdTypeDefault, 5)));
-  EXPECT_EQ(configOf(pair(10)), (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeDefault, 5),
-                                                         77, IntfId::ethernet(1))}));
+  EXPECT_EQ(configOf(pair(10)),
+            (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeDefault, 5), 77,
+                                     IntfId::ethernet(1))}));
 }
 
 TEST_F(FloodSetSmTest, ChangedConfigurationIsRemovedThenInserted) {
@@ -119,7 +124,8 @@ TEST_F(FloodSetSmTest, ChangedConfigurationIsRemovedThenInserted) {
 
   // The tunnel loses its ID: back to the default ID, the destination stays configured.
   table->tunnelIdToHwTunnelIdDel(t1);
-  EXPECT_EQ(configOf(pair(10)), (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 78, IntfId::ethernet(2))}));
+  EXPECT_EQ(configOf(pair(10)),
+            (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 78, IntfId::ethernet(2))}));
   EXPECT_EQ(view(*hwStatus), (HwStatusView{{pair(10), {{*configOf(pair(10)).begin(), Fenn::programmed}}}}));
 }
 
@@ -133,9 +139,10 @@ TEST_F(FloodSetSmTest, IdenticalRepublishChangesNothing) {
   table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(t1, HwTunnelId()));
   std::string const text = capture.take();
   EXPECT_TRUE(log->log.empty());
-  EXPECT_NE(text.find("   no change in hardware config, skip " +
-                      Qor::valueToStrep(MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 77, IntfId::ethernet(1)))),
-            std::string::npos)
+  EXPECT_NE(
+      text.find("   no change in hardware config, skip " +
+                Qor::valueToStrep(MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 77, IntfId::ethernet(1)))),
+      std::string::npos)
       << text;
 }
 
@@ -150,8 +157,8 @@ TEST_F(FloodSetSmTest, RemovingAViaRemovesEveryDestinationUsingIt) {
 
   hwInfo->mappingDel(via(t1, 100));
   EXPECT_EQ(view(*hwConfig),
-            (HwConfigView{{pair(10), {MplsDestConfig(t2, MplsLabel(100), HwTunnelId(), 88,
-                                                     IntfId::ethernet(2))}}}));
+            (HwConfigView{
+                {pair(10), {MplsDestConfig(t2, MplsLabel(100), HwTunnelId(), 88, IntfId::ethernet(2))}}}));
   // The destinations stay known and come back with the via.
   hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(79, IntfId::ethernet(1)));
   EXPECT_EQ(configOf(pair(20, unknownUcast)),
@@ -171,9 +178,11 @@ TEST_F(FloodSetSmTest, VlanCarryingTunnelsHaveOneViaPerVlan) {
 
   hwInfo->mappingIs(via(t14, 100, 10), MplsDestHwInfo(1, IntfId::ethernet(1)));
   hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(2, IntfId::ethernet(2)));
-  EXPECT_EQ(configOf(pair(10)), (std::set{MplsDestConfig(t14, MplsLabel(100), HwTunnelId(), 1, IntfId::ethernet(1)),
-                                          MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 2, IntfId::ethernet(2))}));
-  EXPECT_EQ(configOf(pair(20)), (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 2, IntfId::ethernet(2))}));
+  EXPECT_EQ(configOf(pair(10)),
+            (std::set{MplsDestConfig(t14, MplsLabel(100), HwTunnelId(), 1, IntfId::ethernet(1)),
+                      MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 2, IntfId::ethernet(2))}));
+  EXPECT_EQ(configOf(pair(20)),
+            (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 2, IntfId::ethernet(2))}));
 }
 
 TEST_F(FloodSetSmTest, RemovedDestinationsTakeTheirConfigurationAndIndexesAlong) {
@@ -244,7 +253,8 @@ TEST_F(FloodSetSmTest, InitializationRebuildsTheOutputFromScratch) {
   EXPECT_EQ(view(*hwConfig), (HwConfigView{{pair(30), {stale}}}));
 
   sm->initializedIs(true);
-  MplsDestConfig const config(t1, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeDefault, 3), 1, IntfId::ethernet(1));
+  MplsDestConfig const config(t1, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeDefault, 3), 1,
+                              IntfId::ethernet(1));
   EXPECT_EQ(view(*hwConfig), (HwConfigView{{pair(10), {config}}, {pair(11), {config}}}));
 }
 
@@ -319,8 +329,8 @@ TEST_F(FloodSetSmTest, RandomChangesEndWhereAFreshStartDoes) {
   }
 
   auto freshConfig = Fenn::evpnVlanFloodSetHwConfigFactory();
-  auto freshSm =
-      Fenn::evpnVlanFloodSetSmFactory(in, tableReader, hwInfo, freshConfig, Fenn::evpnVlanFloodSetHwStatusFactory());
+  auto freshSm = Fenn::evpnVlanFloodSetSmFactory(in, tableReader, hwInfo, freshConfig,
+                                                 Fenn::evpnVlanFloodSetHwStatusFactory());
   freshSm->initializedIs(true);
   EXPECT_EQ(view(*hwConfig), view(*freshConfig));
   HwStatusView expectedStatus;
@@ -329,8 +339,10 @@ TEST_F(FloodSetSmTest, RandomChangesEndWhereAFreshStartDoes) {
     for (auto const& c : configs) expectedStatus[p][c] = Fenn::programmed;
   }
   EXPECT_EQ(view(*hwStatus), expectedStatus);
-  for (auto const& [tunnel, entry] : sm->tunnelToFloodSetEntry()) EXPECT_FALSE(entry->vlanMacDestSet().empty());
-  for (auto const& [v, entry] : sm->hwInfoMapKeyToFloodSetEntry()) EXPECT_FALSE(entry->vlanMacDestSet().empty());
+  for (auto const& [tunnel, entry] : sm->tunnelToFloodSetEntry())
+    EXPECT_FALSE(entry->vlanMacDestSet().empty());
+  for (auto const& [v, entry] : sm->hwInfoMapKeyToFloodSetEntry())
+    EXPECT_FALSE(entry->vlanMacDestSet().empty());
   for (auto const& [d, config] : sm->mplsDestHwConfig()) {
     EXPECT_TRUE(hwConfig->config(MacVlanPair(d.macAddr(), d.vlanId()))->mplsDestConfigHas(config));
   }

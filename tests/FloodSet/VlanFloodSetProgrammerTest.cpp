@@ -22,7 +22,9 @@ MacVlanPair pair(uint16_t vlan) { return MacVlanPair(bcast, VlanId(vlan)); }
 
 class FloodSetProgrammerTest : public ::testing::Test {
  protected:
-  void configure(uint16_t vlan, uint32_t label) { hwConfig->configIs(pair(vlan))->mplsDestConfigIs(config(label)); }
+  void configure(uint16_t vlan, uint32_t label) {
+    hwConfig->configIs(pair(vlan))->mplsDestConfigIs(config(label));
+  }
   void unconfigure(uint16_t vlan, uint32_t label) {
     Fenn::VlanFloodSetConfig* c = hwConfig->config(pair(vlan));
     c->mplsDestConfigDel(config(label));
