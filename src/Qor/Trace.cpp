@@ -1,6 +1,6 @@
 #include "Qor/Trace.h"
 
-#include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

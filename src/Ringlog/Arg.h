@@ -87,7 +87,7 @@ inline std::byte* encodeText(std::byte* p, std::string_view s) noexcept {
   uint32_t const n = s.size() > kMaxTextBytes ? kMaxTextBytes : static_cast<uint32_t>(s.size());
   uint32_t const word = s.size() > kMaxTextBytes ? (n | kTruncated) : n;
   std::memcpy(p, &word, 4);
-  std::memcpy(p + 4, s.data(), n);
+  if (n) std::memcpy(p + 4, s.data(), n);  // an empty view may have no data pointer
   return p + 4 + n;
 }
 
