@@ -1,0 +1,215 @@
+// The flood-set path under a long random sequence of input changes: destinations of every
+// type coming and going, hardware tunnel IDs moving between pools, FEC answers delayed or
+// withheld and flood-set programming lagging. Once the inputs stop and the simulated
+// hardware has caught up, the path must hold exactly what a fresh path built on the final
+// inputs holds, with a FEC request and a HwInfoMapping entry for exactly the vias in use.
+// The seed is printed; FENN_TEST_SEED replays one.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <random>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "FloodSetPath/FloodSetPath.h"
+
+namespace {
+
+using Fenn::MplsFloodSetVia;
+using Fenn::TunnelId;
+using FloodSetPathTest::FloodSetPath;
+using FloodSetPathTest::PoolSizes;
+
+Ostra::IntfId const segment("Ethernet1");
+// Fewer default IDs than tunnels, so that retired tunnels' IDs are reclaimed and tunnels
+// sometimes wait for one (survivable in simulation, see the fixture).
+PoolSizes const pools{6, 2};
+
+struct Entry {
+  Bridging::VlanId vlan;
+  Ostra::EthAddr mac;
+  L2Rib::Dest dest;
+};
+
+// The vias that the RIB's MPLS destinations need.
+std::set<MplsFloodSetVia> viasInUse(L2Rib::FloodSetOutput const& l2Rib) {
+  std::set<MplsFloodSetVia> vias;
+  for (auto const& [vlan, vlanFloodSet] : l2Rib.vlanFloodSet()) {
+    for (auto const& [mac, floodSet] : vlanFloodSet->floodSet()) {
+      for (auto const& dest : floodSet->destSet()) {
+        if (dest.destType() != L2Rib::destTypeMpls_ || Fenn::destMplsTunnelId(dest) == TunnelId::invalid())
+          continue;
+        vias.insert(Fenn::floodSetVia(Fenn::destMplsTunnelId(dest), dest.mpls().label(), vlan));
+      }
+    }
+  }
+  return vias;
+}
+
+// The path's configuration with the identifiers that hardware chose taken out, after
+// checking that each is the one the path's own tables hold, and that every entry is
+// reported programmed.
+std::set<std::string> configurationOf(FloodSetPath const& path) {
+  std::set<std::string> out;
+  for (auto const& [pair, config] : path.hwConfig->config()) {
+    Fenn::VlanFloodSetStatus const* status = path.hwStatus->status(pair);
+    for (auto const& entry : config->mplsDestConfig()) {
+      EXPECT_EQ(entry.hwTunnelId(),
+                path.hwTunnelIdMapping->tunnelIdToHwTunnelId(entry.tunnelId()).hwTunnelId());
+      MplsFloodSetVia const via = Fenn::floodSetVia(entry.tunnelId(), entry.label(), pair.vlanId());
+      Fenn::FecToHwFecId const answer = path.response->row(path.fecSm->mplsFloodSetViaCache(via));
+      EXPECT_EQ(entry.hwIdForTunnelProgramming(), answer.hwFecId());
+      EXPECT_EQ(entry.l2IntfId(), answer.intfId());
+      EXPECT_TRUE(status && status->mplsDestStatus(entry) == Fenn::programmed) << Qor::valueToStrep(entry);
+      out.insert(Qor::valueToStrep(pair) + " " + Qor::valueToStrep(entry.tunnelId()) + " " +
+                 Qor::valueToStrep(entry.label()) + " " + Qor::valueToStrep(entry.l2IntfId()));
+    }
+  }
+  return out;
+}
+
+class RandomizedFloodSetPath : public ::testing::Test {
+ protected:
+  RandomizedFloodSetPath() {
+    char const* replay = std::getenv("FENN_TEST_SEED");
+    seed = replay ? std::strtoull(replay, nullptr, 10) : std::random_device()();
+    rng.seed(seed);
+    std::cout << "RandomizedFloodSetPath seed " << seed << " (replay with FENN_TEST_SEED=" << seed << ")\n";
+    setenv("SIMULATION_VMID", "1", 1);
+    evpnStatus->ethernetSegmentStatusIs(segment);
+    for (uint64_t i = 1; i <= 5; ++i) tunnels.emplace_back(Tunnel::tunnelTypeLdp, i);
+    for (uint64_t i = 1; i <= 3; ++i) tunnels.emplace_back(Tunnel::tunnelTypeEvpnVlan, i);
+  }
+
+  size_t pick(size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(rng); }
+  bool chance(double p) { return std::bernoulli_distribution(p)(rng); }
+
+  L2Rib::Dest randomDest() {
+    switch (pick(10)) {
+      case 0:
+        return L2Rib::Dest::intf(Ostra::IntfId::ethernet(static_cast<uint32_t>(1 + pick(3))));
+      case 1:
+        return L2Rib::Dest::vxlan(Ostra::IpGenAddr("10.0.0.1"), 10010, tunnels[pick(tunnels.size())]);
+      case 2:
+        if (chance(0.3)) return L2Rib::Dest::mpls(TunnelId::invalid(), Ostra::MplsLabel(100));
+        [[fallthrough]];
+      default:
+        return L2Rib::Dest::mpls(tunnels[pick(tunnels.size())], Ostra::MplsLabel(100 * (1 + pick(2))));
+    }
+  }
+
+  void addDest() {
+    Entry const e{Bridging::VlanId(1 + pick(4)), macs[pick(macs.size())], randomDest()};
+    l2Rib->vlanFloodSetIs(e.vlan)->floodSetIs(e.mac)->destSetIs(e.dest);
+  }
+
+  std::vector<Entry> entries() const {
+    std::vector<Entry> out;
+    for (auto const& [vlan, vlanFloodSet] : l2Rib->vlanFloodSet()) {
+      for (auto const& [mac, floodSet] : vlanFloodSet->floodSet()) {
+        for (auto const& dest : floodSet->destSet()) out.push_back({vlan, mac, dest});
+      }
+    }
+    return out;
+  }
+
+  void removeDest() {
+    auto const all = entries();
+    if (all.empty()) return;
+    Entry const& e = all[pick(all.size())];
+    l2Rib->vlanFloodSet(e.vlan)->floodSet(e.mac)->destSetDel(e.dest);
+  }
+
+  // The RIB withdraws a whole flood set: its destinations first, then the flood set, then
+  // the VLAN's flood sets when none is left.
+  void removeFloodSet() {
+    auto const all = entries();
+    if (all.empty()) return;
+    Entry const& e = all[pick(all.size())];
+    L2Rib::VlanFloodSet* vlanFloodSet = l2Rib->vlanFloodSet(e.vlan);
+    L2Rib::FloodSet* floodSet = vlanFloodSet->floodSet(e.mac);
+    floodSet->destSetDelAll();
+    vlanFloodSet->floodSetDel(e.mac);
+    if (vlanFloodSet->floodSet().empty()) l2Rib->vlanFloodSetDel(e.vlan);
+  }
+
+  // Peers of the local segment use the tunnels too; a shared ESI label moves them to the
+  // shared pool and back, which changes their hardware tunnel IDs in place.
+  void changeSegment() {
+    Evpn::EthernetSegmentStatus* status = evpnStatus->ethernetSegmentStatus(segment);
+    if (chance(0.5)) {
+      status->sharedEsiLabelIs(
+          Evpn::SharedEsiLabel(Ostra::MplsLabel(500), !status->sharedEsiLabel().valid()));
+      return;
+    }
+    Ostra::IntfId const tep = Ostra::IntfId::dynamicTunnel(tunnels[pick(tunnels.size())]);
+    if (status->remoteEsiLabelHas(tep)) {
+      status->remoteEsiLabelDel(tep);
+    } else {
+      status->remoteEsiLabelIs(tep, Evpn::EncapTypeLabel::mpls(Ostra::MplsLabel(600)));
+    }
+  }
+
+  void step(FloodSetPath& path) {
+    size_t const r = pick(100);
+    if (r < 35) {
+      addDest();
+    } else if (r < 60) {
+      removeDest();
+    } else if (r < 64) {
+      removeFloodSet();
+    } else if (r < 72) {
+      changeSegment();
+    } else if (r < 78) {
+      path.responder->withholdIs(!path.responder->withhold());
+    } else if (r < 83) {
+      double const delays[] = {0.0, 0.5, 3.0};
+      path.responder->delayIs(delays[pick(3)]);
+    } else if (r < 90) {
+      path.programmer->pausedIs(!path.programmer->paused());
+    } else {
+      path.runFor(0.25 * static_cast<double>(pick(16)));
+    }
+  }
+
+  uint64_t seed = 0;
+  std::mt19937_64 rng;
+  std::vector<TunnelId> tunnels;
+  std::vector<Ostra::EthAddr> const macs{Ostra::EthAddr::broadcast(), Ostra::EthAddr(0x010000000001),
+                                         Ostra::EthAddr(0x010000000002)};
+  Qor::Ptr<L2Rib::FloodSetOutput> l2Rib = L2Rib::floodSetOutputFactory();
+  Qor::Ptr<Evpn::EvpnStatus> evpnStatus = Evpn::evpnStatusFactory();
+};
+
+TEST_F(RandomizedFloodSetPath, SettlesToWhatAFreshPathBuildsOnTheFinalInputs) {
+  for (int run = 0; run < 4; ++run) {
+    FloodSetPath path("random", l2Rib, evpnStatus, pools);
+    for (int i = 0; i < 1500; ++i) step(path);
+    path.responder->withholdIs(false);
+    path.programmer->pausedIs(false);
+    path.runFor(60.0);
+
+    std::set<MplsFloodSetVia> const inUse = viasInUse(*l2Rib);
+    std::set<MplsFloodSetVia> requested;
+    for (auto const& [fecId, fec] : path.request->rows()) {
+      ASSERT_TRUE(path.fecSm->fecIdCacheHas(fecId)) << Qor::valueToStrep(fec);
+      requested.insert(path.fecSm->fecIdCache(fecId));
+    }
+    EXPECT_EQ(requested, inUse) << "seed " << seed << " run " << run;
+    std::set<MplsFloodSetVia> published;
+    for (auto const& [via, info] : path.hwInfo->mapping()) published.insert(via);
+    EXPECT_EQ(published, inUse) << "seed " << seed << " run " << run;
+    EXPECT_EQ(path.response->rowCount(), path.request->rowCount());
+    EXPECT_EQ(path.fecSm->numAllocatorStatus().inUseCount(), inUse.size());
+
+    FloodSetPath fresh("fresh", l2Rib, evpnStatus, pools);
+    fresh.runFor(60.0);
+    EXPECT_EQ(configurationOf(path), configurationOf(fresh)) << "seed " << seed << " run " << run;
+    if (HasFailure()) return;
+  }
+}
+
+}  // namespace
