@@ -9,4 +9,5 @@ namespace Qor {
 }
 
 #define QOR_ASSERT(expr) ((expr) ? void(0) : ::Qor::assertFailed(#expr, __FILE__, __LINE__, __func__))
-#define QOR_ASSERT_TEXT(expr, text) ((expr) ? void(0) : ::Qor::assertFailed(text, __FILE__, __LINE__, __func__))
+#define QOR_ASSERT_TEXT(expr, text) \
+  ((expr) ? void(0) : ::Qor::assertFailed(text, __FILE__, __LINE__, __func__))

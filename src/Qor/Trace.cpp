@@ -105,7 +105,8 @@ struct TraceRegistry {
     if (path.empty()) return;
     FILE* f = std::fopen(path.c_str(), "a");
     if (!f) {
-      std::fprintf(stderr, "trace: cannot open %s (%s); tracing to stderr\n", path.c_str(), std::strerror(errno));
+      std::fprintf(stderr, "trace: cannot open %s (%s); tracing to stderr\n", path.c_str(),
+                   std::strerror(errno));
       return;
     }
     // Whole lines reach the file as they are traced, for anyone following it.

@@ -26,7 +26,7 @@ namespace Qor {
 // and entries with the same pattern add up.
 class TraceLevels {
  public:
-  TraceLevels() = default;  // everything off
+  TraceLevels() = default;                      // everything off
   explicit TraceLevels(std::string_view spec);  // throws ParseError
   uint32_t maskFor(std::string_view sourcePath) const;
 
@@ -109,11 +109,11 @@ void traceLine(TraceHandle& handle, Ringlog::CallSite& site, int level, char con
   }
 
 // The level must be a constant: it is part of the call site's ring-log descriptor.
-#define QTRACE(level, ...)                                                                              \
-  do {                                                                                                  \
-    static_assert((level) >= 0 && (level) < 32, "trace levels are 0 to 31");                            \
-    if (__builtin_expect(qorTraceHandle_.enabled(level), 0)) {                                          \
-      static constinit ::Ringlog::CallSite qorTraceSite_;                                               \
+#define QTRACE(level, ...)                                                                                \
+  do {                                                                                                    \
+    static_assert((level) >= 0 && (level) < 32, "trace levels are 0 to 31");                              \
+    if (__builtin_expect(qorTraceHandle_.enabled(level), 0)) {                                            \
+      static constinit ::Ringlog::CallSite qorTraceSite_;                                                 \
       ::Qor::traceLine(qorTraceHandle_, qorTraceSite_, level, __FILE__, __LINE__, __func__, __VA_ARGS__); \
-    }                                                                                                   \
+    }                                                                                                     \
   } while (0)

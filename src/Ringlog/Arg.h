@@ -18,8 +18,8 @@ namespace Ringlog {
 
 // A is the type deduced by a forwarding reference, so constness of arrays survives.
 template <class A>
-inline constexpr bool isLiteral = std::is_array_v<std::remove_reference_t<A>> &&
-                                  std::is_same_v<std::remove_extent_t<std::remove_reference_t<A>>, char const>;
+inline constexpr bool isLiteral = std::is_array_v<std::remove_reference_t<A>>&&
+    std::is_same_v<std::remove_extent_t<std::remove_reference_t<A>>, char const>;
 
 template <class T>
 constexpr Kind argKind() {

@@ -14,8 +14,8 @@ int64_t preciseNow() noexcept;
 int64_t coarseNow() noexcept;
 
 struct Clocks {
-  Clock line = preciseNow;    // text trace lines
-  Clock record = coarseNow;   // ring-log records
+  Clock line = preciseNow;   // text trace lines
+  Clock record = coarseNow;  // ring-log records
 };
 extern constinit Clocks clocks;
 

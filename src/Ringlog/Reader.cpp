@@ -154,11 +154,12 @@ FileHeader checkedHeader(std::span<std::byte const> image) {
   std::memcpy(&h, image.data(), sizeof h);
   if (std::memcmp(h.magic, kMagic, sizeof kMagic) != 0) throw FormatError("not a ring log: bad magic");
   if (h.version != kVersion) throw FormatError("unsupported ring-log version " + std::to_string(h.version));
-  bool const laidOut = h.headerBytes == sizeof h && h.descriptorOffset >= sizeof h &&
-                       h.descriptorBytes <= image.size() && h.descriptorOffset <= image.size() - h.descriptorBytes &&
-                       h.descriptorUsed <= h.descriptorBytes && h.ringOffset >= h.descriptorOffset + h.descriptorBytes &&
-                       h.ringBytes >= kMinRingBytes && std::has_single_bit(h.ringBytes) &&
-                       h.ringBytes <= image.size() && h.ringOffset <= image.size() - h.ringBytes;
+  bool const laidOut =
+      h.headerBytes == sizeof h && h.descriptorOffset >= sizeof h && h.descriptorBytes <= image.size() &&
+      h.descriptorOffset <= image.size() - h.descriptorBytes && h.descriptorUsed <= h.descriptorBytes &&
+      h.ringOffset >= h.descriptorOffset + h.descriptorBytes && h.ringBytes >= kMinRingBytes &&
+      std::has_single_bit(h.ringBytes) && h.ringBytes <= image.size() &&
+      h.ringOffset <= image.size() - h.ringBytes;
   if (!laidOut) throw FormatError("not a ring log: inconsistent layout");
   return h;
 }

@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -33,12 +34,12 @@ struct Image {
   Qor::String path;
 };
 
-Image& image_() {
+Image& mapping() {
   static Image i;
   return i;
 }
 
-Config& config_() {
+Config& settings() {
   static Config c = [] {
     Config c;
     if (char const* dir = std::getenv("FENN_RINGLOG_DIR")) c.directory = dir;
@@ -52,7 +53,7 @@ void publish(uint64_t& field, uint64_t value) {
 }
 
 void close() {
-  Image& im = image_();
+  Image& im = mapping();
   if (im.base) munmap(im.base, im.bytes);
   im = Image{};
   ring = detail::Ring{};
@@ -60,7 +61,7 @@ void close() {
 
 // A forked child must not write into its parent's file; it opens its own on its next record.
 void forgetFileInChild() {
-  if (!image_().path.empty()) close();
+  if (!mapping().path.empty()) close();
 }
 
 void* mapFile(Qor::String const& path, size_t bytes) {
@@ -80,11 +81,11 @@ void open() {
   static bool const atforkRegistered = pthread_atfork(nullptr, nullptr, forgetFileInChild) == 0;
   (void)atforkRegistered;
 
-  Config const& c = config_();
+  Config const& c = settings();
   uint64_t const descriptorOffset = 128;
   uint64_t const ringOffset = (descriptorOffset + c.descriptorBytes + 4095) & ~uint64_t{4095};
   size_t const bytes = ringOffset + c.ringBytes;
-  Image& im = image_();
+  Image& im = mapping();
   im.bytes = bytes;
   if (!c.directory.empty()) {
     Qor::String const path = c.directory + "/fenn-" + std::to_string(getpid()) + ".ringlog";
@@ -141,18 +142,18 @@ void configure(Config config) {
                                 std::to_string(kMinRingBytes) + " bytes");
   }
   close();
-  config_() = std::move(config);
+  settings() = std::move(config);
 }
 
-Config const& configuration() { return config_(); }
+Config const& configuration() { return settings(); }
 
 std::span<std::byte const> image() {
   if (!ring.data) open();
-  Image const& im = image_();
+  Image const& im = mapping();
   return {static_cast<std::byte const*>(im.base), im.bytes};
 }
 
-Qor::String const& filePath() { return image_().path; }
+Qor::String const& filePath() { return mapping().path; }
 
 namespace detail {
 

@@ -19,9 +19,9 @@
 namespace Ringlog {
 
 struct Config {
-  Qor::String directory;                   // empty: in memory
-  uint64_t ringBytes = 4 << 20;            // power of two, at least kMinRingBytes
-  uint64_t descriptorBytes = 256 << 10;    // descriptors that do not fit are not kept
+  Qor::String directory;                 // empty: in memory
+  uint64_t ringBytes = 4 << 20;          // power of two, at least kMinRingBytes
+  uint64_t descriptorBytes = 256 << 10;  // descriptors that do not fit are not kept
 };
 
 // Closes the current image (a file stays on disk) and uses `config` from the next record
@@ -40,7 +40,7 @@ namespace detail {
 struct Ring {
   std::byte* data = nullptr;  // the record ring
   uint64_t mask = 0;
-  uint64_t capacity = 0;      // 0 while closed, which sends every reserve to the slow path
+  uint64_t capacity = 0;  // 0 while closed, which sends every reserve to the slow path
   uint64_t head = 0;
   uint64_t tail = 0;
   uint64_t sequence = 0;

@@ -19,8 +19,8 @@ Qor::String exactly(Qor::String const& text) {
 }
 
 Qor::String failure(char const* text, int line, char const* function) {
-  return Qor::String("assertion failed: ") + text + "\n  at " + __FILE__ + ":" + std::to_string(line) + " in " +
-         function + "\n";
+  return Qor::String("assertion failed: ") + text + "\n  at " + __FILE__ + ":" + std::to_string(line) +
+         " in " + function + "\n";
 }
 
 int const kTextLine = __LINE__ + 1;

@@ -83,9 +83,10 @@ TEST_F(RinglogTest, RecordsReadBackAsTheirTextLines) {
   // The twin of a line is the same text, except that long text arguments are cut.
   EXPECT_EQ(lines[0] + "\n" + lines[1] + "\n",
             readFile(dir.path() + "/trace.txt").substr(0, lines[0].size() + lines[1].size() + 2));
-  EXPECT_EQ(lines[0],
-            "2024-05-01T10:11:12.123456Z RinglogTest 5 Sm::handle vlan: 10 delta: -3 big: 18446744073709551615"
-            " up: False ratio: 1e-09 none:  color: green bad color: 9 pair: (3, 4)");
+  EXPECT_EQ(
+      lines[0],
+      "2024-05-01T10:11:12.123456Z RinglogTest 5 Sm::handle vlan: 10 delta: -3 big: 18446744073709551615"
+      " up: False ratio: 1e-09 none:  color: green bad color: 9 pair: (3, 4)");
   EXPECT_EQ(lines[2], "2024-05-01T10:11:12.123456Z RinglogTest 5 long: " + longName.substr(0, 256) + "...");
   EXPECT_EQ(contents.entries[1].sequence, contents.entries[0].sequence + 1);
   EXPECT_EQ(contents.entries[0].sourcePath, "/src/Diag/RinglogTest");
@@ -212,10 +213,9 @@ TEST_F(RinglogTest, FileOfAnAbortedProcessIsReadable) {
 
   auto const c = Ringlog::readFile(dir.path() + "/fenn-" + std::to_string(child) + ".ringlog");
   EXPECT_EQ(c.pid, static_cast<uint64_t>(child));
-  std::vector<Qor::String> const expected = {
-      "2024-05-01T10:11:12.123456Z RinglogTest 5 child record 0",
-      "2024-05-01T10:11:12.123456Z RinglogTest 5 child record 1",
-      "2024-05-01T10:11:12.123456Z RinglogTest 5 child record 2"};
+  std::vector<Qor::String> const expected = {"2024-05-01T10:11:12.123456Z RinglogTest 5 child record 0",
+                                             "2024-05-01T10:11:12.123456Z RinglogTest 5 child record 1",
+                                             "2024-05-01T10:11:12.123456Z RinglogTest 5 child record 2"};
   EXPECT_EQ(texts(c), expected);
 
   auto const own = Ringlog::readFile(Ringlog::filePath());

@@ -6,10 +6,12 @@
 
 namespace {
 
-Qor::LogMessage const TEST_RESOURCE_FULL("TEST_RESOURCE_FULL", Qor::LogSeverity::warning, "Resources are short.",
-                                         "Some entries are not programmed.", "Remove some configuration.");
+Qor::LogMessage const TEST_RESOURCE_FULL("TEST_RESOURCE_FULL", Qor::LogSeverity::warning,
+                                         "Resources are short.", "Some entries are not programmed.",
+                                         "Remove some configuration.");
 Qor::LogMessage const TEST_RESOURCE_NORMAL("TEST_RESOURCE_NORMAL", Qor::LogSeverity::notice,
-                                           "Resources are available again.", "Every entry is programmed.", "");
+                                           "Resources are available again.", "Every entry is programmed.",
+                                           "");
 
 class SysLogTest : public ::testing::Test {
  protected:

@@ -23,7 +23,7 @@ class ToggleTest : public ::testing::Test {
   void write(Qor::String const& file, Qor::String const& text) {
     std::ofstream(dir.path() + "/" + file) << text;
   }
-  // The toggle's state for both defaults, and what went to stderr meanwhile.
+  // The toggle's state when asked with default true, then with default false.
   std::pair<bool, bool> bothDefaults(Qor::String const& name, Qor::String const& file) {
     bool const withTrue = getToggleState(name, file, true);
     bool const withFalse = getToggleState(name, file, false);
@@ -60,7 +60,8 @@ TEST_F(ToggleTest, MissingFileGivesDefaultsWithOneWarning) {
   EXPECT_EQ(bothDefaults("A", "Missing.json"), std::pair(true, false));
   EXPECT_EQ(bothDefaults("B", "Missing.json"), std::pair(true, false));
   Qor::String const warnings = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(warnings, "toggles: cannot read " + dir.path() + "/Missing.json; its toggles keep their defaults\n");
+  EXPECT_EQ(warnings,
+            "toggles: cannot read " + dir.path() + "/Missing.json; its toggles keep their defaults\n");
 }
 
 TEST_F(ToggleTest, MalformedFileGivesDefaultsWithOneWarning) {

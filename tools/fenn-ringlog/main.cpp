@@ -14,7 +14,8 @@ int main(int argc, char** argv) {
     Ringlog::Contents const c = Ringlog::readFile(argv[1]);
     for (auto const& e : c.entries) std::printf("%s\n", e.text().c_str());
     if (c.skipped) {
-      std::fprintf(stderr, "fenn-ringlog: %llu damaged records skipped\n", static_cast<unsigned long long>(c.skipped));
+      std::fprintf(stderr, "fenn-ringlog: %llu damaged records skipped\n",
+                   static_cast<unsigned long long>(c.skipped));
     }
     if (!c.problem.empty()) std::fprintf(stderr, "fenn-ringlog: %s\n", c.problem.c_str());
     return c.skipped || !c.problem.empty() ? 1 : 0;
