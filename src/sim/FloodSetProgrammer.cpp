@@ -35,12 +35,14 @@ class FloodSetProgrammer::QorEvpnVlanFloodSetHwConfig
 };
 
 FloodSetProgrammer::FloodSetProgrammer(Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig const> config,
-                                       Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status)
-    : config_(std::move(config)), status_(std::move(status)) {
+                                       Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status,
+                                       Qor::Ptr<Keel::TimerWheel> timerWheel)
+    : config_(std::move(config)), status_(std::move(status)), timerWheel_(std::move(timerWheel)) {
   qorEvpnVlanFloodSetHwConfig_ = Qor::newReactor<QorEvpnVlanFloodSetHwConfig>(config_.get(), this);
 }
 
 FloodSetProgrammer::~FloodSetProgrammer() {
+  if (retryTimer_) timerWheel_->timerCancel(*retryTimer_);
   qorEvpnVlanFloodSetHwConfig_.reset();
   vlanFloodSetConfig_.delAll();
   status_->statusDelAll();
@@ -76,10 +78,14 @@ void FloodSetProgrammer::syncEntry(MacVlanPair const& pair, MplsDestConfig const
   // same flood set before the write returns: hold on to the status entity across writes.
   Qor::Ptr<Fenn::VlanFloodSetStatus> status(status_->status(pair));
   if (wanted && wanted->mplsDestConfigHas(config)) {
-    if (status && status->mplsDestStatusHas(config)) return;
-    Fenn::HwProgrammingStatus const result =
-        programmedCount_ < capacity_ ? Fenn::programmed : Fenn::notProgrammed;
-    if (result == Fenn::programmed) ++programmedCount_;
+    if (status && status->mplsDestStatusHas(config) && status->mplsDestStatus(config) == Fenn::programmed) return;
+    bool const ok = programmedCount_ < capacity_ && !faults_.shouldFail();
+    Fenn::HwProgrammingStatus const result = ok ? Fenn::programmed : Fenn::notProgrammed;
+    if (ok) {
+      ++programmedCount_;
+    } else {
+      scheduleRetry(pair);
+    }
     if (!status) status = Qor::Ptr<Fenn::VlanFloodSetStatus>(status_->statusIs(pair));
     status->mplsDestStatusIs(config, result);
     return;
@@ -91,17 +97,42 @@ void FloodSetProgrammer::syncEntry(MacVlanPair const& pair, MplsDestConfig const
 }
 
 void FloodSetProgrammer::syncPair(MacVlanPair const& pair) {
+  // Entries that lost their configuration first, then one attempt per configured entry.
   if (Fenn::VlanFloodSetStatus const* status = status_->status(pair)) {
-    for (auto const& config : status->mplsDestStatus().keys()) syncEntry(pair, config);
+    for (auto const& config : status->mplsDestStatus().keys()) {
+      Fenn::VlanFloodSetConfig const* wanted = config_->config(pair);
+      if (!wanted || !wanted->mplsDestConfigHas(config)) syncEntry(pair, config);
+    }
   }
   if (Fenn::VlanFloodSetConfig const* config = config_->config(pair)) {
     for (auto const& entry : config->mplsDestConfig().keys()) syncEntry(pair, entry);
   }
 }
 
+void FloodSetProgrammer::scheduleRetry(MacVlanPair const& pair) {
+  if (!timerWheel_) return;
+  retry_.insert(pair);
+  if (!retryTimer_) retryTimer_ = timerWheel_->timerAfter(retryInterval_, [this] { doRetry(); });
+}
+
+void FloodSetProgrammer::doRetry() {
+  retryTimer_.reset();
+  std::vector<MacVlanPair> const pairs(retry_.begin(), retry_.end());
+  retry_.clear();
+  for (auto const& pair : pairs) {
+    if (paused_) {
+      held_.insert(pair);
+    } else {
+      syncPair(pair);
+    }
+  }
+}
+
 Qor::Ptr<FloodSetProgrammer> floodSetProgrammerFactory(Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig const> config,
-                                                       Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status) {
-  return Qor::Ptr<FloodSetProgrammer>(new FloodSetProgrammer(std::move(config), std::move(status)));
+                                                       Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status,
+                                                       Qor::Ptr<Keel::TimerWheel> timerWheel) {
+  return Qor::Ptr<FloodSetProgrammer>(
+      new FloodSetProgrammer(std::move(config), std::move(status), std::move(timerWheel)));
 }
 
 }  // namespace Sim

@@ -14,11 +14,14 @@
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "FennEvpn/FennEvpnVlanFloodSetHw.h"
+#include "Keel/TimerWheel.h"
 #include "Qor/Collection.h"
 #include "Qor/StateMachine.h"
+#include "sim/FaultInjector.h"
 
 namespace Sim {
 
@@ -27,7 +30,7 @@ class FloodSetProgrammer : public Qor::StateMachine {
   static constexpr size_t unlimited = std::numeric_limits<size_t>::max();
 
   FloodSetProgrammer(Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig const> config,
-                     Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status);
+                     Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status, Qor::Ptr<Keel::TimerWheel> timerWheel = nullptr);
   // Removes every status it wrote, as hardware that goes away programs nothing.
   ~FloodSetProgrammer() override;
   std::string_view fwkType() const override { return "Sim::FloodSetProgrammer"; }
@@ -37,6 +40,10 @@ class FloodSetProgrammer : public Qor::StateMachine {
   void capacityIs(size_t capacity) noexcept { capacity_ = capacity; }
   bool paused() const noexcept { return paused_; }
   void pausedIs(bool paused);
+
+  double retryInterval() const noexcept { return retryInterval_; }
+  void retryIntervalIs(double seconds) noexcept { retryInterval_ = seconds; }
+  FaultInjector& programmingFaults() noexcept { return faults_; }
 
   size_t programmedCount() const noexcept { return programmedCount_; }
   // Flood sets with changes remembered while paused.
@@ -51,6 +58,8 @@ class FloodSetProgrammer : public Qor::StateMachine {
   // Make the status of one entry, or of a whole flood set, follow its configuration.
   void syncEntry(Bridging::MacVlanPair const& pair, Fenn::MplsDestConfig const& config);
   void syncPair(Bridging::MacVlanPair const& pair);
+  void scheduleRetry(Bridging::MacVlanPair const& pair);
+  void doRetry();
 
   Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig const> config_;
   Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status_;
@@ -58,11 +67,17 @@ class FloodSetProgrammer : public Qor::StateMachine {
   size_t programmedCount_ = 0;
   bool paused_ = false;
   Qor::HashSet<Bridging::MacVlanPair> held_;
+  Qor::Ptr<Keel::TimerWheel> timerWheel_;
+  double retryInterval_ = 1.0;
+  FaultInjector faults_;
+  Qor::HashSet<Bridging::MacVlanPair> retry_;
+  std::optional<Keel::TimerWheel::TimerId> retryTimer_;
   Qor::ReactorMap<Bridging::MacVlanPair, QorVlanFloodSetConfig> vlanFloodSetConfig_;
   std::unique_ptr<QorEvpnVlanFloodSetHwConfig> qorEvpnVlanFloodSetHwConfig_;
 };
 
 Qor::Ptr<FloodSetProgrammer> floodSetProgrammerFactory(Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig const> config,
-                                                       Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status);
+                                                       Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status,
+                                                       Qor::Ptr<Keel::TimerWheel> timerWheel = nullptr);
 
 }  // namespace Sim

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "FloodSet/FloodSetTestUtil.h"
+#include "Keel/ManualClock.h"
+#include "Keel/TaskScheduler.h"
 #include "sim/FloodSetProgrammer.h"
 
 namespace {
@@ -103,6 +105,45 @@ TEST_F(FloodSetProgrammerTest, StartsFromTheCurrentConfigurationAndWithdrawsOnRe
   EXPECT_EQ(view(*hwStatus), allProgrammed());
   programmer = nullptr;
   EXPECT_TRUE(hwStatus->status().empty());
+}
+
+}  // namespace
+
+namespace {
+
+// With a timer wheel the programmer retries what it could not program, as a driver would.
+class FloodSetProgrammerRetryTest : public FloodSetProgrammerTest {
+ protected:
+  Qor::Ptr<Keel::ManualClock> clock{new Keel::ManualClock};
+  Qor::Ptr<Keel::TaskScheduler> scheduler{new Keel::TaskScheduler(clock)};
+  Qor::Ptr<Keel::TimerWheel> wheel{new Keel::TimerWheel(scheduler)};
+  Qor::Ptr<Sim::FloodSetProgrammer> retrying = [this] {
+    programmer = nullptr;
+    return Sim::floodSetProgrammerFactory(hwConfig, hwStatus, wheel);
+  }();
+};
+
+TEST_F(FloodSetProgrammerRetryTest, FailedAttemptsAreRetriedUntilProgrammed) {
+  retrying->programmingFaults().failNextIs(3);
+  configure(10, 1);
+  configure(10, 2);
+  EXPECT_EQ(hwStatus->status(pair(10))->mplsDestStatus(config(1)), Fenn::notProgrammed);
+  EXPECT_EQ(hwStatus->status(pair(10))->mplsDestStatus(config(2)), Fenn::notProgrammed);
+  scheduler->advanceBy(retrying->retryInterval());  // one more failure, one success
+  EXPECT_EQ(retrying->programmedCount(), 1u);
+  scheduler->advanceBy(retrying->retryInterval());
+  EXPECT_EQ(view(*hwStatus), allProgrammed());
+  EXPECT_EQ(retrying->programmingFaults().failures(), 3u);
+}
+
+TEST_F(FloodSetProgrammerRetryTest, EntriesBeyondCapacityGetInWhenRoomFrees) {
+  retrying->capacityIs(1);
+  configure(10, 1);
+  configure(10, 2);
+  unconfigure(10, 1);
+  EXPECT_EQ(hwStatus->status(pair(10))->mplsDestStatus(config(2)), Fenn::notProgrammed);
+  scheduler->advanceBy(retrying->retryInterval());
+  EXPECT_EQ(view(*hwStatus), allProgrammed());
 }
 
 }  // namespace

@@ -1,0 +1,50 @@
+// Simulated hardware tunnel ID allocator: one pool per HwTunnelIdType with a fixed number
+// of IDs (1..size), handed out lowest-free-first so runs are reproducible. It keeps what it
+// has handed out, so the simulator can show it and check that nothing is lost or handed
+// out twice. getHwTunnelId can be made to fail by fault injection, as a chip whose
+// allocation call errors would.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <set>
+
+#include "FennEvpn/FennEvpnHwTunnelIdSmHelper.h"
+#include "sim/FaultInjector.h"
+
+namespace Sim {
+
+class HwTunnelIdPools final : public FennHelper::EvpnHwTunnelIdSmHelper {
+ public:
+  static constexpr size_t poolCount = 2;  // hwTunnelIdTypeDefault, hwTunnelIdTypeSharedEs
+
+  explicit HwTunnelIdPools(Qor::String name) : EvpnHwTunnelIdSmHelper(std::move(name)) {}
+  std::string_view fwkType() const override { return "Sim::HwTunnelIdPools"; }
+
+  Fenn::HwTunnelId getHwTunnelId(Fenn::HwTunnelIdType type) override;
+  void releaseHwTunnelId(Fenn::HwTunnelId const& id) override;
+
+  // Resizes a pool. Shrinking below the IDs in use keeps those until they are released.
+  void poolSizeIs(Fenn::HwTunnelIdType type, uint32_t size);
+  uint32_t poolSize(Fenn::HwTunnelIdType type) const { return pool(type).size; }
+  uint32_t freeCount(Fenn::HwTunnelIdType type) const;
+  std::set<uint32_t> const& inUse(Fenn::HwTunnelIdType type) const { return pool(type).inUse; }
+
+  FaultInjector& allocationFaults() noexcept { return faults_; }
+  // Releases of IDs not handed out: a state machine bug the simulator reports.
+  uint64_t badReleaseCount() const noexcept { return badReleases_; }
+
+ private:
+  struct Pool {
+    uint32_t size = 0;
+    std::set<uint32_t> inUse;
+  };
+  Pool& pool(Fenn::HwTunnelIdType type) { return pools_.at(type); }
+  Pool const& pool(Fenn::HwTunnelIdType type) const { return pools_.at(type); }
+
+  std::array<Pool, poolCount> pools_;
+  FaultInjector faults_;
+  uint64_t badReleases_ = 0;
+};
+
+}  // namespace Sim
