@@ -19,7 +19,13 @@ struct Qor::EnumTraits<Color> {
 struct Pair {
   int a;
   int b;
-  void print(Qor::String& out) const { out += "(" + std::to_string(a) + ", " + std::to_string(b) + ")"; }
+  void print(Qor::String& out) const {
+    out += '(';
+    out += std::to_string(a);
+    out += ", ";
+    out += std::to_string(b);
+    out += ')';
+  }
 };
 
 // 2024-05-01T10:11:12.123456789Z
