@@ -4,7 +4,6 @@
 
 #include <stdexcept>
 
-#include "Fenn/FecIdToHwFecIdResponse.h"
 #include "Qor/Strep.h"
 #include "Vasp/FibFec.h"
 
@@ -68,15 +67,6 @@ TEST(FecVias, PlacedByIndexWithoutHolesAndWithinTheEcmpWidth) {
   } catch (std::out_of_range const& e) {
     EXPECT_STREQ(e.what(), "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed");
   }
-}
-
-TEST(FecResponseRow, PrintsExactlyAndIsKeyedByFecId) {
-  Fenn::FecToHwFecId const row(FecId(11, 0), 4097, Ostra::IntfId("Ethernet1"));
-  EXPECT_EQ(row.key(), FecId(11, 0));
-  EXPECT_EQ(Qor::valueToStrep(row),
-            "Value('Fenn::FecToHwFecId', ** {'fecId': 792633534417207296, 'hwFecId': 4097, 'intfId': "
-            "'Ethernet1'})");
-  EXPECT_EQ(Qor::strepToValue<Fenn::FecToHwFecId>(Qor::valueToStrep(row)), row);
 }
 
 }  // namespace

@@ -65,14 +65,6 @@ class FloodSetFecTest : public ::testing::Test {
 
 // Requests and their FEC IDs.
 
-TEST_F(FloodSetFecTest, NothingIsRequestedBeforeInitializationThenEverythingPresentIs) {
-  add(Bridging::VlanId(10), bcast, mplsDest(ldpTunnel(1), 100));
-  EXPECT_EQ(request->rowCount(), 0u);
-  sm->initializedIs(true);
-  MplsFloodSetVia const via(ldpTunnel(1), Ostra::MplsLabel(100));
-  ASSERT_TRUE(request->rowHas(fecIdOf(via)));
-}
-
 TEST_F(FloodSetFecTest, FirstFecCarriesAdjacencyType11AndOneViaOverTheTunnelInterface) {
   sm->initializedIs(true);
   add(Bridging::VlanId(10), bcast, mplsDest(ldpTunnel(1), 100));
@@ -118,13 +110,6 @@ TEST_F(FloodSetFecTest, VlanCarryingTunnelGetsOneFecPerVlan) {
   EXPECT_TRUE(vlan20.valid());
   EXPECT_NE(vlan10, vlan20);
   EXPECT_EQ(request->rowCount(), 3u);
-}
-
-TEST_F(FloodSetFecTest, DestinationsWithoutATunnelAreSkipped) {
-  sm->initializedIs(true);
-  add(Bridging::VlanId(10), bcast, mplsDest(TunnelId::invalid(), 100));
-  EXPECT_EQ(request->rowCount(), 0u);
-  EXPECT_TRUE(sm->floodSetEntryCache().empty());
 }
 
 TEST_F(FloodSetFecTest, RemovingAWholeVlanFloodSetWithdrawsItsVias) {
@@ -241,20 +226,6 @@ TEST_F(FloodSetFecTest, FecIdIsNotReusedWhileItsResponseExistsNorWithinTheHoldBa
   clock->advance(1.0);
   add(Bridging::VlanId(10), bcast, mplsDest(ldpTunnel(4), 100));
   EXPECT_EQ(fecIdOf(MplsFloodSetVia(ldpTunnel(4), Ostra::MplsLabel(100))), firstId);
-}
-
-TEST_F(FloodSetFecTest, ViaReturningBeforeItsResponseWentGetsItsOldFecBack) {
-  sm->initializedIs(true);
-  L2Rib::Dest const dest = mplsDest(ldpTunnel(1), 100);
-  MplsFloodSetVia const via(ldpTunnel(1), Ostra::MplsLabel(100));
-  add(Bridging::VlanId(10), bcast, dest);
-  FecId const fecId = fecIdOf(via);
-  answer(fecId, 0x2000);
-  del(Bridging::VlanId(10), bcast, dest);
-  add(Bridging::VlanId(10), bcast, dest);
-  EXPECT_EQ(fecIdOf(via), fecId);
-  EXPECT_TRUE(request->rowHas(fecId));
-  EXPECT_EQ(hwInfo->mapping(via).hwIdForTunnelProgramming(), 0x2000u);
 }
 
 using FloodSetFecDeathTest = FloodSetFecTest;
