@@ -297,7 +297,6 @@ void EvpnFloodSetFecSm::processFecRequest(MplsFloodSetVia const& via) {
 void EvpnFloodSetFecSm::createOrUpdateFecRequest(MplsFloodSetVia const& via) {
   QTRACE(8, "EvpnFloodSetFecSm::", "createOrUpdateFecRequest", " (tunnelId: ", via.tunnelId(),
          " label: ", via.label(), " vlanId: ", via.vlanId(), ")");
-  HwTunnelId const hwTunnelId = hwTunnelIdMapping_->tunnelIdToHwTunnelId(via.tunnelId()).hwTunnelId();
   FecId const fecId = getOrAllocateFecId(via);
   // A FEC is built from its ID and its via alone, so a standing request is already what
   // it would be rewritten to (and its caches are in place): every further destination of
@@ -308,8 +307,12 @@ void EvpnFloodSetFecSm::createOrUpdateFecRequest(MplsFloodSetVia const& via) {
     updateTunnelInfoCache(via, true);
     mplsFloodSetFecRequest_->rowIs(fec);
   }
+  // The request does not depend on the hardware tunnel ID: it is looked up for the trace
+  // only, and only when the trace is on.
   QTRACE(2, "     mplsFloodSetFecRequest created or updated: (tunnelId: ", via.tunnelId(),
-         " label: ", via.label(), " hwTunnelId:", hwTunnelId, " fecId: ", fecId, ")");
+         " label: ", via.label(),
+         " hwTunnelId:", hwTunnelIdMapping_->tunnelIdToHwTunnelId(via.tunnelId()).hwTunnelId(),
+         " fecId: ", fecId, ")");
 }
 
 void EvpnFloodSetFecSm::removeFecRequest(MplsFloodSetVia const& via) {
