@@ -37,9 +37,13 @@ void FecResponder::handleRequest(FecId fecId) {
     syncResponse(fecId);
     return;
   }
+  lookAgainAfter(fecId, delay_);
+}
+
+void FecResponder::lookAgainAfter(FecId fecId, double seconds) {
   auto [it, inserted] = pending_.try_emplace(fecId, Keel::TimerWheel::noTimer);
   if (!inserted) return;  // the pending look will see this change too
-  it->second = timerWheel_->timerAfter(delay_, [this, fecId] {
+  it->second = timerWheel_->timerAfter(seconds, [this, fecId] {
     pending_.erase(fecId);
     syncResponse(fecId);
   });
@@ -57,6 +61,11 @@ void FecResponder::syncResponse(FecId fecId) {
     return;
   }
   Fenn::FecToHwFecId const* answered = response_->rowFind(fecId);
+  if (!answered && answerFaults_.shouldFail()) {
+    // The chip failed to program the FEC: the driver tries again later.
+    lookAgainAfter(fecId, retryInterval_);
+    return;
+  }
   uint64_t const hwFecId = answered ? answered->hwFecId() : nextHwFecId_++;
   Ostra::IntfId const intfId =
       !fec->empty() && !fec->vias()[0].intfId().empty() ? fec->vias()[0].intfId() : Ostra::IntfId::cpu();

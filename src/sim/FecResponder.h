@@ -8,6 +8,8 @@
 // looked at again once the delay has passed on the scheduler's clock, and whatever its
 // request is then decides the response. While withholding, requests get no answer (a
 // removed request still loses its response); withholdIs(false) answers everything held.
+// Fault injection fails the programming of a new FEC; the FEC is then tried again after
+// `retryInterval` seconds, as a driver retries.
 #pragma once
 
 #include <cstdint>
@@ -18,6 +20,7 @@
 #include "Keel/TimerWheel.h"
 #include "Qor/Collection.h"
 #include "Qor/StateMachine.h"
+#include "sim/FaultInjector.h"
 
 namespace Sim {
 
@@ -33,6 +36,9 @@ class FecResponder : public Qor::StateMachine {
   double delay() const noexcept { return delay_; }
   // Applies to changes from now on; those already waiting keep their time.
   void delayIs(double seconds) noexcept { delay_ = seconds; }
+  double retryInterval() const noexcept { return retryInterval_; }
+  void retryIntervalIs(double seconds) noexcept { retryInterval_ = seconds; }
+  FaultInjector& answerFaults() noexcept { return answerFaults_; }
   bool withhold() const noexcept { return withhold_; }
   void withholdIs(bool withhold);
 
@@ -46,12 +52,15 @@ class FecResponder : public Qor::StateMachine {
   void handleRequest(Vasp::Fib::FecId fecId);
   // Makes the response of `fecId` follow its request as it stands now.
   void syncResponse(Vasp::Fib::FecId fecId);
+  void lookAgainAfter(Vasp::Fib::FecId fecId, double seconds);
 
   Qor::Ptr<Fenn::FecIdToHwFecIdRequest const> request_;
   Qor::Ptr<Fenn::FecIdToHwFecIdResponse> response_;
   Qor::Ptr<Keel::TimerWheel> timerWheel_;
   double delay_ = 0.0;
   bool withhold_ = false;
+  double retryInterval_ = 1.0;
+  FaultInjector answerFaults_;
   uint64_t nextHwFecId_ = firstHwFecId;
   Qor::HashMap<Vasp::Fib::FecId, Keel::TimerWheel::TimerId> pending_;
   Qor::HashSet<Vasp::Fib::FecId> withheld_;

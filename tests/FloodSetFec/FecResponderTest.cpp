@@ -79,3 +79,24 @@ TEST_F(FecResponderTest, WithheldAnswersComeWhenReleasedButRemovalsDoNotWait) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(FecResponderTest, FailedProgrammingIsRetriedAfterTheRetryInterval) {
+  responder->answerFaults().failNextIs(2);
+  requestFec(FecId(11, 1), Ostra::IntfId("Tunnel5"));
+  EXPECT_FALSE(response->rowHas(FecId(11, 1)));
+  scheduler->advanceBy(responder->retryInterval());  // fails again
+  EXPECT_FALSE(response->rowHas(FecId(11, 1)));
+  scheduler->advanceBy(responder->retryInterval());
+  EXPECT_TRUE(response->rowHas(FecId(11, 1)));
+  // A request withdrawn while its retry waits is never answered.
+  responder->answerFaults().failNextIs(1);
+  requestFec(FecId(11, 2), Ostra::IntfId("Tunnel5"));
+  request->rowDel(FecId(11, 2));
+  scheduler->advanceBy(responder->retryInterval());
+  EXPECT_FALSE(response->rowHas(FecId(11, 2)));
+  EXPECT_EQ(responder->answerFaults().failures(), 3u);
+}
+
+}  // namespace

@@ -1,0 +1,225 @@
+#include "sim/Switch.h"
+
+#include <algorithm>
+
+#include "Qor/SysLog.h"
+
+namespace Sim {
+
+namespace {
+constexpr char const* fecRequestTable = "mplsFloodSetFecRequest";
+constexpr char const* fecResponseTable = "mplsFloodSetFecResponse";
+}  // namespace
+
+// Who feeds whom:
+//
+//   control plane --> floodSetOutput --> EvpnRemoteInfoFinderSm --> remoteInfo
+//   control plane --> evpnStatus ---+
+//                     remoteInfo ---+--> EvpnHwTunnelIdSm --(HwTunnelIdPools)--> tunnelIdToHwTunnelId
+//   floodSetOutput --> VlanFloodSetFilterSm(MPLS) --> mplsFloodSetOutput
+//   mplsFloodSetOutput + tunnelIdToHwTunnelId + floodSetHwStatus
+//                     --> EvpnFloodSetFecSm --> fecRequest --(FecResponder)--> fecResponse
+//                                          <-- fecResponse;  --> hwInfoMapping
+//   mplsFloodSetOutput + tunnelIdToHwTunnelId + hwInfoMapping + floodSetHwStatus
+//                     --> EvpnVlanFloodSetSm --> floodSetHwConfig --(FloodSetProgrammer)--> floodSetHwStatus
+//
+// Every state machine is created first and marked initialized afterwards, producers before
+// consumers, so that each one's first full pass sees its inputs attached.
+Switch::Switch(HardwareConfig const& config)
+    : clock_(new Keel::ManualClock),
+      scheduler_(new Keel::TaskScheduler(clock_)),
+      timerWheel_(new Keel::TimerWheel(scheduler_)),
+      commonSmData_(Fenn::fennCommonSmDataFactory()),
+      floodSetOutput_(L2Rib::floodSetOutputFactory()),
+      evpnStatus_(Evpn::evpnStatusFactory()),
+      remoteInfo_(Fenn::evpnRemoteInfoFactory()),
+      tunnelIdToHwTunnelId_(Fenn::tunnelIdToHwTunnelIdMappingFactory()),
+      tunnelIdToHwTunnelIdReader_(Fenn::tunnelIdToHwTunnelIdMappingReaderFactory()),
+      mplsFloodSetOutput_(L2Rib::floodSetOutputFactory()),
+      fecRequest_(Fenn::fecIdToHwFecIdRequestFactory(fecRequestTable, Vasp::Mode::writer)),
+      fecRequestReader_(Fenn::fecIdToHwFecIdRequestFactory(fecRequestTable, Vasp::Mode::reader)),
+      fecResponse_(Fenn::fecIdToHwFecIdResponseFactory(fecResponseTable, Vasp::Mode::writer)),
+      fecResponseReader_(Fenn::fecIdToHwFecIdResponseFactory(fecResponseTable, Vasp::Mode::reader)),
+      hwInfoMapping_(Fenn::hwInfoMappingFactory()),
+      floodSetHwConfig_(Fenn::evpnVlanFloodSetHwConfigFactory()),
+      floodSetHwStatus_(Fenn::evpnVlanFloodSetHwStatusFactory()),
+      hwTunnelIdPools_(new HwTunnelIdPools("simHwTunnelIdPools")) {
+  hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeDefault, config.defaultHwTunnelIds);
+  hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeSharedEs, config.sharedEsHwTunnelIds);
+  fecResponder_ = Qor::Ptr<FecResponder>(new FecResponder(fecRequestReader_, fecResponse_, timerWheel_));
+  fecResponder_->delayIs(config.fecResponseDelay);
+  floodSetProgrammer_ = Qor::Ptr<FloodSetProgrammer>(
+      new FloodSetProgrammer(floodSetHwConfig_, floodSetHwStatus_, timerWheel_));
+  floodSetProgrammer_->capacityIs(config.floodSetCapacity);
+
+  remoteInfoFinderSm_ = Fenn::evpnRemoteInfoFinderSmFactory(floodSetOutput_, remoteInfo_);
+  hwTunnelIdSm_ = Fenn::evpnHwTunnelIdSmFactory(hwTunnelIdPools_, scheduler_, commonSmData_, evpnStatus_,
+                                                remoteInfo_, tunnelIdToHwTunnelId_);
+  floodSetFilterSm_ = Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, floodSetOutput_, mplsFloodSetOutput_);
+  floodSetFecSm_ = Fenn::evpnFloodSetFecSmFactory(mplsFloodSetOutput_, tunnelIdToHwTunnelIdReader_, floodSetHwStatus_,
+                                                  fecRequest_, fecResponseReader_, hwInfoMapping_, timerWheel_);
+  vlanFloodSetSm_ = Fenn::evpnVlanFloodSetSmFactory(mplsFloodSetOutput_, tunnelIdToHwTunnelIdReader_, hwInfoMapping_,
+                                                    floodSetHwConfig_, floodSetHwStatus_);
+
+  remoteInfoFinderSm_->initializedIs(true);
+  hwTunnelIdSm_->initializedIs(true);
+  floodSetFilterSm_->initializedIs(true);
+  floodSetFecSm_->initializedIs(true);
+  vlanFloodSetSm_->initializedIs(true);
+  settle();
+}
+
+// Consumers go before their producers, so no state machine reacts to the teardown of
+// another one's output.
+Switch::~Switch() {
+  vlanFloodSetSm_ = nullptr;
+  floodSetFecSm_ = nullptr;
+  floodSetFilterSm_ = nullptr;
+  hwTunnelIdSm_ = nullptr;
+  remoteInfoFinderSm_ = nullptr;
+  floodSetProgrammer_ = nullptr;
+  fecResponder_ = nullptr;
+}
+
+void Switch::destIs(Bridging::VlanId vlan, Ostra::EthAddr mac, L2Rib::Dest const& dest) {
+  floodSetOutput_->vlanFloodSetIs(vlan)->floodSetIs(mac)->destSetIs(dest);
+  settle();
+}
+
+void Switch::destDel(Bridging::VlanId vlan, Ostra::EthAddr mac, L2Rib::Dest const& dest) {
+  L2Rib::VlanFloodSet* vfs = floodSetOutput_->vlanFloodSet(vlan);
+  L2Rib::FloodSet* fs = vfs ? vfs->floodSet(mac) : nullptr;
+  if (fs) fs->destSetDel(dest);
+  settle();
+}
+
+void Switch::floodSetDel(Bridging::VlanId vlan, Ostra::EthAddr mac) {
+  if (L2Rib::VlanFloodSet* vfs = floodSetOutput_->vlanFloodSet(vlan)) {
+    if (L2Rib::FloodSet* fs = vfs->floodSet(mac)) fs->destSetDelAll();
+    vfs->floodSetDel(mac);
+    if (vfs->floodSet().empty()) floodSetOutput_->vlanFloodSetDel(vlan);
+  }
+  settle();
+}
+
+void Switch::segmentIs(Ostra::IntfId intf, std::map<Ostra::IntfId, Ostra::MplsLabel> const& peers,
+                       std::optional<Ostra::MplsLabel> sharedEsiLabel) {
+  Evpn::EthernetSegmentStatus* es = evpnStatus_->ethernetSegmentStatusIs(intf);
+  // The label setting goes first, as the control plane publishes it with the segment, so
+  // new peers are allocated from the pool they belong to rather than moved there after.
+  es->sharedEsiLabelIs(sharedEsiLabel ? Evpn::SharedEsiLabel(*sharedEsiLabel, true) : Evpn::SharedEsiLabel());
+  for (auto const& tep : es->remoteEsiLabel().keys()) {
+    if (!peers.count(tep)) {
+      es->remoteEsiLabelDel(tep);
+      es->remoteTepDel(tep);
+    }
+  }
+  for (auto const& [tep, label] : peers) {
+    es->remoteTepIs(tep);
+    es->remoteEsiLabelIs(tep, Evpn::EncapTypeLabel::mpls(label));
+  }
+  settle();
+}
+
+void Switch::segmentDel(Ostra::IntfId intf) {
+  evpnStatus_->ethernetSegmentStatusDel(intf);
+  settle();
+}
+
+void Switch::hwTunnelIdPoolSizeIs(Fenn::HwTunnelIdType type, uint32_t size) {
+  bool const grew = size > hwTunnelIdPools_->poolSize(type);
+  hwTunnelIdPools_->poolSizeIs(type, size);
+  // The hardware layer tells the allocator that IDs became available, as a platform that
+  // grows a pool behind the helper would.
+  if (grew) hwTunnelIdSm_->maybeScheduleUnprogrammedReview(true);
+  settle();
+}
+
+void Switch::fecResponseDelayIs(double seconds) { fecResponder_->delayIs(seconds); }
+
+void Switch::fecResponsesWithheldIs(bool withheld) {
+  fecResponder_->withholdIs(withheld);
+  settle();
+}
+
+void Switch::floodSetCapacityIs(uint32_t capacity) {
+  floodSetProgrammer_->capacityIs(capacity);
+  settle();
+}
+
+FaultInjector& Switch::faults(FaultTarget target) {
+  switch (target) {
+    case FaultTarget::hwTunnelIdAllocation:
+      return hwTunnelIdPools_->allocationFaults();
+    case FaultTarget::fecResponse:
+      return fecResponder_->answerFaults();
+    case FaultTarget::floodSetProgramming:
+      break;
+  }
+  return floodSetProgrammer_->programmingFaults();
+}
+
+void Switch::settle() {
+  scheduler_->runReady();
+  // An allocation that failed for a transient hardware error (not an empty pool) is worth
+  // another try: the hardware layer asks for a review after the retry interval.
+  if (hwTunnelIdPools_->allocationFaults().failures() != allocationFailuresSeen_) {
+    allocationFailuresSeen_ = hwTunnelIdPools_->allocationFaults().failures();
+    hwTunnelIdSm_->maybeScheduleUnprogrammedReview(false);
+    scheduler_->runReady();
+  }
+}
+
+void Switch::advance(double seconds) {
+  // Step to each due time, so that reviews asked for on the way are not skipped.
+  double const end = clock_->now() + seconds;
+  while (true) {
+    double const next = scheduler_->nextDueTime();
+    if (next > end) break;
+    scheduler_->runUntil(next);
+    settle();
+  }
+  scheduler_->runUntil(end);
+  settle();
+}
+
+double Switch::now() const { return clock_->now(); }
+
+HardwareState Switch::state() const {
+  HardwareState s;
+  s.time = clock_->now();
+  for (auto const& [tunnelId, row] : tunnelIdToHwTunnelId_->rows()) s.tunnels.push_back({tunnelId, row.hwTunnelId()});
+  std::sort(s.tunnels.begin(), s.tunnels.end(),
+            [](auto const& a, auto const& b) { return a.tunnelId < b.tunnelId; });
+  for (auto type : {Fenn::hwTunnelIdTypeDefault, Fenn::hwTunnelIdTypeSharedEs}) {
+    s.pools.push_back({type, hwTunnelIdPools_->poolSize(type), uint32_t(hwTunnelIdPools_->inUse(type).size())});
+  }
+  for (auto const& [fecId, fec] : fecRequest_->rows()) {
+    HardwareState::Fec f{fecId, {}, {}, false, 0};
+    if (!fec.empty()) {
+      f.tunnelId = fec.via(Vasp::Fib::ViaIndex(0)).intfId().tunnelId();
+      f.label = fec.via(Vasp::Fib::ViaIndex(0)).mplsLabel();
+    }
+    if (auto const* response = fecResponse_->rowFind(fecId)) {
+      f.answered = true;
+      f.hwFecId = response->hwFecId();
+    }
+    s.fecs.push_back(f);
+  }
+  std::sort(s.fecs.begin(), s.fecs.end(), [](auto const& a, auto const& b) { return a.fecId < b.fecId; });
+  for (auto const& [pair, config] : floodSetHwConfig_->config()) {
+    Fenn::VlanFloodSetStatus const* status = floodSetHwStatus_->status(pair);
+    for (auto const& dest : config->mplsDestConfig()) {
+      HardwareState::FloodSetEntry e{pair, dest, std::nullopt};
+      if (status && status->mplsDestStatusHas(dest)) e.status = status->mplsDestStatus(dest);
+      s.floodSets.push_back(e);
+    }
+  }
+  std::sort(s.floodSets.begin(), s.floodSets.end(), [](auto const& a, auto const& b) {
+    return std::tie(a.macVlanPair, a.config) < std::tie(b.macVlanPair, b.config);
+  });
+  for (Qor::LogMessage const* m : Qor::sysLogRecords()) s.sysLog.emplace_back(m->name());
+  return s;
+}
+
+}  // namespace Sim

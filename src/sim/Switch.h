@@ -1,0 +1,148 @@
+// The simulated switch: every state machine of the library, wired to its inputs, outputs,
+// helpers and scheduler the way a forwarding agent wires them, with hardware models behind
+// the helper interfaces. Switch.cpp is the one place that says who feeds whom; an agent
+// integrator can copy it.
+//
+// Time is simulated: the scheduler runs on a manual clock that moves only in advance(),
+// so a run is a pure function of its inputs (fault injection draws from seeded generators).
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "Bridging/MacVlanPair.h"
+#include "Evpn/EvpnStatus.h"
+#include "Fenn/FecIdToHwFecIdRequest.h"
+#include "Fenn/FecIdToHwFecIdResponse.h"
+#include "Fenn/FennCommonSmData.h"
+#include "FennEvpn/FennEvpnFloodSetFecSm.h"
+#include "FennEvpn/FennEvpnHwTunnelIdSm.h"
+#include "FennEvpn/FennEvpnRemoteInfoFinderSm.h"
+#include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
+#include "FennEvpn/FennEvpnVlanFloodSetFilterSm.h"
+#include "FennEvpn/FennEvpnVlanFloodSetSm.h"
+#include "Keel/ManualClock.h"
+#include "Keel/TaskScheduler.h"
+#include "Keel/TimerWheel.h"
+#include "L2Rib/FloodSetOutput.h"
+#include "sim/FecResponder.h"
+#include "sim/FloodSetProgrammer.h"
+#include "sim/HwTunnelIdPools.h"
+
+namespace Sim {
+
+struct HardwareConfig {
+  uint32_t defaultHwTunnelIds = 1024;
+  uint32_t sharedEsHwTunnelIds = 64;
+  double fecResponseDelay = 0.0;  // seconds; 0 answers inside the request's notification
+  uint32_t floodSetCapacity = UINT32_MAX;  // programmed flood-set entries the chip holds
+};
+
+enum class FaultTarget { hwTunnelIdAllocation, fecResponse, floodSetProgramming };
+
+// What the hardware models hold, in a canonical order, for show, expect, JSON and
+// comparisons between runs.
+struct HardwareState {
+  struct TunnelRow {
+    ::Tunnel::TunnelTable::TunnelId tunnelId;
+    Fenn::HwTunnelId hwTunnelId;  // as published in the tunnel table
+    bool operator==(TunnelRow const&) const = default;
+  };
+  struct Pool {
+    Fenn::HwTunnelIdType type;
+    uint32_t size;
+    uint32_t inUse;
+    bool operator==(Pool const&) const = default;
+  };
+  struct Fec {
+    Vasp::Fib::FecId fecId;
+    ::Tunnel::TunnelTable::TunnelId tunnelId;
+    Ostra::MplsLabel label;
+    bool answered;
+    uint64_t hwFecId;
+    bool operator==(Fec const&) const = default;
+  };
+  struct FloodSetEntry {
+    Bridging::MacVlanPair macVlanPair;
+    Fenn::MplsDestConfig config;
+    std::optional<Fenn::HwProgrammingStatus> status;  // none until the hardware answered
+    bool operator==(FloodSetEntry const&) const = default;
+  };
+  std::vector<TunnelRow> tunnels;
+  std::vector<Pool> pools;
+  std::vector<Fec> fecs;
+  std::vector<FloodSetEntry> floodSets;
+  std::vector<Qor::String> sysLog;  // message names, oldest first
+  double time = 0;
+};
+
+class Switch {
+ public:
+  explicit Switch(HardwareConfig const& config);
+  ~Switch();
+  Switch(Switch const&) = delete;
+  Switch& operator=(Switch const&) = delete;
+
+  // Control plane: the layer-2 RIB's flood sets.
+  void destIs(Bridging::VlanId vlan, Ostra::EthAddr mac, L2Rib::Dest const& dest);
+  void destDel(Bridging::VlanId vlan, Ostra::EthAddr mac, L2Rib::Dest const& dest);
+  // Empties the flood set (as the RIB does) and removes it, and its VLAN flood set when empty.
+  void floodSetDel(Bridging::VlanId vlan, Ostra::EthAddr mac);
+
+  // Control plane: EVPN status. A segment's peers are TEP interfaces with their ESI labels.
+  void segmentIs(Ostra::IntfId intf, std::map<Ostra::IntfId, Ostra::MplsLabel> const& peers,
+                 std::optional<Ostra::MplsLabel> sharedEsiLabel);
+  void segmentDel(Ostra::IntfId intf);
+
+  // Hardware.
+  void hwTunnelIdPoolSizeIs(Fenn::HwTunnelIdType type, uint32_t size);
+  void fecResponseDelayIs(double seconds);
+  void fecResponsesWithheldIs(bool withheld);
+  void floodSetCapacityIs(uint32_t capacity);
+  FaultInjector& faults(FaultTarget target);
+
+  // Time: runs what is ready now, or moves the clock forward running what falls due.
+  void settle();
+  void advance(double seconds);
+  double now() const;
+
+  HardwareState state() const;
+  uint64_t hwTunnelIdBadReleases() const { return hwTunnelIdPools_->badReleaseCount(); }
+
+ private:
+  // Platform.
+  Qor::Ptr<Keel::ManualClock> clock_;
+  Qor::Ptr<Keel::TaskScheduler> scheduler_;
+  Qor::Ptr<Keel::TimerWheel> timerWheel_;
+  Qor::Ptr<Fenn::FennCommonSmData> commonSmData_;
+  // Inputs the control plane writes.
+  Qor::Ptr<L2Rib::FloodSetOutput> floodSetOutput_;
+  Qor::Ptr<Evpn::EvpnStatus> evpnStatus_;
+  // Entities and tables between state machines and hardware.
+  Qor::Ptr<Fenn::EvpnRemoteInfo> remoteInfo_;
+  Qor::Ptr<Fenn::TunnelIdToHwTunnelIdMapping> tunnelIdToHwTunnelId_;
+  Qor::Ptr<Fenn::TunnelIdToHwTunnelIdMapping> tunnelIdToHwTunnelIdReader_;
+  Qor::Ptr<L2Rib::FloodSetOutput> mplsFloodSetOutput_;
+  Qor::Ptr<Fenn::FecIdToHwFecIdRequest> fecRequest_;
+  Qor::Ptr<Fenn::FecIdToHwFecIdRequest> fecRequestReader_;
+  Qor::Ptr<Fenn::FecIdToHwFecIdResponse> fecResponse_;
+  Qor::Ptr<Fenn::FecIdToHwFecIdResponse> fecResponseReader_;
+  Qor::Ptr<Fenn::HwInfoMapping> hwInfoMapping_;
+  Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig> floodSetHwConfig_;
+  Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> floodSetHwStatus_;
+  // Hardware models.
+  Qor::Ptr<HwTunnelIdPools> hwTunnelIdPools_;
+  Qor::Ptr<FecResponder> fecResponder_;
+  Qor::Ptr<FloodSetProgrammer> floodSetProgrammer_;
+  // The library's state machines, in the order they are created.
+  Qor::Ptr<Fenn::EvpnRemoteInfoFinderSm> remoteInfoFinderSm_;
+  Qor::Ptr<Fenn::EvpnHwTunnelIdSm> hwTunnelIdSm_;
+  Qor::Ptr<Fenn::VlanFloodSetFilterSm> floodSetFilterSm_;
+  Qor::Ptr<Fenn::EvpnFloodSetFecSm> floodSetFecSm_;
+  Qor::Ptr<Fenn::EvpnVlanFloodSetSm> vlanFloodSetSm_;
+  uint64_t allocationFailuresSeen_ = 0;
+};
+
+}  // namespace Sim

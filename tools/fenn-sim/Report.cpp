@@ -1,0 +1,160 @@
+#include "Report.h"
+
+#include <iomanip>
+#include <sstream>
+
+namespace SimTool {
+
+namespace {
+
+// A table printed with columns as wide as their widest cell.
+class TextTable {
+ public:
+  explicit TextTable(std::vector<Qor::String> header) { rows_.push_back(std::move(header)); }
+  void row(std::vector<Qor::String> cells) { rows_.push_back(std::move(cells)); }
+  void print(std::ostream& os, Qor::String const& title) const {
+    std::vector<size_t> width(rows_[0].size(), 0);
+    for (auto const& r : rows_) {
+      for (size_t i = 0; i < r.size(); ++i) width[i] = std::max(width[i], r[i].size());
+    }
+    os << title << (rows_.size() == 1 ? " (none)" : "") << "\n";
+    if (rows_.size() == 1) return;
+    for (size_t n = 0; n < rows_.size(); ++n) {
+      os << "  ";
+      for (size_t i = 0; i < rows_[n].size(); ++i) os << std::left << std::setw(int(width[i]) + 2) << rows_[n][i];
+      os << "\n";
+      if (n == 0) {
+        os << "  ";
+        for (size_t w : width) os << Qor::String(w, '-') << "  ";
+        os << "\n";
+      }
+    }
+  }
+
+ private:
+  std::vector<std::vector<Qor::String>> rows_;
+};
+
+Qor::String poolName(Fenn::HwTunnelIdType type) {
+  return type == Fenn::hwTunnelIdTypeSharedEs ? "sharedEs" : "default";
+}
+
+Qor::String macName(Ostra::EthAddr mac) {
+  return mac == Ostra::EthAddr::broadcast() ? "broadcast" : Qor::valueToStrep(mac).substr(1, 17);
+}
+
+Qor::String status(std::optional<Fenn::HwProgrammingStatus> s) {
+  return s ? Qor::String(Fenn::stringValue(*s)) : "pending";
+}
+
+Qor::String hex(uint64_t v) {
+  std::ostringstream os;
+  os << "0x" << std::hex << v;
+  return os.str();
+}
+
+Qor::String jsonString(std::string_view s) {
+  Qor::String out = "\"";
+  for (char c : s) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  return out + "\"";
+}
+
+}  // namespace
+
+void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, Scenario const& scenario) {
+  switch (table) {
+    case Table::tunnels: {
+      TextTable t({"PE", "tunnel ID", "pool", "hw tunnel ID"});
+      for (auto const& r : state.tunnels) {
+        t.row({scenario.tunnelName(r.tunnelId), Qor::valueToStrep(r.tunnelId), poolName(r.hwTunnelId.type()),
+               std::to_string(r.hwTunnelId.id())});
+      }
+      t.print(os, "Published hardware tunnel IDs");
+      break;
+    }
+    case Table::pools: {
+      TextTable t({"pool", "size", "in use", "free"});
+      for (auto const& p : state.pools) {
+        uint32_t const free = p.size > p.inUse ? p.size - p.inUse : 0;
+        t.row({poolName(p.type), std::to_string(p.size), std::to_string(p.inUse), std::to_string(free)});
+      }
+      t.print(os, "Hardware tunnel ID pools");
+      break;
+    }
+    case Table::fecs: {
+      TextTable t({"FEC ID", "PE", "label", "hw FEC ID"});
+      for (auto const& f : state.fecs) {
+        t.row({hex(f.fecId.value()), scenario.tunnelName(f.tunnelId), Qor::valueToStrep(f.label),
+               f.answered ? hex(f.hwFecId) : "(waiting)"});
+      }
+      t.print(os, "FEC requests");
+      break;
+    }
+    case Table::floodSets: {
+      TextTable t({"VLAN", "MAC", "PE", "label", "hw tunnel ID", "hw ID", "status"});
+      for (auto const& e : state.floodSets) {
+        t.row({Qor::valueToStrep(e.macVlanPair.vlanId()), macName(e.macVlanPair.macAddr()),
+               scenario.tunnelName(e.config.tunnelId()), Qor::valueToStrep(e.config.label()),
+               poolName(e.config.hwTunnelId().type()) + "/" + std::to_string(e.config.hwTunnelId().id()),
+               hex(e.config.hwIdForTunnelProgramming()), status(e.status)});
+      }
+      t.print(os, "Flood-set hardware configuration");
+      break;
+    }
+    case Table::sysLog: {
+      TextTable t({"#", "message"});
+      for (size_t i = 0; i < state.sysLog.size(); ++i) t.row({std::to_string(i + 1), state.sysLog[i]});
+      t.print(os, "System log");
+      break;
+    }
+  }
+}
+
+void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const& scenario) {
+  os << "{\n  \"time\": " << state.time << ",\n  \"tunnels\": [";
+  char const* sep = "";
+  for (auto const& r : state.tunnels) {
+    os << sep << "\n    {\"pe\": " << jsonString(scenario.tunnelName(r.tunnelId)) << ", \"tunnelId\": "
+       << r.tunnelId.value() << ", \"pool\": " << jsonString(poolName(r.hwTunnelId.type()))
+       << ", \"hwTunnelId\": " << r.hwTunnelId.id() << "}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"pools\": [";
+  sep = "";
+  for (auto const& p : state.pools) {
+    os << sep << "\n    {\"pool\": " << jsonString(poolName(p.type)) << ", \"size\": " << p.size
+       << ", \"inUse\": " << p.inUse << "}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"fecs\": [";
+  sep = "";
+  for (auto const& f : state.fecs) {
+    os << sep << "\n    {\"fecId\": " << f.fecId.value() << ", \"pe\": " << jsonString(scenario.tunnelName(f.tunnelId))
+       << ", \"label\": " << f.label.value() << ", \"answered\": " << (f.answered ? "true" : "false")
+       << ", \"hwFecId\": " << f.hwFecId << "}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"floodSets\": [";
+  sep = "";
+  for (auto const& e : state.floodSets) {
+    os << sep << "\n    {\"vlan\": " << e.macVlanPair.vlanId().value() << ", \"mac\": "
+       << jsonString(macName(e.macVlanPair.macAddr())) << ", \"pe\": "
+       << jsonString(scenario.tunnelName(e.config.tunnelId())) << ", \"label\": " << e.config.label().value()
+       << ", \"pool\": " << jsonString(poolName(e.config.hwTunnelId().type()))
+       << ", \"hwTunnelId\": " << e.config.hwTunnelId().id() << ", \"hwId\": " << e.config.hwIdForTunnelProgramming()
+       << ", \"status\": " << jsonString(status(e.status)) << "}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"sysLog\": [";
+  sep = "";
+  for (auto const& m : state.sysLog) {
+    os << sep << jsonString(m);
+    sep = ", ";
+  }
+  os << "]\n}\n";
+}
+
+}  // namespace SimTool

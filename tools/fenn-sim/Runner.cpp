@@ -1,0 +1,135 @@
+#include "Runner.h"
+
+#include <algorithm>
+
+#include "Report.h"
+
+namespace SimTool {
+
+namespace {
+Qor::String joined(std::vector<Qor::String> const& names) {
+  Qor::String out = "[";
+  for (size_t i = 0; i < names.size(); ++i) out += (i ? ", " : "") + names[i];
+  return out + "]";
+}
+}  // namespace
+
+Runner::Runner(Scenario const& scenario, std::ostream& out)
+    : scenario_(scenario), out_(out), switch_(std::make_unique<Sim::Switch>(scenario.hardware)) {}
+
+Runner::~Runner() = default;
+
+size_t Runner::run() {
+  if (!scenario_.name.empty()) out_ << "== " << scenario_.name << " ==\n";
+  if (!scenario_.story.empty()) out_ << scenario_.story << (scenario_.story.back() == '\n' ? "" : "\n");
+  for (auto const& [at, step] : scenario_.steps) {
+    std::visit([this](auto const& s) { apply(s); }, step);
+  }
+  return failures_;
+}
+
+void Runner::apply(SayStep const& s) { out_ << "\n# " << s.text << "\n"; }
+
+void Runner::apply(DestStep const& s) {
+  s.add ? switch_->destIs(s.vlan, s.mac, s.dest) : switch_->destDel(s.vlan, s.mac, s.dest);
+}
+
+void Runner::apply(FloodSetDelStep const& s) { switch_->floodSetDel(s.vlan, s.mac); }
+
+void Runner::apply(SegmentStep const& s) { switch_->segmentIs(s.intf, s.peers, s.sharedEsiLabel); }
+
+void Runner::apply(SegmentDelStep const& s) { switch_->segmentDel(s.intf); }
+
+void Runner::apply(FaultStep const& s) {
+  Sim::FaultInjector& f = switch_->faults(s.target);
+  if (s.clear) f.clear();
+  if (s.failNext) f.failNextIs(s.failNext);
+  if (s.failFraction > 0) f.failFractionIs(s.failFraction, s.seed);
+}
+
+void Runner::apply(HardwareStep const& s) {
+  if (s.defaultHwTunnelIds) switch_->hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeDefault, *s.defaultHwTunnelIds);
+  if (s.sharedEsHwTunnelIds) switch_->hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeSharedEs, *s.sharedEsHwTunnelIds);
+  if (s.fecResponseDelay) switch_->fecResponseDelayIs(*s.fecResponseDelay);
+  if (s.withholdFecResponses) switch_->fecResponsesWithheldIs(*s.withholdFecResponses);
+  if (s.floodSetCapacity) switch_->floodSetCapacityIs(*s.floodSetCapacity);
+}
+
+void Runner::apply(AdvanceStep const& s) {
+  switch_->advance(s.seconds);
+  out_ << "  (time is now " << switch_->now() << " s)\n";
+}
+
+void Runner::apply(ShowStep const& s) {
+  Sim::HardwareState const state = switch_->state();
+  for (Table t : s.tables) {
+    out_ << "\n";
+    printTable(out_, t, state, scenario_);
+  }
+}
+
+void Runner::apply(ExpectStep const& s) {
+  Sim::HardwareState const state = switch_->state();
+  for (auto const& e : s.expectations) {
+    Qor::String const mismatch = check(e, state);
+    if (mismatch.empty()) continue;
+    ++failures_;
+    out_ << e.at.file << ":" << e.at.line << ":" << e.at.column << ": expect " << e.name << " failed\n"
+         << mismatch;
+  }
+}
+
+Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state) const {
+  using K = Expectation::Kind;
+  auto differ = [](Qor::String const& expected, Qor::String const& actual) -> Qor::String {
+    if (expected == actual) return "";
+    return "    expected: " + expected + "\n    actual:   " + actual + "\n";
+  };
+  auto poolText = [](std::optional<Fenn::HwTunnelIdType> p) -> Qor::String {
+    return !p ? "none" : *p == Fenn::hwTunnelIdTypeSharedEs ? "sharedEs" : "default";
+  };
+  auto programmed = [&] {
+    return std::count_if(state.floodSets.begin(), state.floodSets.end(),
+                         [](auto const& f) { return f.status == Fenn::programmed; });
+  };
+  switch (e.kind) {
+    case K::tunnelPool: {
+      auto const tid = scenario_.tunnels.at(e.name);
+      std::optional<Fenn::HwTunnelIdType> actual;
+      for (auto const& t : state.tunnels) {
+        if (t.tunnelId == tid) actual = t.hwTunnelId.type();
+      }
+      return differ(poolText(e.pool), poolText(actual));
+    }
+    case K::tunnelCount:
+      return differ(std::to_string(e.count), std::to_string(state.tunnels.size()));
+    case K::floodSetEntries:
+      return differ(std::to_string(e.count), std::to_string(programmed()));
+    case K::fecRequests:
+      return differ(std::to_string(e.count), std::to_string(state.fecs.size()));
+    case K::fecAnswered:
+      return differ(std::to_string(e.count), std::to_string(std::count_if(state.fecs.begin(), state.fecs.end(),
+                                                                          [](auto const& f) { return f.answered; })));
+    case K::floodSet: {
+      std::vector<Qor::String> actual;
+      for (auto const& f : state.floodSets) {
+        if (f.macVlanPair == e.floodSet && f.status == Fenn::programmed) {
+          actual.push_back(scenario_.tunnelName(f.config.tunnelId()));
+        }
+      }
+      std::sort(actual.begin(), actual.end());
+      return differ(joined(e.names), joined(actual));
+    }
+    case K::poolInUse: {
+      for (auto const& p : state.pools) {
+        if (p.type == *e.pool) return differ(std::to_string(e.count), std::to_string(p.inUse));
+      }
+      return "";
+    }
+    case K::sysLog:
+      return differ(joined(e.names), joined(state.sysLog));
+  }
+  return "";
+}
+
+}  // namespace SimTool

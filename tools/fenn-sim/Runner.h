@@ -1,0 +1,40 @@
+// Plays a scenario on a simulated switch: each control-plane step is applied and allowed to
+// settle, `advance` moves simulated time, `show` prints tables, and `expect` compares the
+// hardware state, printing every mismatch as expected against actual.
+#pragma once
+
+#include <ostream>
+
+#include "Scenario.h"
+
+namespace SimTool {
+
+class Runner {
+ public:
+  Runner(Scenario const& scenario, std::ostream& out);
+  ~Runner();
+  // Runs every step; returns the number of expectations that failed.
+  size_t run();
+  Sim::Switch& simSwitch() { return *switch_; }
+
+ private:
+  void apply(SayStep const& s);
+  void apply(DestStep const& s);
+  void apply(FloodSetDelStep const& s);
+  void apply(SegmentStep const& s);
+  void apply(SegmentDelStep const& s);
+  void apply(FaultStep const& s);
+  void apply(HardwareStep const& s);
+  void apply(AdvanceStep const& s);
+  void apply(ShowStep const& s);
+  void apply(ExpectStep const& s);
+  // Empty when the expectation holds; otherwise "expected ..., actual ...".
+  Qor::String check(Expectation const& e, Sim::HardwareState const& state) const;
+
+  Scenario const& scenario_;
+  std::ostream& out_;
+  std::unique_ptr<Sim::Switch> switch_;
+  size_t failures_ = 0;
+};
+
+}  // namespace SimTool

@@ -1,0 +1,382 @@
+#include "Scenario.h"
+
+#include <yaml-cpp/yaml.h>
+
+#include <algorithm>
+
+#include "Qor/SysLog.h"
+
+#include <set>
+
+namespace SimTool {
+
+ScenarioError::ScenarioError(Location const& at, Qor::String const& what)
+    : std::runtime_error(at.file + ":" + std::to_string(at.line) + ":" + std::to_string(at.column) + ": " + what) {}
+
+Qor::String Scenario::tunnelName(Tunnel::TunnelTable::TunnelId tunnelId) const {
+  for (auto const& [name, tid] : tunnels) {
+    if (tid == tunnelId) return name;
+  }
+  return Qor::valueToStrep(tunnelId);
+}
+
+namespace {
+
+// Reads one scenario file; every error names the node where it was found.
+class Reader {
+ public:
+  explicit Reader(Qor::String file) : file_(std::move(file)) {}
+
+  Location at(YAML::Node const& n) const {
+    YAML::Mark const m = n.Mark();
+    return {file_, m.line + 1, m.column + 1};
+  }
+  [[noreturn]] void fail(YAML::Node const& n, Qor::String const& what) const { throw ScenarioError(at(n), what); }
+
+  // A mapping whose keys must all be in `allowed`; `required` keys must be present.
+  void checkMap(YAML::Node const& n, Qor::String const& what, std::set<Qor::String> const& allowed,
+                std::set<Qor::String> const& required = {}) const {
+    if (!n.IsMap()) fail(n, what + " must be a mapping");
+    for (auto const& kv : n) {
+      auto const key = kv.first.as<Qor::String>();
+      if (!allowed.count(key)) {
+        Qor::String list;
+        for (auto const& a : allowed) list += (list.empty() ? "" : ", ") + a;
+        fail(kv.first, "unknown key '" + key + "' in " + what + " (expected one of: " + list + ")");
+      }
+    }
+    for (auto const& r : required) {
+      if (!n[r]) fail(n, what + " needs '" + r + "'");
+    }
+  }
+
+  Qor::String text(YAML::Node const& n, Qor::String const& what) const {
+    if (!n.IsScalar()) fail(n, what + " must be a scalar");
+    return n.Scalar();
+  }
+  uint64_t number(YAML::Node const& n, Qor::String const& what, uint64_t max) const {
+    Qor::String const s = text(n, what);
+    try {
+      Qor::Parser p(s);
+      uint64_t const v = p.parseUnsigned(max);
+      p.expectEnd();
+      return v;
+    } catch (Qor::ParseError const&) {
+      fail(n, "bad " + what + " '" + s + "' (expected a whole number up to " + std::to_string(max) + ")");
+    }
+  }
+  double seconds(YAML::Node const& n, Qor::String const& what) const {
+    Qor::String const s = text(n, what);
+    try {
+      Qor::Parser p(s);
+      double const v = p.parseDouble();
+      p.expectEnd();
+      if (v < 0) throw Qor::ParseError(0, "", "");
+      return v;
+    } catch (Qor::ParseError const&) {
+      fail(n, "bad " + what + " '" + s + "' (expected seconds, 0 or more)");
+    }
+  }
+  double fraction(YAML::Node const& n) const {
+    double const v = seconds(n, "failFraction");
+    if (v > 1) fail(n, "bad failFraction (expected 0 to 1)");
+    return v;
+  }
+  bool boolean(YAML::Node const& n, Qor::String const& what) const {
+    Qor::String const s = text(n, what);
+    if (s == "true") return true;
+    if (s == "false") return false;
+    fail(n, "bad " + what + " '" + s + "' (expected true or false)");
+  }
+  Bridging::VlanId vlan(YAML::Node const& n) const { return vlanFrom(text(n, "vlan"), n); }
+  Bridging::VlanId vlanFrom(Qor::String const& s, YAML::Node const& where) const {
+    uint64_t v = 0;
+    try {
+      Qor::Parser p(s);
+      v = p.parseUnsigned();
+      p.expectEnd();
+    } catch (Qor::ParseError const&) {
+      fail(where, "bad VLAN '" + s + "' (expected 1 to 4094)");
+    }
+    if (v < 1 || v > 4094) fail(where, "bad VLAN " + s + " (expected 1 to 4094)");
+    return Bridging::VlanId(v);
+  }
+  Ostra::EthAddr mac(YAML::Node const& n) const { return macFrom(text(n, "mac"), n); }
+  Ostra::EthAddr macFrom(Qor::String const& s, YAML::Node const& where) const {
+    if (s == "broadcast") return Ostra::EthAddr::broadcast();
+    try {
+      return Ostra::EthAddr(s);
+    } catch (std::exception const&) {
+      fail(where, "bad MAC '" + s + "' (expected broadcast or six hex pairs like 01:00:5e:00:00:01)");
+    }
+  }
+  Ostra::MplsLabel label(YAML::Node const& n) const {
+    return Ostra::MplsLabel(number(n, "MPLS label", (1u << 20) - 1));
+  }
+  Ostra::IntfId intf(YAML::Node const& n) const {
+    Qor::String const s = text(n, "interface");
+    try {
+      Ostra::IntfId const id(s);
+      if (id.empty()) throw std::invalid_argument("empty");
+      return id;
+    } catch (std::exception const&) {
+      fail(n, "bad interface '" + s + "' (expected a name like Ethernet1, Ethernet3/1 or Port-Channel10)");
+    }
+  }
+  Tunnel::TunnelTable::TunnelId tunnel(YAML::Node const& n) const {
+    Qor::String const s = text(n, "tunnel");
+    auto it = scenario_.tunnels.find(s);
+    if (it == scenario_.tunnels.end()) fail(n, "unknown tunnel '" + s + "' (declare it under 'tunnels')");
+    return it->second;
+  }
+  Fenn::HwTunnelIdType pool(YAML::Node const& n) const {
+    Qor::String const s = text(n, "pool");
+    if (s == "default") return Fenn::hwTunnelIdTypeDefault;
+    if (s == "sharedEs") return Fenn::hwTunnelIdTypeSharedEs;
+    fail(n, "bad pool '" + s + "' (expected default or sharedEs)");
+  }
+
+  void hardware(YAML::Node const& n, HardwareStep& h) const {
+    checkMap(n, "hardware",
+             {"defaultHwTunnelIds", "sharedEsHwTunnelIds", "fecResponseDelay", "withholdFecResponses",
+              "floodSetCapacity"});
+    if (n["defaultHwTunnelIds"]) h.defaultHwTunnelIds = number(n["defaultHwTunnelIds"], "pool size", 1u << 24);
+    if (n["sharedEsHwTunnelIds"]) h.sharedEsHwTunnelIds = number(n["sharedEsHwTunnelIds"], "pool size", 1u << 24);
+    if (n["fecResponseDelay"]) h.fecResponseDelay = seconds(n["fecResponseDelay"], "fecResponseDelay");
+    if (n["withholdFecResponses"]) h.withholdFecResponses = boolean(n["withholdFecResponses"], "withholdFecResponses");
+    if (n["floodSetCapacity"]) h.floodSetCapacity = number(n["floodSetCapacity"], "capacity", UINT32_MAX);
+  }
+
+  void tunnels(YAML::Node const& n) {
+    if (!n.IsMap()) fail(n, "tunnels must be a mapping of PE names");
+    for (auto const& kv : n) {
+      auto const name = kv.first.as<Qor::String>();
+      YAML::Node const& t = kv.second;
+      checkMap(t, "tunnel '" + name + "'", {"type", "index"}, {"index"});
+      Tunnel::TunnelType type = Tunnel::tunnelTypeLdp;
+      if (t["type"]) {
+        try {
+          type = Qor::enumFromName<Tunnel::TunnelType>(text(t["type"], "tunnel type"));
+        } catch (Qor::EnumRangeError const&) {
+          fail(t["type"], "bad tunnel type '" + t["type"].Scalar() + "' (expected a name like tunnelTypeLdp)");
+        }
+        if (type == Tunnel::tunnelTypeInvalid) fail(t["type"], "a tunnel cannot have the invalid type");
+      }
+      uint64_t const index = number(t["index"], "tunnel index", Tunnel::TunnelTable::TunnelId::indexMask);
+      if (index == 0) fail(t["index"], "tunnel index 0 is not allowed");
+      scenario_.tunnels.emplace(name, Tunnel::TunnelTable::TunnelId(type, index));
+    }
+  }
+
+  L2Rib::Dest dest(YAML::Node const& n, Qor::String const& what) const {
+    int const kinds = !!n["mpls"] + !!n["intf"];
+    if (kinds != 1) fail(n, what + " needs exactly one destination: mpls or intf");
+    if (n["intf"]) return L2Rib::Dest::intf(intf(n["intf"]));
+    YAML::Node const& m = n["mpls"];
+    checkMap(m, "mpls destination", {"tunnel", "label"}, {"tunnel", "label"});
+    return L2Rib::Dest::mpls(tunnel(m["tunnel"]), label(m["label"]));
+  }
+
+  Step destStep(YAML::Node const& n, bool add) const {
+    Qor::String const what = add ? "addDest" : "removeDest";
+    checkMap(n, what, {"vlan", "mac", "mpls", "intf"}, {"vlan", "mac"});
+    return DestStep{add, vlan(n["vlan"]), mac(n["mac"]), dest(n, what)};
+  }
+
+  Step segmentStep(YAML::Node const& n) const {
+    checkMap(n, "segment", {"intf", "peers", "sharedEsiLabel"}, {"intf"});
+    SegmentStep s{intf(n["intf"]), {}, std::nullopt};
+    if (YAML::Node const& peers = n["peers"]) {
+      if (!peers.IsMap()) fail(peers, "peers must map PE names to their ESI labels");
+      for (auto const& kv : peers) {
+        s.peers.emplace(Ostra::IntfId::dynamicTunnel(tunnel(kv.first)), label(kv.second));
+      }
+    }
+    if (n["sharedEsiLabel"] && !n["sharedEsiLabel"].IsNull()) s.sharedEsiLabel = label(n["sharedEsiLabel"]);
+    return s;
+  }
+
+  Step faultStep(YAML::Node const& n) const {
+    checkMap(n, "fault", {"target", "failNext", "failFraction", "seed", "clear"}, {"target"});
+    FaultStep f;
+    Qor::String const t = text(n["target"], "fault target");
+    if (t == "hwTunnelIdAllocation") {
+      f.target = Sim::FaultTarget::hwTunnelIdAllocation;
+    } else if (t == "fecResponse") {
+      f.target = Sim::FaultTarget::fecResponse;
+    } else if (t == "floodSetProgramming") {
+      f.target = Sim::FaultTarget::floodSetProgramming;
+    } else {
+      fail(n["target"], "bad fault target '" + t +
+                            "' (expected hwTunnelIdAllocation, fecResponse or floodSetProgramming)");
+    }
+    if (n["failNext"]) f.failNext = uint32_t(number(n["failNext"], "failNext", UINT32_MAX));
+    if (n["failFraction"]) f.failFraction = fraction(n["failFraction"]);
+    if (n["seed"]) f.seed = number(n["seed"], "seed", UINT64_MAX);
+    if (n["clear"]) f.clear = boolean(n["clear"], "clear");
+    if (!f.clear && f.failNext == 0 && f.failFraction == 0) fail(n, "fault needs failNext, failFraction or clear");
+    return f;
+  }
+
+  Step showStep(YAML::Node const& n) const {
+    static std::map<Qor::String, Table> const names = {{"tunnels", Table::tunnels},
+                                                       {"pools", Table::pools},
+                                                       {"fecs", Table::fecs},
+                                                       {"floodSets", Table::floodSets},
+                                                       {"sysLog", Table::sysLog}};
+    ShowStep s;
+    auto add = [&](YAML::Node const& item) {
+      Qor::String const t = text(item, "table");
+      if (t == "all") {
+        for (auto const& [name, table] : names) s.tables.push_back(table);
+        return;
+      }
+      auto it = names.find(t);
+      if (it == names.end()) fail(item, "unknown table '" + t + "' (expected tunnels, pools, fecs, floodSets, sysLog or all)");
+      s.tables.push_back(it->second);
+    };
+    if (n.IsSequence()) {
+      for (auto const& item : n) add(item);
+    } else {
+      add(n);
+    }
+    return s;
+  }
+
+  Bridging::MacVlanPair floodSetKey(YAML::Node const& n) const {
+    // "10 broadcast" or "10 01:00:5e:00:00:01"
+    Qor::String const s = text(n, "flood set");
+    auto const blank = s.find(' ');
+    if (blank == Qor::String::npos) fail(n, "a flood set is written '<vlan> <mac>', like '10 broadcast'");
+    return Bridging::MacVlanPair(macFrom(s.substr(blank + 1), n), vlanFrom(s.substr(0, blank), n));
+  }
+
+  Step expectStep(YAML::Node const& n) const {
+    checkMap(n, "expect",
+             {"tunnels", "tunnelCount", "floodSets", "floodSetEntries", "fecRequests", "fecAnswered", "pools",
+              "sysLog"});
+    ExpectStep e;
+    using K = Expectation::Kind;
+    if (YAML::Node const& t = n["tunnels"]) {
+      if (!t.IsMap()) fail(t, "expect tunnels must map PE names to default, sharedEs or none");
+      for (auto const& kv : t) {
+        Expectation x{K::tunnelPool, at(kv.first), kv.first.as<Qor::String>(), {}, {}, {}, 0};
+        tunnel(kv.first);
+        if (text(kv.second, "pool") != "none") x.pool = pool(kv.second);
+        e.expectations.push_back(x);
+      }
+    }
+    auto count = [&](char const* key, K kind) {
+      if (YAML::Node const& c = n[key]) e.expectations.push_back({kind, at(c), key, {}, {}, {}, number(c, key, UINT64_MAX)});
+    };
+    count("tunnelCount", K::tunnelCount);
+    count("floodSetEntries", K::floodSetEntries);
+    count("fecRequests", K::fecRequests);
+    count("fecAnswered", K::fecAnswered);
+    if (YAML::Node const& f = n["floodSets"]) {
+      if (!f.IsMap()) fail(f, "expect floodSets must map '<vlan> <mac>' to a list of PE names");
+      for (auto const& kv : f) {
+        Expectation x{K::floodSet, at(kv.first), kv.first.as<Qor::String>(), {}, floodSetKey(kv.first), {}, 0};
+        if (!kv.second.IsSequence()) fail(kv.second, "expected a list of PE names");
+        for (auto const& pe : kv.second) {
+          tunnel(pe);
+          x.names.push_back(pe.Scalar());
+        }
+        std::sort(x.names.begin(), x.names.end());
+        e.expectations.push_back(x);
+      }
+    }
+    if (YAML::Node const& p = n["pools"]) {
+      if (!p.IsMap()) fail(p, "expect pools must map default or sharedEs to the IDs in use");
+      for (auto const& kv : p) {
+        e.expectations.push_back({K::poolInUse, at(kv.first), kv.first.as<Qor::String>(), pool(kv.first), {}, {},
+                                  number(kv.second, "IDs in use", UINT32_MAX)});
+      }
+    }
+    if (YAML::Node const& s = n["sysLog"]) {
+      if (!s.IsSequence()) fail(s, "expect sysLog must be a list of message names, oldest first");
+      Expectation x{K::sysLog, at(s), "sysLog", {}, {}, {}, 0};
+      for (auto const& m : s) {
+        Qor::String const name = text(m, "message name");
+        if (!Qor::logMessage(name)) fail(m, "unknown system log message '" + name + "'");
+        x.names.push_back(name);
+      }
+      e.expectations.push_back(x);
+    }
+    return e;
+  }
+
+  Step step(YAML::Node const& n) {
+    if (!n.IsMap() || n.size() != 1) fail(n, "a step is a mapping with exactly one step kind");
+    auto const& kv = *n.begin();
+    auto const kind = kv.first.as<Qor::String>();
+    YAML::Node const& v = kv.second;
+    if (kind == "say") return SayStep{text(v, "say")};
+    if (kind == "addDest") return destStep(v, true);
+    if (kind == "removeDest") return destStep(v, false);
+    if (kind == "removeFloodSet") {
+      checkMap(v, "removeFloodSet", {"vlan", "mac"}, {"vlan", "mac"});
+      return FloodSetDelStep{vlan(v["vlan"]), mac(v["mac"])};
+    }
+    if (kind == "segment") return segmentStep(v);
+    if (kind == "removeSegment") return SegmentDelStep{intf(v)};
+    if (kind == "fault") return faultStep(v);
+    if (kind == "hardware") {
+      HardwareStep h;
+      hardware(v, h);
+      return h;
+    }
+    if (kind == "advance") return AdvanceStep{seconds(v, "advance")};
+    if (kind == "show") return showStep(v);
+    if (kind == "expect") return expectStep(v);
+    fail(kv.first, "unknown step '" + kind +
+                       "' (expected say, addDest, removeDest, removeFloodSet, segment, removeSegment, fault, "
+                       "hardware, advance, show or expect)");
+  }
+
+  Scenario read() {
+    YAML::Node root;
+    try {
+      root = YAML::LoadFile(file_);
+    } catch (YAML::BadFile const&) {
+      throw ScenarioError({file_, 0, 0}, "cannot read the file");
+    } catch (YAML::ParserException const& e) {
+      throw ScenarioError({file_, e.mark.line + 1, e.mark.column + 1}, "bad YAML: " + e.msg);
+    }
+    scenario_.file = file_;
+    checkMap(root, "a scenario", {"name", "story", "hardware", "tunnels", "steps"}, {"steps"});
+    if (root["name"]) scenario_.name = text(root["name"], "name");
+    if (root["story"]) scenario_.story = text(root["story"], "story");
+    if (root["hardware"]) {
+      HardwareStep h;
+      hardware(root["hardware"], h);
+      if (h.withholdFecResponses) fail(root["hardware"], "withholdFecResponses is a step, not a start-up setting");
+      Sim::HardwareConfig& c = scenario_.hardware;
+      c.defaultHwTunnelIds = h.defaultHwTunnelIds.value_or(c.defaultHwTunnelIds);
+      c.sharedEsHwTunnelIds = h.sharedEsHwTunnelIds.value_or(c.sharedEsHwTunnelIds);
+      c.fecResponseDelay = h.fecResponseDelay.value_or(c.fecResponseDelay);
+      c.floodSetCapacity = h.floodSetCapacity.value_or(c.floodSetCapacity);
+    }
+    if (root["tunnels"]) tunnels(root["tunnels"]);
+    YAML::Node const& steps = root["steps"];
+    if (!steps.IsSequence()) fail(steps, "steps must be a list");
+    for (auto const& s : steps) scenario_.steps.emplace_back(at(s), step(s));
+    return std::move(scenario_);
+  }
+
+ private:
+  Qor::String file_;
+  Scenario scenario_;
+};
+
+}  // namespace
+
+Scenario loadScenario(Qor::String const& file) {
+  try {
+    return Reader(file).read();
+  } catch (YAML::Exception const& e) {
+    throw ScenarioError({file, e.mark.line + 1, e.mark.column + 1}, e.msg);
+  }
+}
+
+}  // namespace SimTool

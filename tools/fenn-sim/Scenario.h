@@ -1,0 +1,114 @@
+// A scenario: the simulated hardware, named remote PEs, and the steps of a story. Loading
+// reads and checks the whole file before anything runs, so a bad scenario stops with
+// "file:line:column: what was wrong" and never half-way through.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <variant>
+#include <vector>
+
+#include "sim/Switch.h"
+
+namespace SimTool {
+
+struct Location {
+  Qor::String file;
+  int line = 0;
+  int column = 0;
+};
+
+class ScenarioError : public std::runtime_error {
+ public:
+  ScenarioError(Location const& at, Qor::String const& what);
+};
+
+// A flood-set destination in scenario terms.
+struct DestStep {
+  bool add;
+  Bridging::VlanId vlan;
+  Ostra::EthAddr mac;
+  L2Rib::Dest dest;
+};
+struct FloodSetDelStep {
+  Bridging::VlanId vlan;
+  Ostra::EthAddr mac;
+};
+struct SegmentStep {
+  Ostra::IntfId intf;
+  std::map<Ostra::IntfId, Ostra::MplsLabel> peers;
+  std::optional<Ostra::MplsLabel> sharedEsiLabel;
+};
+struct SegmentDelStep {
+  Ostra::IntfId intf;
+};
+struct FaultStep {
+  Sim::FaultTarget target;
+  uint32_t failNext = 0;
+  double failFraction = 0;
+  uint64_t seed = 1;
+  bool clear = false;
+};
+struct HardwareStep {
+  std::optional<uint32_t> defaultHwTunnelIds;
+  std::optional<uint32_t> sharedEsHwTunnelIds;
+  std::optional<double> fecResponseDelay;
+  std::optional<bool> withholdFecResponses;
+  std::optional<uint32_t> floodSetCapacity;
+};
+struct AdvanceStep {
+  double seconds;
+};
+struct SayStep {
+  Qor::String text;
+};
+enum class Table { tunnels, pools, fecs, floodSets, sysLog };
+struct ShowStep {
+  std::vector<Table> tables;
+};
+
+// One expected fact, checked against the hardware state; `at` is where it was written.
+struct Expectation {
+  enum class Kind {
+    tunnelPool,       // tunnel `name` published with an ID of `pool` (or not published)
+    tunnelCount,      // number of published tunnels
+    floodSet,         // programmed MPLS destinations of (vlan, mac), as tunnel names
+    floodSetEntries,  // number of programmed flood-set entries
+    fecRequests,      // number of FEC requests
+    fecAnswered,      // number of answered FEC requests
+    poolInUse,        // IDs of `pool` in use in the hardware
+    sysLog,           // system log message names, oldest first
+  };
+  Kind kind;
+  Location at;
+  Qor::String name;
+  std::optional<Fenn::HwTunnelIdType> pool;
+  Bridging::MacVlanPair floodSet;
+  std::vector<Qor::String> names;
+  uint64_t count = 0;
+};
+struct ExpectStep {
+  std::vector<Expectation> expectations;
+};
+
+using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep, HardwareStep,
+                          AdvanceStep, ShowStep, ExpectStep>;
+
+struct Scenario {
+  Qor::String file;
+  Qor::String name;
+  Qor::String story;
+  Sim::HardwareConfig hardware;
+  // Remote PEs by name, and the tunnel that reaches each.
+  std::map<Qor::String, Tunnel::TunnelTable::TunnelId> tunnels;
+  std::vector<std::pair<Location, Step>> steps;
+
+  // The PE name of a tunnel, or its number when it has none.
+  Qor::String tunnelName(Tunnel::TunnelTable::TunnelId tunnelId) const;
+};
+
+// Throws ScenarioError.
+Scenario loadScenario(Qor::String const& file);
+
+}  // namespace SimTool
