@@ -7,6 +7,7 @@
 namespace Sim {
 
 namespace {
+constexpr std::string_view tunnelTable = Fenn::TunnelIdToHwTunnelIdMapping::defaultName;
 constexpr char const* fecRequestTable = "mplsFloodSetFecRequest";
 constexpr char const* fecResponseTable = "mplsFloodSetFecResponse";
 }  // namespace
@@ -25,7 +26,7 @@ constexpr char const* fecResponseTable = "mplsFloodSetFecResponse";
 //
 // Every state machine is created first and marked initialized afterwards, producers before
 // consumers, so that each one's first full pass sees its inputs attached.
-Switch::Switch(HardwareConfig const& config)
+Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix)
     : clock_(new Keel::ManualClock),
       scheduler_(new Keel::TaskScheduler(clock_)),
       timerWheel_(new Keel::TimerWheel(scheduler_)),
@@ -33,13 +34,13 @@ Switch::Switch(HardwareConfig const& config)
       floodSetOutput_(L2Rib::floodSetOutputFactory()),
       evpnStatus_(Evpn::evpnStatusFactory()),
       remoteInfo_(Fenn::evpnRemoteInfoFactory()),
-      tunnelIdToHwTunnelId_(Fenn::tunnelIdToHwTunnelIdMappingFactory()),
-      tunnelIdToHwTunnelIdReader_(Fenn::tunnelIdToHwTunnelIdMappingReaderFactory()),
+      tunnelIdToHwTunnelId_(Fenn::tunnelIdToHwTunnelIdMappingFactory(tablePrefix + Qor::String(tunnelTable))),
+      tunnelIdToHwTunnelIdReader_(Fenn::tunnelIdToHwTunnelIdMappingReaderFactory(tablePrefix + Qor::String(tunnelTable))),
       mplsFloodSetOutput_(L2Rib::floodSetOutputFactory()),
-      fecRequest_(Fenn::fecIdToHwFecIdRequestFactory(fecRequestTable, Vasp::Mode::writer)),
-      fecRequestReader_(Fenn::fecIdToHwFecIdRequestFactory(fecRequestTable, Vasp::Mode::reader)),
-      fecResponse_(Fenn::fecIdToHwFecIdResponseFactory(fecResponseTable, Vasp::Mode::writer)),
-      fecResponseReader_(Fenn::fecIdToHwFecIdResponseFactory(fecResponseTable, Vasp::Mode::reader)),
+      fecRequest_(Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + fecRequestTable, Vasp::Mode::writer)),
+      fecRequestReader_(Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + fecRequestTable, Vasp::Mode::reader)),
+      fecResponse_(Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + fecResponseTable, Vasp::Mode::writer)),
+      fecResponseReader_(Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + fecResponseTable, Vasp::Mode::reader)),
       hwInfoMapping_(Fenn::hwInfoMappingFactory()),
       floodSetHwConfig_(Fenn::evpnVlanFloodSetHwConfigFactory()),
       floodSetHwStatus_(Fenn::evpnVlanFloodSetHwStatusFactory()),

@@ -80,7 +80,9 @@ struct HardwareState {
 
 class Switch {
  public:
-  explicit Switch(HardwareConfig const& config);
+  // Shared tables are opened under their usual names, prefixed by `tablePrefix`, so several
+  // simulated switches can live in one process.
+  explicit Switch(HardwareConfig const& config, Qor::String const& tablePrefix = "");
   ~Switch();
   Switch(Switch const&) = delete;
   Switch& operator=(Switch const&) = delete;
