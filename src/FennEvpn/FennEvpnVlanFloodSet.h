@@ -43,6 +43,14 @@ class VlanMacDest : public Qor::RecordValue<VlanMacDest> {
     visit("macAddr", self.macAddr_);
     visit("dest", self.dest_);
   }
+  // The key of the per-destination indexes: hashed as words (the MAC takes 48 bits, so
+  // the VLAN shares its word) instead of field by field.
+  uint32_t hash(uint32_t seed) const noexcept {
+    Qor::WordHashAccumulator acc(seed);
+    acc.mix(uint64_t(vlanId_.value()) << 48 | macAddr_.value());
+    dest_.mixInto(acc);
+    return acc.result();
+  }
 
   auto operator<=>(VlanMacDest const&) const = default;
   bool operator==(VlanMacDest const&) const = default;
@@ -141,6 +149,15 @@ class MplsDestConfig : public Qor::RecordValue<MplsDestConfig> {
     visit("hwTunnelId", self.hwTunnelId_);
     visit("hwIdForTunnelProgramming", self.hwIdForTunnelProgramming_);
     visit("l2IntfId", self.l2IntfId_);
+  }
+  // The key of the configuration and status sets: hashed as words, like VlanMacDest.
+  uint32_t hash(uint32_t seed) const noexcept {
+    Qor::WordHashAccumulator acc(seed);
+    acc.mix(uint64_t(hwTunnelId_.type()) << 56 | uint64_t(label_.value()) << 32 | hwTunnelId_.id());
+    acc.mix(tunnelId_.value());
+    acc.mix(hwIdForTunnelProgramming_);
+    acc.mix(l2IntfId_.value());
+    return acc.result();
   }
 
   auto operator<=>(MplsDestConfig const&) const = default;

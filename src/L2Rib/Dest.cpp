@@ -73,11 +73,4 @@ void Dest::print(Qor::String& out) const {
   out += "})";
 }
 
-uint32_t Dest::hash(uint32_t seed) const {
-  Qor::HashAccumulator acc(seed);
-  acc.mix(Qor::hashOf(destType_));
-  visitTypeFields(*this, [&](std::string_view, auto const& field) { acc.mix(Qor::hashOf(field)); });
-  return acc.result();
-}
-
 }  // namespace L2Rib

@@ -1,6 +1,7 @@
 // One destination of a layer-2 RIB flood set or host: its type and the data of that type
 // (an interface, MPLS data or VXLAN data); the data of the other types stays default, so
-// equality, ordering (type first) and hashing need no case analysis beyond the type.
+// equality and ordering (type first) need no case analysis, and hashing only the type's
+// own data keeps equal destinations at equal hashes.
 // Text form: a record with the type and then only the fields of that type:
 //   Value('L2Rib::Dest', ** {'destType': destTypeMpls_, 'tunnelId': 61572651155457, 'label': 1000, 'intfId': ''})
 //   Value('L2Rib::Dest', ** {'destType': destTypeTunnel_, 'vtep': '10.0.0.1', 'vni': 10010, 'tunnelId': 0})
@@ -10,6 +11,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "L2Rib/DestType.h"
@@ -42,7 +44,42 @@ class Dest {
   Tunnel::TunnelTable::TunnelId tunnel() const noexcept { return vxlan_.tunnelId(); }
 
   void print(Qor::String& out) const;
-  uint32_t hash(uint32_t seed) const;
+  // Destinations are the keys of the largest flood-set collections, so they hash their
+  // type's integer fields directly as words rather than field by field.
+  uint32_t hash(uint32_t seed) const noexcept {
+    Qor::WordHashAccumulator acc(seed);
+    mixInto(acc);
+    return acc.result();
+  }
+  // Feeds this destination into a key's hash (for keys that hold a destination).
+  void mixInto(Qor::WordHashAccumulator& acc) const noexcept {
+    uint64_t const type = uint64_t(destType_) << 32;
+    switch (destType_) {
+      case destTypeMpls_:
+        acc.mix(type | mpls_.label().value());
+        acc.mix(mpls_.tunnelId().value());
+        acc.mix(mpls_.intfId().value());
+        break;
+      case destTypeTunnel_: {
+        Ostra::IpGenAddr::Bytes const& vtep = vxlan_.vtep().bytes();
+        uint64_t words[2];
+        std::memcpy(words, vtep.data(), sizeof words);
+        acc.mix(type | uint64_t(vxlan_.vtep().family()) << 40 | vxlan_.vni());
+        acc.mix(words[0]);
+        acc.mix(words[1]);
+        acc.mix(vxlan_.tunnelId().value());
+        break;
+      }
+      case destTypeIntf_:
+        acc.mix(type);
+        acc.mix(intf_.value());
+        break;
+      case destTypeInvalid_:
+      case destTypeCpu_:
+        acc.mix(type);
+        break;
+    }
+  }
 
   auto operator<=>(Dest const&) const = default;
   bool operator==(Dest const&) const = default;
