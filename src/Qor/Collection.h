@@ -11,25 +11,27 @@
 //                        returns the existing child and notifies nobody.
 //   del                  removes and notifies only when the key was present; returns that.
 //   delAll               removes every element, notifying each key.
-// Iterator invalidation: a write to a collection may invalidate its iterators (hash map
-// rules). Code that writes while walking iterates a snapshot (keys()) instead.
+// Invalidation: a write to a collection may move its elements, invalidating iterators,
+// pointers and references into it (get() and find() results included). Code that writes
+// while walking iterates a snapshot (keys()) instead; a value read is copied before the
+// next write to the same collection.
 #pragma once
 
 #include <cassert>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "Qor/Entity.h"
+#include "Qor/FlatHashTable.h"
 #include "Qor/Hash.h"
 
 namespace Qor {
 
-// The container behind every collection; swap it here when a benchmark says so.
+// The container behind every collection; swap it here when a benchmark says so. Its
+// elements move on writes (see FlatHashTable.h).
 template <class K, class V>
-using HashMap = std::unordered_map<K, V, Hasher<K>>;
+using HashMap = FlatHashTable<K, V, Hasher<K>>;
 template <class K>
-using HashSet = std::unordered_set<K, Hasher<K>>;
+using HashSet = FlatHashTable<K, void, Hasher<K>>;
 
 namespace detail {
 template <class K>
@@ -246,8 +248,12 @@ class ReactorMap {
   template <class... A>
   R* add(K const& k, A&&... args) {
     auto [it, inserted] = map_.try_emplace(k);
-    if (inserted) it->second = newReactor<R>(std::forward<A>(args)...);
-    return it->second.get();
+    if (!inserted) return it->second.get();
+    // The initial walk may add or remove other reactors of this map, moving the entry.
+    std::unique_ptr<R> reactor = newReactor<R>(std::forward<A>(args)...);
+    R* const r = reactor.get();
+    map_.try_emplace(k).first->second = std::move(reactor);
+    return r;
   }
   R* get(K const& k) const {
     auto it = map_.find(k);

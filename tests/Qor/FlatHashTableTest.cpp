@@ -1,0 +1,100 @@
+// The flat hash table behind the runtime collections, checked against the standard
+// containers under random inserts and erases with a hash that piles keys into a few long
+// probe runs (some wrapping around the end of the slots), where backward-shift erasing
+// and growth go wrong if they go wrong at all; and a ReactorMap whose new reactor's
+// initial walk grows the map that is adding it.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Qor/Collection.h"
+
+namespace {
+
+// Home slots 0 to 4, or the last slot of any table size.
+struct ClumpingHash {
+  size_t operator()(int k) const noexcept { return k % 3 == 0 ? 0xffffffffu : uint32_t(k % 5); }
+};
+
+template <class Table, class Reference>
+void expectSameContents(Table const& table, Reference const& reference) {
+  ASSERT_EQ(table.size(), reference.size());
+  Reference seen;
+  for (auto const& e : table) seen.insert(e);
+  EXPECT_EQ(seen, reference);
+}
+
+TEST(FlatHashTable, MapAndSetMatchTheStandardContainersUnderRandomWrites) {
+  for (uint32_t seed = 1; seed <= 20; ++seed) {
+    std::mt19937 rng(seed);
+    Qor::FlatHashTable<int, std::string, ClumpingHash> map;
+    Qor::FlatHashTable<int, void, ClumpingHash> set;
+    std::map<int, std::string> refMap;
+    std::set<int> refSet;
+    for (int step = 0; step < 2000; ++step) {
+      int const k = int(rng() % 64);
+      std::string const v = std::to_string(step);
+      if (rng() % 3 != 0) {
+        // Half the inserts copy another element's value, which growing must not move away
+        // before the copy is made.
+        auto const source = refMap.empty() || rng() % 2 ? map.end() : map.find(refMap.begin()->first);
+        std::string const& value = source == map.end() ? v : source->second;
+        bool const inserted = refMap.try_emplace(k, value).second;
+        EXPECT_EQ(map.try_emplace(k, value).second, inserted);
+        EXPECT_EQ(set.insert(k).second, refSet.insert(k).second);
+      } else if (rng() % 2 == 0) {
+        EXPECT_EQ(map.erase(k), refMap.erase(k));
+        EXPECT_EQ(set.erase(k), refSet.erase(k));
+      } else if (auto it = map.find(k); it != map.end()) {
+        EXPECT_EQ(it->second, refMap.at(k));
+        map.erase(it);
+        refMap.erase(k);
+      }
+      for (int probe = 0; probe < 64; ++probe) {
+        ASSERT_EQ(map.count(probe), refMap.count(probe)) << "seed " << seed << " step " << step << " key " << probe;
+        ASSERT_EQ(set.count(probe), refSet.count(probe)) << "seed " << seed << " step " << step << " key " << probe;
+      }
+      if (step % 100 == 0) {
+        expectSameContents(map, refMap);
+        expectSameContents(set, refSet);
+      }
+    }
+    map.clear();
+    EXPECT_TRUE(map.empty());
+    EXPECT_EQ(map.begin(), map.end());
+    EXPECT_TRUE(map.try_emplace(1, "again").second);
+    EXPECT_EQ(map.find(1)->second, "again");
+  }
+}
+
+// A reactor that, when created, adds the reactor for the next key to the same map.
+class Chain {
+ public:
+  Chain(Qor::ReactorMap<int, Chain>* map, int key) : map_(map), key_(key) {}
+  void onCreate() {
+    if (key_ < 40) map_->add(key_ + 1, map_, key_ + 1);
+  }
+  int key() const { return key_; }
+
+ private:
+  Qor::ReactorMap<int, Chain>* map_;
+  int key_;
+};
+
+TEST(ReactorMap, ReactorsAddedByAnInitialWalkDoNotDisplaceTheReactorBeingAdded) {
+  Qor::ReactorMap<int, Chain> map;
+  Chain* first = map.add(0, &map, 0);
+  ASSERT_EQ(map.size(), 41u);
+  EXPECT_EQ(map.get(0), first);
+  for (int k = 0; k <= 40; ++k) {
+    ASSERT_NE(map.get(k), nullptr) << k;
+    EXPECT_EQ(map.get(k)->key(), k);
+  }
+}
+
+}  // namespace
