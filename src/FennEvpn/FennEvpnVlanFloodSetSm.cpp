@@ -202,14 +202,16 @@ void EvpnVlanFloodSetSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr
   QTRACE(8, "EvpnVlanFloodSetSm::", "processMplsDest", " vlan: ", vlanId, " mac: ", macAddr, " dest: ", dest);
   QOR_ASSERT_TEXT(dest.destType() == L2Rib::destTypeMpls_, "dest.destType() == L2Rib::destTypeMpls_");
   VlanMacDest const d(vlanId, macAddr, dest);
-  updateInternalMapping(d);
-  processMplsDestConfig(d);
+  // Both steps turn on whether the input still holds the destination: look it up once.
+  bool const inFloodSet = isDestInFloodSet(d);
+  updateInternalMapping(d, inFloodSet);
+  processMplsDestConfig(d, inFloodSet);
 }
 
-void EvpnVlanFloodSetSm::updateInternalMapping(VlanMacDest const& d) {
+void EvpnVlanFloodSetSm::updateInternalMapping(VlanMacDest const& d, bool inFloodSet) {
   TunnelId const tunnelId = destMplsTunnelId(d.dest());
   MplsFloodSetVia const via = floodSetVia(tunnelId, d.dest().mpls().label(), d.vlanId());
-  if (isDestInFloodSet(d.vlanId(), d.macAddr(), d.dest())) {
+  if (inFloodSet) {
     QTRACE(1, "   add entry to internal mappings");
     tunnelToFloodSetEntryIs(tunnelId)->vlanMacDestSetIs(d);
     hwInfoMapKeyToFloodSetEntryIs(via)->vlanMacDestSetIs(d);
@@ -226,12 +228,12 @@ void EvpnVlanFloodSetSm::updateInternalMapping(VlanMacDest const& d) {
   }
 }
 
-void EvpnVlanFloodSetSm::processMplsDestConfig(VlanMacDest const& d) {
+void EvpnVlanFloodSetSm::processMplsDestConfig(VlanMacDest const& d, bool inFloodSet) {
   QTRACE(8, "EvpnVlanFloodSetSm::", "processMplsDestConfig", " vlan: ", d.vlanId(), " mac: ", d.macAddr(),
          " dest: ", d.dest());
   MplsFloodSetVia const via = floodSetVia(d);
   bool const hwInfoReady = hwInfoMapping_->mappingHas(via);
-  if (hwInfoReady && isDestInFloodSet(d.vlanId(), d.macAddr(), d.dest())) {
+  if (hwInfoReady && inFloodSet) {
     addOrUpdateMplsDestHwConfig(d);
     return;
   }
@@ -248,9 +250,9 @@ MplsDestConfig EvpnVlanFloodSetSm::createMplsDestConfig(VlanMacDest const& d) co
   // The in-process table is never corrupt; a missing row gives the default (invalid) ID.
   HwTunnelId const hwTunnelId = hwTunnelIdMapping_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId();
   MplsFloodSetVia const key = floodSetVia(tunnelId, label, d.vlanId());
-  QOR_ASSERT_TEXT(hwInfoMapping()->mappingHas(key), "hwInfoMapping()->mappingHas( key )");
-  MplsDestHwInfo const& hwInfo = hwInfoMapping_->mapping(key);
-  return MplsDestConfig(tunnelId, label, hwTunnelId, hwInfo.hwIdForTunnelProgramming(), hwInfo.l2IntfId());
+  MplsDestHwInfo const* hwInfo = hwInfoMapping_->mapping().find(key);
+  QOR_ASSERT_TEXT(hwInfo != nullptr, "hwInfoMapping()->mappingHas( key )");
+  return MplsDestConfig(tunnelId, label, hwTunnelId, hwInfo->hwIdForTunnelProgramming(), hwInfo->l2IntfId());
 }
 
 // The configuration is recorded before the output is written, so that anything the write
@@ -258,8 +260,8 @@ MplsDestConfig EvpnVlanFloodSetSm::createMplsDestConfig(VlanMacDest const& d) co
 void EvpnVlanFloodSetSm::addOrUpdateMplsDestHwConfig(VlanMacDest const& d) {
   MplsDestConfig const config = createMplsDestConfig(d);
   Bridging::MacVlanPair const pair(d.macAddr(), d.vlanId());
-  if (mplsDestHwConfigHas(d)) {
-    MplsDestConfig const old = mplsDestHwConfig(d);
+  if (MplsDestConfig const* written = mplsDestHwConfig().find(d)) {
+    MplsDestConfig const old = *written;
     if (old == config) {
       QTRACE(1, "   no change in hardware config, skip ", config);
       return;
@@ -283,8 +285,9 @@ void EvpnVlanFloodSetSm::addOrUpdateMplsDestHwConfig(VlanMacDest const& d) {
 }
 
 void EvpnVlanFloodSetSm::deleteMplsDestHwConfig(VlanMacDest const& d) {
-  if (!mplsDestHwConfigHas(d)) return;
-  MplsDestConfig const old = mplsDestHwConfig(d);
+  MplsDestConfig const* written = mplsDestHwConfig().find(d);
+  if (!written) return;
+  MplsDestConfig const old = *written;
   QTRACE(1, "   remove hardware config: tunnelId: ", old.tunnelId(), " label: ", old.label(),
          " hwTunnelId: ", old.hwTunnelId(), " hwId: ", old.hwIdForTunnelProgramming(),
          " l2IntfId: ", old.l2IntfId(), " vlanId: ", d.vlanId());
@@ -304,7 +307,7 @@ void EvpnVlanFloodSetSm::handleHwTunnelIdMapping(TunnelId const& tunnelId) {
     return;
   }
   // processMplsDestConfig never changes the indexes, so the set can be walked directly.
-  for (auto const& d : entry->vlanMacDestSet()) processMplsDestConfig(d);
+  for (auto const& d : entry->vlanMacDestSet()) processMplsDestConfig(d, isDestInFloodSet(d));
 }
 
 void EvpnVlanFloodSetSm::handleHwInfoMapping(MplsFloodSetVia const& via) {
@@ -315,7 +318,7 @@ void EvpnVlanFloodSetSm::handleHwInfoMapping(MplsFloodSetVia const& via) {
     QTRACE(1, " hwId is not ready ");
     return;
   }
-  for (auto const& d : entry->vlanMacDestSet()) processMplsDestConfig(d);
+  for (auto const& d : entry->vlanMacDestSet()) processMplsDestConfig(d, isDestInFloodSet(d));
 }
 
 void EvpnVlanFloodSetSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
@@ -329,11 +332,10 @@ void EvpnVlanFloodSetSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
   }
 }
 
-bool EvpnVlanFloodSetSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
-                                          L2Rib::Dest const& dest) const {
-  L2Rib::VlanFloodSet const* vlanFloodSet = floodSetOutput_->vlanFloodSet(vlanId);
-  L2Rib::FloodSet const* floodSet = vlanFloodSet ? vlanFloodSet->floodSet(macAddr) : nullptr;
-  return floodSet && floodSet->destSetHas(dest);
+bool EvpnVlanFloodSetSm::isDestInFloodSet(VlanMacDest const& d) const {
+  L2Rib::VlanFloodSet const* vlanFloodSet = floodSetOutput_->vlanFloodSet(d.vlanId());
+  L2Rib::FloodSet const* floodSet = vlanFloodSet ? vlanFloodSet->floodSet(d.macAddr()) : nullptr;
+  return floodSet && floodSet->destSetHas(d.dest());
 }
 
 bool EvpnVlanFloodSetSm::isMplsDestConfigProgrammed(Bridging::MacVlanPair const& pair,

@@ -65,16 +65,16 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine {
   // Every destination of a flood set (present or just removed) goes through here.
   void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
   void processFloodSetDests(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet);
-  void updateInternalMapping(VlanMacDest const& d);
-  void processMplsDestConfig(VlanMacDest const& d);
+  void updateInternalMapping(VlanMacDest const& d, bool inFloodSet);
+  // `inFloodSet`: whether the input holds the destination.
+  void processMplsDestConfig(VlanMacDest const& d, bool inFloodSet);
   MplsDestConfig createMplsDestConfig(VlanMacDest const& d) const;
   void addOrUpdateMplsDestHwConfig(VlanMacDest const& d);
   void deleteMplsDestHwConfig(VlanMacDest const& d);
   void handleHwTunnelIdMapping(TunnelId const& tunnelId);
   void handleHwInfoMapping(MplsFloodSetVia const& via);
   void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const;
-  bool isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
-                        L2Rib::Dest const& dest) const;
+  bool isDestInFloodSet(VlanMacDest const& d) const;
   bool isMplsDestConfigProgrammed(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const;
 
   Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;
