@@ -325,11 +325,9 @@ void EvpnVlanFloodSetSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
                                               MplsDestConfig const& config) const {
   QTRACE(8, "EvpnVlanFloodSetSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(),
          " mac: ", pair.macAddr(), " tunnelId: ", config.tunnelId(), " label: ", config.label());
-  if (isMplsDestConfigProgrammed(pair, config)) {
-    QTRACE(1, "  config is programmed in hardware");
-  } else {
-    QTRACE(1, "  config is not programmed in hardware");
-  }
+  // The status lookup feeds only the trace line, so it happens only when the line is on.
+  QTRACE(1, isMplsDestConfigProgrammed(pair, config) ? "  config is programmed in hardware"
+                                                      : "  config is not programmed in hardware");
 }
 
 bool EvpnVlanFloodSetSm::isDestInFloodSet(VlanMacDest const& d) const {
