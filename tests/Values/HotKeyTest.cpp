@@ -1,6 +1,7 @@
-// The hand-written hashes of the keys that grow with the flood-set destinations
-// (L2Rib::Dest, Fenn::VlanMacDest, Fenn::MplsDestConfig): equal keys hash equally, and
-// every field that equality compares reaches the hash.
+// The keys that grow with the flood-set destinations (L2Rib::Dest, Fenn::VlanMacDest,
+// Fenn::MplsDestConfig): their hand-written hashes (equal keys hash equally, every field
+// that equality compares reaches the hash), and a destination that stores only its own
+// type's data yet reads, compares and orders as if every type's data were there.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -47,6 +48,36 @@ TEST(HotKeyHash, DestHashesItsTypesFields) {
                                  Dest::vxlan(IpGenAddr::ipv4(0x0a000001), 10011, tunnel),
                                  Dest::vxlan(IpGenAddr::ipv4(0x0a000001), 10010)});
   expectEveryFieldHashed(Dest::intf(IntfId::ethernet(1)), {Dest::intf(IntfId::ethernet(2)), Dest::cpu(), Dest()});
+}
+
+TEST(HotKey, DestReadsOtherTypesDataAsDefaultsAndOrdersByTypeThenData) {
+  TunnelId const tunnel(Tunnel::tunnelTypeLdp, 7);
+  Dest const mpls = Dest::mpls(tunnel, MplsLabel(100), IntfId::srTePolicy(tunnel));
+  Dest const vxlan = Dest::vxlan(IpGenAddr::ipv4(0x0a000001), 10010, tunnel);
+  Dest const intf = Dest::intf(IntfId::ethernet(1));
+  EXPECT_EQ(mpls.mpls(), L2Rib::MplsDest(tunnel, MplsLabel(100), IntfId::srTePolicy(tunnel)));
+  EXPECT_EQ(mpls.vxlan(), L2Rib::VxlanDest());
+  EXPECT_EQ(mpls.intf(), IntfId());
+  EXPECT_EQ(mpls.tunnel(), TunnelId());
+  EXPECT_EQ(vxlan.tunnel(), tunnel);
+  EXPECT_EQ(vxlan.mpls(), L2Rib::MplsDest());
+  EXPECT_EQ(intf.intf(), IntfId::ethernet(1));
+  EXPECT_EQ(intf.mpls(), L2Rib::MplsDest());
+
+  // Type first (intf < tunnel < mpls < cpu), then the type's data.
+  EXPECT_LT(Dest(), intf);
+  EXPECT_LT(intf, vxlan);
+  EXPECT_LT(vxlan, mpls);
+  EXPECT_LT(mpls, Dest::cpu());
+  EXPECT_LT(Dest::mpls(tunnel, MplsLabel(99), IntfId::srTePolicy(tunnel)), mpls);
+  EXPECT_LT(Dest::intf(IntfId::ethernet(1)), Dest::intf(IntfId::ethernet(2)));
+  EXPECT_EQ(Dest::cpu(), Dest::cpu());
+  EXPECT_NE(Dest::intf(IntfId()), Dest::cpu());
+  Dest copy = vxlan;
+  EXPECT_EQ(copy, vxlan);
+  copy = mpls;
+  EXPECT_EQ(copy.mpls(), mpls.mpls());
+  EXPECT_EQ(copy.vxlan(), L2Rib::VxlanDest());
 }
 
 TEST(HotKeyHash, VlanMacDestAndMplsDestConfigHashEveryField) {
