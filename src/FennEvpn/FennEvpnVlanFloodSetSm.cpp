@@ -327,7 +327,7 @@ void EvpnVlanFloodSetSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
          " mac: ", pair.macAddr(), " tunnelId: ", config.tunnelId(), " label: ", config.label());
   // The status lookup feeds only the trace line, so it happens only when the line is on.
   QTRACE(1, isMplsDestConfigProgrammed(pair, config) ? "  config is programmed in hardware"
-                                                      : "  config is not programmed in hardware");
+                                                     : "  config is not programmed in hardware");
 }
 
 bool EvpnVlanFloodSetSm::isDestInFloodSet(VlanMacDest const& d) const {

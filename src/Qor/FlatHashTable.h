@@ -94,18 +94,12 @@ class FlatHashTable {
 
   // Map: inserts (k, V(args...)) unless k is present.
   template <class... A>
-  std::pair<iterator, bool> try_emplace(K const& k, A&&... args)
-    requires(!isSet)
-  {
+  std::pair<iterator, bool> try_emplace(K const& k, A&&... args) requires(!isSet) {
     return emplaceKey(k, std::piecewise_construct, std::forward_as_tuple(k),
                       std::forward_as_tuple(std::forward<A>(args)...));
   }
   // Set: inserts k unless present.
-  std::pair<iterator, bool> insert(K const& k)
-    requires isSet
-  {
-    return emplaceKey(k, k);
-  }
+  std::pair<iterator, bool> insert(K const& k) requires isSet { return emplaceKey(k, k); }
 
   void erase(const_iterator it) noexcept { eraseAt(it.index_); }
   size_t erase(K const& k) noexcept {
@@ -135,7 +129,9 @@ class FlatHashTable {
   static uint32_t tagOf(K const& k) noexcept { return static_cast<uint32_t>(Hash()(k)) | occupiedBit; }
   // At most seven eighths full (three of the smallest four slots), so every probe run
   // ends at an empty slot.
-  static size_t maxSize(size_t capacity) noexcept { return capacity - capacity / 8 - (capacity == minCapacity); }
+  static size_t maxSize(size_t capacity) noexcept {
+    return capacity - capacity / 8 - (capacity == minCapacity);
+  }
 
   size_t indexOf(K const& k) const noexcept {
     if (size_ == 0) return capacity_;
@@ -163,7 +159,8 @@ class FlatHashTable {
         if (t == tag && keyOf(slots_[i]) == k) return {iterator(this, i), false};
       }
     }
-    if (size_ + 1 > maxSize(capacity_)) return {iterator(this, growAndEmplace(tag, std::forward<A>(args)...)), true};
+    if (size_ + 1 > maxSize(capacity_))
+      return {iterator(this, growAndEmplace(tag, std::forward<A>(args)...)), true};
     ::new (static_cast<void*>(&slots_[i])) value_type(std::forward<A>(args)...);
     tags_[i] = tag;
     ++size_;
@@ -185,7 +182,8 @@ class FlatHashTable {
     size_t const mask = capacity - 1;
     // Tags first: the slots start at the next multiple of the element's alignment.
     static_assert(alignof(value_type) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
-    size_t const slotsOffset = (capacity * sizeof(uint32_t) + alignof(value_type) - 1) & ~(alignof(value_type) - 1);
+    size_t const slotsOffset =
+        (capacity * sizeof(uint32_t) + alignof(value_type) - 1) & ~(alignof(value_type) - 1);
     void* const memory = ::operator new(slotsOffset + capacity * sizeof(value_type));
     uint32_t* const tags = static_cast<uint32_t*>(memory);
     for (size_t j = 0; j < capacity; ++j) tags[j] = 0;

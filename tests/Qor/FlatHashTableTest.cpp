@@ -56,8 +56,10 @@ TEST(FlatHashTable, MapAndSetMatchTheStandardContainersUnderRandomWrites) {
         refMap.erase(k);
       }
       for (int probe = 0; probe < 64; ++probe) {
-        ASSERT_EQ(map.count(probe), refMap.count(probe)) << "seed " << seed << " step " << step << " key " << probe;
-        ASSERT_EQ(set.count(probe), refSet.count(probe)) << "seed " << seed << " step " << step << " key " << probe;
+        ASSERT_EQ(map.count(probe), refMap.count(probe))
+            << "seed " << seed << " step " << step << " key " << probe;
+        ASSERT_EQ(set.count(probe), refSet.count(probe))
+            << "seed " << seed << " step " << step << " key " << probe;
       }
       if (step % 100 == 0) {
         expectSameContents(map, refMap);

@@ -47,7 +47,8 @@ TEST(HotKeyHash, DestHashesItsTypesFields) {
                                  Dest::vxlan(IpGenAddr::ipv6(v6), 10010, tunnel),
                                  Dest::vxlan(IpGenAddr::ipv4(0x0a000001), 10011, tunnel),
                                  Dest::vxlan(IpGenAddr::ipv4(0x0a000001), 10010)});
-  expectEveryFieldHashed(Dest::intf(IntfId::ethernet(1)), {Dest::intf(IntfId::ethernet(2)), Dest::cpu(), Dest()});
+  expectEveryFieldHashed(Dest::intf(IntfId::ethernet(1)),
+                         {Dest::intf(IntfId::ethernet(2)), Dest::cpu(), Dest()});
 }
 
 TEST(HotKey, DestReadsOtherTypesDataAsDefaultsAndOrdersByTypeThenData) {
@@ -83,24 +84,23 @@ TEST(HotKey, DestReadsOtherTypesDataAsDefaultsAndOrdersByTypeThenData) {
 TEST(HotKeyHash, VlanMacDestAndMplsDestConfigHashEveryField) {
   Dest const dest = Dest::mpls(TunnelId(Tunnel::tunnelTypeLdp, 1), MplsLabel(100));
   VlanMacDest const d(VlanId(10), EthAddr::broadcast(), dest);
-  expectEveryFieldHashed(d, {VlanMacDest(VlanId(11), EthAddr::broadcast(), dest),
-                             VlanMacDest(VlanId(10), EthAddr(1), dest),
-                             VlanMacDest(VlanId(10), EthAddr::broadcast(), Dest::mpls(dest.mpls().tunnelId(),
-                                                                                    MplsLabel(101)))});
+  expectEveryFieldHashed(
+      d, {VlanMacDest(VlanId(11), EthAddr::broadcast(), dest), VlanMacDest(VlanId(10), EthAddr(1), dest),
+          VlanMacDest(VlanId(10), EthAddr::broadcast(), Dest::mpls(dest.mpls().tunnelId(), MplsLabel(101)))});
 
   TunnelId const tunnel(Tunnel::tunnelTypeLdp, 1);
   HwTunnelId const hwId(Fenn::hwTunnelIdTypeDefault, 5);
   MplsDestConfig const config(tunnel, MplsLabel(100), hwId, 0x1000, IntfId::dynamicTunnel(tunnel));
   expectEveryFieldHashed(
-      config,
-      {MplsDestConfig(TunnelId(Tunnel::tunnelTypeLdp, 2), MplsLabel(100), hwId, 0x1000, IntfId::dynamicTunnel(tunnel)),
-       MplsDestConfig(tunnel, MplsLabel(101), hwId, 0x1000, IntfId::dynamicTunnel(tunnel)),
-       MplsDestConfig(tunnel, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeSharedEs, 5), 0x1000,
-                      IntfId::dynamicTunnel(tunnel)),
-       MplsDestConfig(tunnel, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeDefault, 6), 0x1000,
-                      IntfId::dynamicTunnel(tunnel)),
-       MplsDestConfig(tunnel, MplsLabel(100), hwId, 0x1001, IntfId::dynamicTunnel(tunnel)),
-       MplsDestConfig(tunnel, MplsLabel(100), hwId, 0x1000, IntfId())});
+      config, {MplsDestConfig(TunnelId(Tunnel::tunnelTypeLdp, 2), MplsLabel(100), hwId, 0x1000,
+                              IntfId::dynamicTunnel(tunnel)),
+               MplsDestConfig(tunnel, MplsLabel(101), hwId, 0x1000, IntfId::dynamicTunnel(tunnel)),
+               MplsDestConfig(tunnel, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeSharedEs, 5), 0x1000,
+                              IntfId::dynamicTunnel(tunnel)),
+               MplsDestConfig(tunnel, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeDefault, 6), 0x1000,
+                              IntfId::dynamicTunnel(tunnel)),
+               MplsDestConfig(tunnel, MplsLabel(100), hwId, 0x1001, IntfId::dynamicTunnel(tunnel)),
+               MplsDestConfig(tunnel, MplsLabel(100), hwId, 0x1000, IntfId())});
 }
 
 }  // namespace
