@@ -24,7 +24,8 @@ struct Population {
   explicit Population(L2Rib::FloodSetOutput& input) {
     for (int v = 1; v <= vlans; ++v) {
       auto* vfs = input.vlanFloodSetIs(Bridging::VlanId(uint64_t(v)));
-      for (int m = 0; m < macsPerVlan; ++m) floodSets.push_back(vfs->floodSetIs(Ostra::EthAddr(uint64_t(m + 1))));
+      for (int m = 0; m < macsPerVlan; ++m)
+        floodSets.push_back(vfs->floodSetIs(Ostra::EthAddr(uint64_t(m + 1))));
     }
     for (int64_t i = 0; i < destinations; ++i) {
       dests.push_back(L2Rib::Dest::mpls(TunnelId(Tunnel::tunnelTypeLdp, 1 + uint64_t(i % tunnels)),

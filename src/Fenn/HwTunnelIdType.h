@@ -21,5 +21,6 @@ enum HwTunnelIdType : uint8_t {
 template <>
 struct Qor::EnumTraits<Fenn::HwTunnelIdType> {
   static constexpr std::string_view typeName = "Fenn::HwTunnelIdType";
-  static constexpr std::array<std::string_view, 2> names = {"hwTunnelIdTypeDefault", "hwTunnelIdTypeSharedEs"};
+  static constexpr std::array<std::string_view, 2> names = {"hwTunnelIdTypeDefault",
+                                                            "hwTunnelIdTypeSharedEs"};
 };

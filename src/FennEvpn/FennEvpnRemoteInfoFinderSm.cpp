@@ -24,14 +24,15 @@ class EvpnRemoteInfoFinderSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSe
  private:
   // Counting only touches EvpnRemoteInfo, so walking destSet directly is safe.
   void handleFloodSet() {
-    QTRACE(8, "EvpnRemoteInfoFinderSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_, " mac: ",
-           notifier()->macAddr());
-    for (auto const& dest : notifier()->destSet()) sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
+    QTRACE(8, "EvpnRemoteInfoFinderSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_,
+           " mac: ", notifier()->macAddr());
+    for (auto const& dest : notifier()->destSet())
+      sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
   }
 
   void handleDestSet(L2Rib::Dest const& dest) {
-    QTRACE(8, "EvpnRemoteInfoFinderSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_, " mac: ",
-           notifier()->macAddr(), " dest: ", dest);
+    QTRACE(8, "EvpnRemoteInfoFinderSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_,
+           " mac: ", notifier()->macAddr(), " dest: ", dest);
     sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
   }
 
@@ -39,7 +40,8 @@ class EvpnRemoteInfoFinderSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSe
 };
 
 // Keeps one QorFloodSet per MAC flood set of one VLAN.
-class EvpnRemoteInfoFinderSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanFloodSet, EvpnRemoteInfoFinderSm> {
+class EvpnRemoteInfoFinderSm::QorVlanFloodSet
+    : public Qor::ReactorOf<L2Rib::VlanFloodSet, EvpnRemoteInfoFinderSm> {
  public:
   using ReactorOf::ReactorOf;
 
@@ -102,7 +104,8 @@ bool EvpnRemoteInfoFinderSm::isDestPresent(Bridging::VlanId vlanId, Ostra::EthAd
 
 void EvpnRemoteInfoFinderSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
                                              L2Rib::Dest const& dest) {
-  QTRACE(8, "EvpnRemoteInfoFinderSm::", "processMplsDest", " vlan: ", vlanId, " mac: ", macAddr, " dest: ", dest);
+  QTRACE(8, "EvpnRemoteInfoFinderSm::", "processMplsDest", " vlan: ", vlanId, " mac: ", macAddr,
+         " dest: ", dest);
   if (dest.destType() != L2Rib::destTypeMpls_) return;
   TunnelId const tunnelId = dest.mpls().tunnelId();
   if (tunnelId == TunnelId::invalid()) {
@@ -114,7 +117,8 @@ void EvpnRemoteInfoFinderSm::processMplsDest(Bridging::VlanId vlanId, Ostra::Eth
     count = remoteInfo()->remoteTunnelIdInc(tunnelId, 1);
     QTRACE(5, " Incrementing remoteTunnelId reference to ", count);
   } else {
-    QOR_ASSERT_TEXT(remoteInfo()->remoteTunnelId( tunnelId ) > 0, "remoteInfo()->remoteTunnelId( tunnelId ) > 0");
+    QOR_ASSERT_TEXT(remoteInfo()->remoteTunnelId(tunnelId) > 0,
+                    "remoteInfo()->remoteTunnelId( tunnelId ) > 0");
     count = remoteInfo()->remoteTunnelIdDec(tunnelId, 1);
     QTRACE(5, " Decrementing remoteTunnelId reference to ", count);
     if (count == 0) remoteInfo()->remoteTunnelIdDel(tunnelId);
@@ -122,9 +126,10 @@ void EvpnRemoteInfoFinderSm::processMplsDest(Bridging::VlanId vlanId, Ostra::Eth
   QTRACE(8, "New refcount of tunnel ", tunnelId, " is ", count);
 }
 
-Qor::Ptr<EvpnRemoteInfoFinderSm> evpnRemoteInfoFinderSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
-                                                               Qor::Ptr<EvpnRemoteInfo> remoteInfo) {
-  return Qor::Ptr<EvpnRemoteInfoFinderSm>(new EvpnRemoteInfoFinderSm(std::move(floodSetOutput), std::move(remoteInfo)));
+Qor::Ptr<EvpnRemoteInfoFinderSm> evpnRemoteInfoFinderSmFactory(
+    Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput, Qor::Ptr<EvpnRemoteInfo> remoteInfo) {
+  return Qor::Ptr<EvpnRemoteInfoFinderSm>(
+      new EvpnRemoteInfoFinderSm(std::move(floodSetOutput), std::move(remoteInfo)));
 }
 
 }  // namespace Fenn

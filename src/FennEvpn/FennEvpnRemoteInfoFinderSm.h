@@ -20,7 +20,8 @@ namespace Fenn {
 
 class EvpnRemoteInfoFinderSm : public Qor::StateMachine {
  public:
-  EvpnRemoteInfoFinderSm(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput, Qor::Ptr<EvpnRemoteInfo> remoteInfo);
+  EvpnRemoteInfoFinderSm(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
+                         Qor::Ptr<EvpnRemoteInfo> remoteInfo);
   ~EvpnRemoteInfoFinderSm() override;
   std::string_view fwkType() const override { return "Fenn::EvpnRemoteInfoFinderSm"; }
 
@@ -42,7 +43,7 @@ class EvpnRemoteInfoFinderSm : public Qor::StateMachine {
   std::unique_ptr<QorFloodSetOutput> qorFloodSetOutput_;
 };
 
-Qor::Ptr<EvpnRemoteInfoFinderSm> evpnRemoteInfoFinderSmFactory(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
-                                                               Qor::Ptr<EvpnRemoteInfo> remoteInfo);
+Qor::Ptr<EvpnRemoteInfoFinderSm> evpnRemoteInfoFinderSmFactory(
+    Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput, Qor::Ptr<EvpnRemoteInfo> remoteInfo);
 
 }  // namespace Fenn

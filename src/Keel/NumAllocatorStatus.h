@@ -24,7 +24,10 @@ class NumAllocatorStatus : public Qor::RecordValue<NumAllocatorStatus> {
 
   NumAllocatorStatus() = default;
   NumAllocatorStatus(uint64_t inUseCount, uint64_t heldBackCount, uint64_t freeCount, uint64_t nextUnused)
-      : inUseCount_(inUseCount), heldBackCount_(heldBackCount), freeCount_(freeCount), nextUnused_(nextUnused) {}
+      : inUseCount_(inUseCount),
+        heldBackCount_(heldBackCount),
+        freeCount_(freeCount),
+        nextUnused_(nextUnused) {}
   explicit NumAllocatorStatus(Qor::Parser& p) { parseFields(p); }
 
   uint64_t inUseCount() const noexcept { return inUseCount_; }

@@ -8,7 +8,10 @@
 namespace Keel {
 
 Task::Task(Qor::Ptr<TaskScheduler> scheduler, Priority priority, Qor::String name, Handler handler)
-    : scheduler_(std::move(scheduler)), handler_(std::move(handler)), name_(std::move(name)), priority_(priority) {
+    : scheduler_(std::move(scheduler)),
+      handler_(std::move(handler)),
+      name_(std::move(name)),
+      priority_(priority) {
   QOR_ASSERT(scheduler_);
   QOR_ASSERT(handler_);
 }

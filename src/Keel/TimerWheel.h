@@ -36,7 +36,9 @@ class TimerWheel : public Qor::PtrInterface {
   double now() const { return scheduler()->now(); }
 
   TimerId timerAt(double time, Callback callback);
-  TimerId timerAfter(double seconds, Callback callback) { return timerAt(now() + seconds, std::move(callback)); }
+  TimerId timerAfter(double seconds, Callback callback) {
+    return timerAt(now() + seconds, std::move(callback));
+  }
   // Returns whether the timer was still pending; cancelling a fired or cancelled timer is
   // allowed and does nothing.
   bool timerCancel(TimerId id);

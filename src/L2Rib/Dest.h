@@ -4,10 +4,10 @@
 // of the other types read their data's default. Equality, ordering (type first, then the
 // type's data) and the hash look at the type's data only.
 // Text form: a record with the type and then only the fields of that type:
-//   Value('L2Rib::Dest', ** {'destType': destTypeMpls_, 'tunnelId': 61572651155457, 'label': 1000, 'intfId': ''})
-//   Value('L2Rib::Dest', ** {'destType': destTypeTunnel_, 'vtep': '10.0.0.1', 'vni': 10010, 'tunnelId': 0})
-//   Value('L2Rib::Dest', ** {'destType': destTypeIntf_, 'intfId': 'Ethernet1'})
-//   Value('L2Rib::Dest', ** {'destType': destTypeCpu_})
+//   Value('L2Rib::Dest', ** {'destType': destTypeMpls_, 'tunnelId': 61572651155457, 'label': 1000, 'intfId':
+//   ''}) Value('L2Rib::Dest', ** {'destType': destTypeTunnel_, 'vtep': '10.0.0.1', 'vni': 10010, 'tunnelId':
+//   0}) Value('L2Rib::Dest', ** {'destType': destTypeIntf_, 'intfId': 'Ethernet1'}) Value('L2Rib::Dest', **
+//   {'destType': destTypeCpu_})
 #pragma once
 
 #include <compare>

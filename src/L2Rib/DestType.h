@@ -23,6 +23,6 @@ enum DestType : uint8_t {
 template <>
 struct Qor::EnumTraits<L2Rib::DestType> {
   static constexpr std::string_view typeName = "L2Rib::DestType";
-  static constexpr std::array<std::string_view, 5> names = {"destTypeInvalid_", "destTypeIntf_", "destTypeTunnel_",
-                                                            "destTypeMpls_", "destTypeCpu_"};
+  static constexpr std::array<std::string_view, 5> names = {
+      "destTypeInvalid_", "destTypeIntf_", "destTypeTunnel_", "destTypeMpls_", "destTypeCpu_"};
 };

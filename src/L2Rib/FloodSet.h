@@ -25,9 +25,9 @@ enum FloodSetType : uint8_t {
 template <>
 struct Qor::EnumTraits<L2Rib::FloodSetType> {
   static constexpr std::string_view typeName = "L2Rib::FloodSetType";
-  static constexpr std::array<std::string_view, 5> names = {"floodSetTypeInvalid", "floodSetTypeAll",
-                                                            "floodSetTypeBroadcast", "floodSetTypeUnknownUnicast",
-                                                            "floodSetTypeUnknownMulticast"};
+  static constexpr std::array<std::string_view, 5> names = {
+      "floodSetTypeInvalid", "floodSetTypeAll", "floodSetTypeBroadcast", "floodSetTypeUnknownUnicast",
+      "floodSetTypeUnknownMulticast"};
 };
 
 namespace L2Rib {

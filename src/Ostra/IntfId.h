@@ -27,7 +27,14 @@ namespace Ostra {
 
 class IntfId {
  public:
-  enum class Kind : uint8_t { none = 0, ethernet = 1, portChannel = 2, srTePolicy = 3, dynamicTunnel = 4, cpu = 5 };
+  enum class Kind : uint8_t {
+    none = 0,
+    ethernet = 1,
+    portChannel = 2,
+    srTePolicy = 3,
+    dynamicTunnel = 4,
+    cpu = 5
+  };
   static constexpr unsigned kindShift = 60;
   static constexpr uint64_t payloadMask = (uint64_t(1) << kindShift) - 1;
 

@@ -42,7 +42,10 @@ std::optional<IpGenAddr> parseLoose(std::string_view s) {
     uint32_t group = 0;
     while (j < s.size() && j - i < 5) {
       char const c = s[j];
-      int d = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+      int d = c >= '0' && c <= '9'   ? c - '0'
+              : c >= 'a' && c <= 'f' ? c - 'a' + 10
+              : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                     : -1;
       if (d < 0) break;
       group = (group << 4) | static_cast<uint32_t>(d);
       ++j;
@@ -155,7 +158,8 @@ uint32_t IpGenAddr::hash(uint32_t seed) const noexcept {
   Qor::HashAccumulator acc(seed);
   acc.mix(static_cast<uint32_t>(family_));
   for (int i = 0; i < 16; i += 4) {
-    acc.mix(uint32_t(bytes_[i]) << 24 | uint32_t(bytes_[i + 1]) << 16 | uint32_t(bytes_[i + 2]) << 8 | bytes_[i + 3]);
+    acc.mix(uint32_t(bytes_[i]) << 24 | uint32_t(bytes_[i + 1]) << 16 | uint32_t(bytes_[i + 2]) << 8 |
+            bytes_[i + 3]);
   }
   return acc.result();
 }

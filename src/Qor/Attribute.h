@@ -16,36 +16,35 @@
 
 #include "Qor/Collection.h"
 
-#define QOR_ATTRIBUTE_ID(name) \
-  static constexpr ::Qor::AttributeId name##Attr = ::Qor::attributeId(#name)
+#define QOR_ATTRIBUTE_ID(name) static constexpr ::Qor::AttributeId name##Attr = ::Qor::attributeId(#name)
 
-#define QOR_SCALAR(name, T, initial)                              \
- public:                                                          \
-  QOR_ATTRIBUTE_ID(name);                                         \
-  T const& name() const noexcept { return name##_.get(); }        \
-  void name##Is(T const& v) { name##_.set(v); }                   \
-                                                                  \
- private:                                                         \
-  ::Qor::Scalar<T> name##_{this, name##Attr, initial};            \
-                                                                  \
+#define QOR_SCALAR(name, T, initial)                       \
+ public:                                                   \
+  QOR_ATTRIBUTE_ID(name);                                  \
+  T const& name() const noexcept { return name##_.get(); } \
+  void name##Is(T const& v) { name##_.set(v); }            \
+                                                           \
+ private:                                                  \
+  ::Qor::Scalar<T> name##_{this, name##Attr, initial};     \
+                                                           \
  public:
 
-#define QOR_MAP_ACCESSORS(name, K, V)                                       \
- public:                                                                    \
-  QOR_ATTRIBUTE_ID(name);                                                   \
-  V const& name(K const& k) const { return name##_.get(k); }                \
-  bool name##Has(K const& k) const { return name##_.has(k); }               \
-  auto const& name() const noexcept { return name##_; }                     \
-  void name##Is(K const& k, V const& v) { name##_.set(k, v); }              \
-  bool name##Del(K const& k) { return name##_.del(k); }                     \
+#define QOR_MAP_ACCESSORS(name, K, V)                          \
+ public:                                                       \
+  QOR_ATTRIBUTE_ID(name);                                      \
+  V const& name(K const& k) const { return name##_.get(k); }   \
+  bool name##Has(K const& k) const { return name##_.has(k); }  \
+  auto const& name() const noexcept { return name##_; }        \
+  void name##Is(K const& k, V const& v) { name##_.set(k, v); } \
+  bool name##Del(K const& k) { return name##_.del(k); }        \
   void name##DelAll() { name##_.delAll(); }
 
-#define QOR_MAP(name, K, V)                    \
-  QOR_MAP_ACCESSORS(name, K, V)                \
-                                               \
- private:                                      \
+#define QOR_MAP(name, K, V)                        \
+  QOR_MAP_ACCESSORS(name, K, V)                    \
+                                                   \
+ private:                                          \
   ::Qor::ValueMap<K, V> name##_{this, name##Attr}; \
-                                               \
+                                                   \
  public:
 
 #define QOR_COUNTER(name, K, V)                                  \
@@ -58,36 +57,36 @@
                                                                  \
  public:
 
-#define QOR_SET(name, K)                                                       \
- public:                                                                       \
-  QOR_ATTRIBUTE_ID(name);                                                      \
-  bool name(K const& k) const { return name##_.has(k); }                       \
-  bool name##Has(K const& k) const { return name##_.has(k); }                  \
-  auto const& name() const noexcept { return name##_; }                        \
-  void name##Is(K const& k, bool member = true) { name##_.set(k, member); }    \
-  bool name##Del(K const& k) { return name##_.del(k); }                        \
-  void name##DelAll() { name##_.delAll(); }                                    \
-                                                                               \
- private:                                                                      \
-  ::Qor::Set<K> name##_{this, name##Attr};                                     \
-                                                                               \
+#define QOR_SET(name, K)                                                    \
+ public:                                                                    \
+  QOR_ATTRIBUTE_ID(name);                                                   \
+  bool name(K const& k) const { return name##_.has(k); }                    \
+  bool name##Has(K const& k) const { return name##_.has(k); }               \
+  auto const& name() const noexcept { return name##_; }                     \
+  void name##Is(K const& k, bool member = true) { name##_.set(k, member); } \
+  bool name##Del(K const& k) { return name##_.del(k); }                     \
+  void name##DelAll() { name##_.delAll(); }                                 \
+                                                                            \
+ private:                                                                   \
+  ::Qor::Set<K> name##_{this, name##Attr};                                  \
+                                                                            \
  public:
 
-#define QOR_CHILDREN(name, K, Child)                                               \
- public:                                                                           \
-  QOR_ATTRIBUTE_ID(name);                                                          \
-  Child const* name(K const& k) const { return name##_.get(k); }                   \
-  Child* name(K const& k) { return name##_.get(k); }                               \
-  bool name##Has(K const& k) const { return name##_.has(k); }                      \
-  auto const& name() const noexcept { return name##_; }                            \
-  template <class... A>                                                            \
-  Child* name##Is(K const& k, A&&... args) {                                       \
-    return name##_.instantiate(k, std::forward<A>(args)...);                       \
-  }                                                                                \
-  bool name##Del(K const& k) { return name##_.del(k); }                            \
-  void name##DelAll() { name##_.delAll(); }                                        \
-                                                                                   \
- private:                                                                          \
-  ::Qor::ChildMap<K, Child> name##_{this, name##Attr};                             \
-                                                                                   \
+#define QOR_CHILDREN(name, K, Child)                             \
+ public:                                                         \
+  QOR_ATTRIBUTE_ID(name);                                        \
+  Child const* name(K const& k) const { return name##_.get(k); } \
+  Child* name(K const& k) { return name##_.get(k); }             \
+  bool name##Has(K const& k) const { return name##_.has(k); }    \
+  auto const& name() const noexcept { return name##_; }          \
+  template <class... A>                                          \
+  Child* name##Is(K const& k, A&&... args) {                     \
+    return name##_.instantiate(k, std::forward<A>(args)...);     \
+  }                                                              \
+  bool name##Del(K const& k) { return name##_.del(k); }          \
+  void name##DelAll() { name##_.delAll(); }                      \
+                                                                 \
+ private:                                                        \
+  ::Qor::ChildMap<K, Child> name##_{this, name##Attr};           \
+                                                                 \
  public:

@@ -55,7 +55,8 @@ void walkKeys(Container const& c, AttributeId id, Reactor& reactor, KeyOf keyOf)
 template <class T>
 class Scalar final : public AttributeBase {
  public:
-  Scalar(Entity* owner, AttributeId id, T initial = T()) : AttributeBase(owner, id), value_(std::move(initial)) {}
+  Scalar(Entity* owner, AttributeId id, T initial = T())
+      : AttributeBase(owner, id), value_(std::move(initial)) {}
   T const& get() const noexcept { return value_; }
   void set(T const& v) {
     if (value_ == v) return;

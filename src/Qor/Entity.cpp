@@ -17,7 +17,8 @@ AttributeBase::AttributeBase(Entity* owner, AttributeId id) : owner_(owner), id_
 Entity::~Entity() { assert(dispatchDepth_ == 0 && "entity destroyed while notifying"); }
 
 size_t Entity::reactorCount() const noexcept {
-  return static_cast<size_t>(std::count_if(reactors_.begin(), reactors_.end(), [](Reactor* r) { return r != nullptr; }));
+  return static_cast<size_t>(
+      std::count_if(reactors_.begin(), reactors_.end(), [](Reactor* r) { return r != nullptr; }));
 }
 
 void Entity::dispatch(AttributeId id, void const* key) const {

@@ -16,7 +16,9 @@ template <class E>
 struct EnumTraits;  // { static constexpr std::string_view typeName; static constexpr std::array names; }
 
 template <class E>
-concept RegisteredEnum = std::is_enum_v<E> && requires { EnumTraits<E>::names; };
+concept RegisteredEnum = std::is_enum_v<E> && requires {
+  EnumTraits<E>::names;
+};
 
 class EnumRangeError : public std::out_of_range {
  public:

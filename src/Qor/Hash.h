@@ -54,9 +54,7 @@ constexpr uint32_t hashAttribute(uint64_t v, uint32_t seed = 0) noexcept {
 class HashAccumulator {
  public:
   constexpr explicit HashAccumulator(uint32_t seed = 0) noexcept : h_(seed) {}
-  constexpr void mix(uint32_t v) noexcept {
-    h_ ^= v + 0x9e3779b9u + (h_ << 6) + (h_ >> 2);
-  }
+  constexpr void mix(uint32_t v) noexcept { h_ ^= v + 0x9e3779b9u + (h_ << 6) + (h_ >> 2); }
   constexpr uint32_t result() const noexcept { return fmix32(h_); }
 
  private:
@@ -91,8 +89,7 @@ constexpr bool isHashable() {
   if constexpr (requires { T::qorHashable; }) {
     return T::qorHashable;
   } else {
-    return HasHashMember<T> || std::is_integral_v<T> || std::is_enum_v<T> ||
-           std::is_same_v<T, std::string>;
+    return HasHashMember<T> || std::is_integral_v<T> || std::is_enum_v<T> || std::is_same_v<T, std::string>;
   }
 }
 

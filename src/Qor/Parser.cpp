@@ -7,17 +7,14 @@ namespace Qor {
 
 namespace {
 String describe(size_t position, std::string_view expected, std::string_view text) {
-  String msg = "parse error at position " + std::to_string(position) + ": expected " +
-               String(expected);
+  String msg = "parse error at position " + std::to_string(position) + ": expected " + String(expected);
   msg += text.empty() ? String(", found end of text") : ", found \"" + String(text.substr(0, 24)) + "\"";
   return msg;
 }
 }  // namespace
 
 ParseError::ParseError(size_t position, std::string_view expected, std::string_view text)
-    : std::runtime_error(describe(position, expected, text)),
-      position_(position),
-      expected_(expected) {}
+    : std::runtime_error(describe(position, expected, text)), position_(position), expected_(expected) {}
 
 void Parser::fail(std::string_view expected) const { throw ParseError(position(), expected, rest()); }
 

@@ -61,13 +61,11 @@ class Ptr {
   Ptr(Ptr const& o) noexcept : p_(o.p_) { acquire(); }
   Ptr(Ptr&& o) noexcept : p_(std::exchange(o.p_, nullptr)) {}
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  Ptr(Ptr<U> const& o) noexcept : p_(o.get()) {
-    acquire();
-  }
+  requires std::is_convertible_v<U*, T*> Ptr(Ptr<U> const& o)
+  noexcept : p_(o.get()) { acquire(); }
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  Ptr(Ptr<U>&& o) noexcept : p_(o.release()) {}
+  requires std::is_convertible_v<U*, T*> Ptr(Ptr<U>&& o)
+  noexcept : p_(o.release()) {}
   ~Ptr() { drop(); }
 
   Ptr& operator=(Ptr const& o) noexcept {

@@ -17,7 +17,9 @@
 namespace Qor {
 
 template <class T>
-concept Printable = requires(T const& v, String& out) { v.print(out); };
+concept Printable = requires(T const& v, String& out) {
+  v.print(out);
+};
 
 template <class T>
 void printValue(String& out, T const& v) {

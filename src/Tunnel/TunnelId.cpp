@@ -3,7 +3,8 @@
 namespace Tunnel::TunnelTable {
 
 Ostra::IntfId TunnelId::intfId() const {
-  return tunnelType() == tunnelTypeSrTePolicy ? Ostra::IntfId::srTePolicy(*this) : Ostra::IntfId::dynamicTunnel(*this);
+  return tunnelType() == tunnelTypeSrTePolicy ? Ostra::IntfId::srTePolicy(*this)
+                                              : Ostra::IntfId::dynamicTunnel(*this);
 }
 
 }  // namespace Tunnel::TunnelTable

@@ -29,7 +29,8 @@ class TunnelId : public Ostra::NumericValue<TunnelId, uint64_t> {
   using NumericValue::NumericValue;
   // Throws the range error for a type above 255 or an index wider than 44 bits.
   constexpr TunnelId(TunnelType type, uint64_t index)
-      : NumericValue(uint64_t(type) > maxType || index > indexMask ? maxValue + 1 : (uint64_t(type) << typeShift) | index) {}
+      : NumericValue(uint64_t(type) > maxType || index > indexMask ? maxValue + 1
+                                                                   : (uint64_t(type) << typeShift) | index) {}
 
   static constexpr TunnelId invalid() noexcept { return TunnelId(); }
 

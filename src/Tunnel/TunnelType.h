@@ -35,8 +35,8 @@ template <>
 struct Qor::EnumTraits<Tunnel::TunnelType> {
   static constexpr std::string_view typeName = "Tunnel::TunnelType";
   static constexpr std::array<std::string_view, 15> names = {
-      "tunnelTypeInvalid", "tunnelTypeStatic",     "tunnelTypeLdp",    "tunnelTypeRsvp",
-      "tunnelTypeRsvpLer", "tunnelTypeIsisSr",     "tunnelTypeOspfSr", "tunnelTypeBgpLu",
-      "tunnelTypeSrTePolicy", "tunnelTypeTiLfa",   "tunnelTypeNexthopGroup", "tunnelTypeGre",
-      "tunnelTypeVxlan",   "tunnelTypeEvpnMpls",   "tunnelTypeEvpnVlan"};
+      "tunnelTypeInvalid",    "tunnelTypeStatic",   "tunnelTypeLdp",          "tunnelTypeRsvp",
+      "tunnelTypeRsvpLer",    "tunnelTypeIsisSr",   "tunnelTypeOspfSr",       "tunnelTypeBgpLu",
+      "tunnelTypeSrTePolicy", "tunnelTypeTiLfa",    "tunnelTypeNexthopGroup", "tunnelTypeGre",
+      "tunnelTypeVxlan",      "tunnelTypeEvpnMpls", "tunnelTypeEvpnVlan"};
 };

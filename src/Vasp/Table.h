@@ -208,6 +208,6 @@ class TableReactor : public Qor::ReactorOf<T, Sm> {
 template <>
 struct Qor::EnumTraits<Vasp::MountState> {
   static constexpr std::string_view typeName = "Vasp::MountState";
-  static constexpr std::array<std::string_view, 3> names = {"mountStateUnmounted", "mountStateWaitingForWriter",
-                                                            "mountStateMounted"};
+  static constexpr std::array<std::string_view, 3> names = {
+      "mountStateUnmounted", "mountStateWaitingForWriter", "mountStateMounted"};
 };

@@ -78,7 +78,8 @@ void FloodSetProgrammer::syncEntry(MacVlanPair const& pair, MplsDestConfig const
   // same flood set before the write returns: hold on to the status entity across writes.
   Qor::Ptr<Fenn::VlanFloodSetStatus> status(status_->status(pair));
   if (wanted && wanted->mplsDestConfigHas(config)) {
-    if (status && status->mplsDestStatusHas(config) && status->mplsDestStatus(config) == Fenn::programmed) return;
+    if (status && status->mplsDestStatusHas(config) && status->mplsDestStatus(config) == Fenn::programmed)
+      return;
     bool const ok = programmedCount_ < capacity_ && !faults_.shouldFail();
     Fenn::HwProgrammingStatus const result = ok ? Fenn::programmed : Fenn::notProgrammed;
     if (ok) {

@@ -30,7 +30,8 @@ class FloodSetProgrammer : public Qor::StateMachine {
   static constexpr size_t unlimited = std::numeric_limits<size_t>::max();
 
   FloodSetProgrammer(Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig const> config,
-                     Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status, Qor::Ptr<Keel::TimerWheel> timerWheel = nullptr);
+                     Qor::Ptr<Fenn::EvpnVlanFloodSetHwStatus> status,
+                     Qor::Ptr<Keel::TimerWheel> timerWheel = nullptr);
   // Removes every status it wrote, as hardware that goes away programs nothing.
   ~FloodSetProgrammer() override;
   std::string_view fwkType() const override { return "Sim::FloodSetProgrammer"; }

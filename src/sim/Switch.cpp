@@ -35,12 +35,15 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix)
       evpnStatus_(Evpn::evpnStatusFactory()),
       remoteInfo_(Fenn::evpnRemoteInfoFactory()),
       tunnelIdToHwTunnelId_(Fenn::tunnelIdToHwTunnelIdMappingFactory(tablePrefix + Qor::String(tunnelTable))),
-      tunnelIdToHwTunnelIdReader_(Fenn::tunnelIdToHwTunnelIdMappingReaderFactory(tablePrefix + Qor::String(tunnelTable))),
+      tunnelIdToHwTunnelIdReader_(
+          Fenn::tunnelIdToHwTunnelIdMappingReaderFactory(tablePrefix + Qor::String(tunnelTable))),
       mplsFloodSetOutput_(L2Rib::floodSetOutputFactory()),
       fecRequest_(Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + fecRequestTable, Vasp::Mode::writer)),
-      fecRequestReader_(Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + fecRequestTable, Vasp::Mode::reader)),
+      fecRequestReader_(
+          Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + fecRequestTable, Vasp::Mode::reader)),
       fecResponse_(Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + fecResponseTable, Vasp::Mode::writer)),
-      fecResponseReader_(Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + fecResponseTable, Vasp::Mode::reader)),
+      fecResponseReader_(
+          Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + fecResponseTable, Vasp::Mode::reader)),
       hwInfoMapping_(Fenn::hwInfoMappingFactory()),
       floodSetHwConfig_(Fenn::evpnVlanFloodSetHwConfigFactory()),
       floodSetHwStatus_(Fenn::evpnVlanFloodSetHwStatusFactory()),
@@ -49,18 +52,20 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix)
   hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeSharedEs, config.sharedEsHwTunnelIds);
   fecResponder_ = Qor::Ptr<FecResponder>(new FecResponder(fecRequestReader_, fecResponse_, timerWheel_));
   fecResponder_->delayIs(config.fecResponseDelay);
-  floodSetProgrammer_ = Qor::Ptr<FloodSetProgrammer>(
-      new FloodSetProgrammer(floodSetHwConfig_, floodSetHwStatus_, timerWheel_));
+  floodSetProgrammer_ =
+      Qor::Ptr<FloodSetProgrammer>(new FloodSetProgrammer(floodSetHwConfig_, floodSetHwStatus_, timerWheel_));
   floodSetProgrammer_->capacityIs(config.floodSetCapacity);
 
   remoteInfoFinderSm_ = Fenn::evpnRemoteInfoFinderSmFactory(floodSetOutput_, remoteInfo_);
   hwTunnelIdSm_ = Fenn::evpnHwTunnelIdSmFactory(hwTunnelIdPools_, scheduler_, commonSmData_, evpnStatus_,
                                                 remoteInfo_, tunnelIdToHwTunnelId_);
-  floodSetFilterSm_ = Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, floodSetOutput_, mplsFloodSetOutput_);
-  floodSetFecSm_ = Fenn::evpnFloodSetFecSmFactory(mplsFloodSetOutput_, tunnelIdToHwTunnelIdReader_, floodSetHwStatus_,
-                                                  fecRequest_, fecResponseReader_, hwInfoMapping_, timerWheel_);
-  vlanFloodSetSm_ = Fenn::evpnVlanFloodSetSmFactory(mplsFloodSetOutput_, tunnelIdToHwTunnelIdReader_, hwInfoMapping_,
-                                                    floodSetHwConfig_, floodSetHwStatus_);
+  floodSetFilterSm_ =
+      Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, floodSetOutput_, mplsFloodSetOutput_);
+  floodSetFecSm_ =
+      Fenn::evpnFloodSetFecSmFactory(mplsFloodSetOutput_, tunnelIdToHwTunnelIdReader_, floodSetHwStatus_,
+                                     fecRequest_, fecResponseReader_, hwInfoMapping_, timerWheel_);
+  vlanFloodSetSm_ = Fenn::evpnVlanFloodSetSmFactory(mplsFloodSetOutput_, tunnelIdToHwTunnelIdReader_,
+                                                    hwInfoMapping_, floodSetHwConfig_, floodSetHwStatus_);
 
   remoteInfoFinderSm_->initializedIs(true);
   hwTunnelIdSm_->initializedIs(true);
@@ -189,11 +194,13 @@ double Switch::now() const { return clock_->now(); }
 HardwareState Switch::state() const {
   HardwareState s;
   s.time = clock_->now();
-  for (auto const& [tunnelId, row] : tunnelIdToHwTunnelId_->rows()) s.tunnels.push_back({tunnelId, row.hwTunnelId()});
+  for (auto const& [tunnelId, row] : tunnelIdToHwTunnelId_->rows())
+    s.tunnels.push_back({tunnelId, row.hwTunnelId()});
   std::sort(s.tunnels.begin(), s.tunnels.end(),
             [](auto const& a, auto const& b) { return a.tunnelId < b.tunnelId; });
   for (auto type : {Fenn::hwTunnelIdTypeDefault, Fenn::hwTunnelIdTypeSharedEs}) {
-    s.pools.push_back({type, hwTunnelIdPools_->poolSize(type), uint32_t(hwTunnelIdPools_->inUse(type).size())});
+    s.pools.push_back(
+        {type, hwTunnelIdPools_->poolSize(type), uint32_t(hwTunnelIdPools_->inUse(type).size())});
   }
   for (auto const& [fecId, fec] : fecRequest_->rows()) {
     HardwareState::Fec f{fecId, {}, {}, false, 0};

@@ -36,7 +36,7 @@ namespace Sim {
 struct HardwareConfig {
   uint32_t defaultHwTunnelIds = 1024;
   uint32_t sharedEsHwTunnelIds = 64;
-  double fecResponseDelay = 0.0;  // seconds; 0 answers inside the request's notification
+  double fecResponseDelay = 0.0;           // seconds; 0 answers inside the request's notification
   uint32_t floodSetCapacity = UINT32_MAX;  // programmed flood-set entries the chip holds
 };
 

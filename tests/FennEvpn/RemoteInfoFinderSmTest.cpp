@@ -236,7 +236,8 @@ TEST_F(Randomized, CountsEqualTheTriplesReachingEachTunnel) {
     remoteInfo = Fenn::evpnRemoteInfoFactory();
     live.clear();
     int const steps = 200 + static_cast<int>(below(400));
-    int const startAt = static_cast<int>(below(static_cast<uint32_t>(steps)));  // also start on a populated input
+    int const startAt =
+        static_cast<int>(below(static_cast<uint32_t>(steps)));  // also start on a populated input
     for (int i = 0; i < steps; ++i) {
       if (i == startAt) startSm();
       step();

@@ -14,7 +14,8 @@ using Keel::NumAllocatorStatus;
 class NumAllocatorTest : public ::testing::Test {
  protected:
   Qor::Ptr<NumAllocator> allocator(uint64_t first, uint64_t last, double expiry = 10.0) {
-    return Qor::Ptr<NumAllocator>(new NumAllocator(Keel::NumAllocatorConfig(Keel::Range(first, last), expiry), wheel));
+    return Qor::Ptr<NumAllocator>(
+        new NumAllocator(Keel::NumAllocatorConfig(Keel::Range(first, last), expiry), wheel));
   }
 
   Qor::Ptr<Keel::ManualClock> clock{new Keel::ManualClock};

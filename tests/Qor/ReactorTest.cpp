@@ -102,7 +102,8 @@ class Meddler : public Qor::Reactor {
     heard_->push_back(id_);
     int const k = Qor::keyAs<int>(key);
     if (k == 1 && id_ == 0) others_->clear();  // delete every other reactor mid-dispatch
-    if (k == 2 && id_ == 0) others_->push_back(std::make_unique<Meddler>(notifierEntity(), others_, heard_, 9));
+    if (k == 2 && id_ == 0)
+      others_->push_back(std::make_unique<Meddler>(notifierEntity(), others_, heard_, 9));
   }
 
  private:

@@ -56,7 +56,8 @@ TEST(KeyHash, EqualKeysHashEquallyAndFieldsMixInOrder) {
   EXPECT_EQ(highTunnel.hash(5), Qor::oneAtATimeHash(highTunnel.value(), 5));
 
   // Swapping values between fields changes the hash.
-  EXPECT_NE(IntfVlanKey(IntfId::ethernet(1), VlanId(2)).hash(0), IntfVlanKey(IntfId::ethernet(2), VlanId(1)).hash(0));
+  EXPECT_NE(IntfVlanKey(IntfId::ethernet(1), VlanId(2)).hash(0),
+            IntfVlanKey(IntfId::ethernet(2), VlanId(1)).hash(0));
 }
 
 TEST(KeyHash, EsiInfoIsComparedButNeverHashed) {
@@ -69,7 +70,8 @@ TEST(KeyHash, EsiInfoIsComparedButNeverHashed) {
 
 TEST(RangeErrors, BoundedIdentifiersRejectValuesAboveTheirRange) {
   EXPECT_EQ(rangeMessage([] { Bridging::VlanIdOrNone(4095); }), "VlanIdOrNone::value > 4094 not allowed");
-  EXPECT_EQ(rangeMessage([] { Bridging::VlanIdOrNone(VlanId(4095)); }), "VlanIdOrNone::value > 4094 not allowed");
+  EXPECT_EQ(rangeMessage([] { Bridging::VlanIdOrNone(VlanId(4095)); }),
+            "VlanIdOrNone::value > 4094 not allowed");
   EXPECT_EQ(rangeMessage([] { VlanId(4096); }), "VlanId::value > 4095 not allowed");
   EXPECT_EQ(rangeMessage([] { Ostra::MplsLabel(1048577); }), "MplsLabel::value > 1048576 not allowed");
   std::string const tunnelRange = "TunnelId::value < TunnelId::minValue or > TunnelId::maxValue not allowed";
@@ -112,8 +114,9 @@ TEST(TunnelIdOf, SrTePolicyDestinationYieldsThePolicysTunnel) {
 }
 
 TEST(TunnelIdOfDeathTest, NonMplsDestinationIsABrokenInvariant) {
-  EXPECT_DEATH(Fenn::destMplsTunnelId(L2Rib::Dest::intf(IntfId::ethernet(1))),
-               "assertion failed: dest.destType\\(\\) == L2Rib::destTypeMpls_\n  at /src/FennEvpn/FennEvpn.cpp");
+  EXPECT_DEATH(
+      Fenn::destMplsTunnelId(L2Rib::Dest::intf(IntfId::ethernet(1))),
+      "assertion failed: dest.destType\\(\\) == L2Rib::destTypeMpls_\n  at /src/FennEvpn/FennEvpn.cpp");
 }
 
 }  // namespace

@@ -26,17 +26,27 @@ class RoundTrip : public ::testing::Test {
   uint64_t below(uint64_t n) { return std::uniform_int_distribution<uint64_t>(0, n - 1)(rng_); }
 
   TunnelId tunnelId() {
-    return below(8) == 0 ? TunnelId() : TunnelId(static_cast<Tunnel::TunnelType>(below(256)), below(TunnelId::indexMask + 1));
+    return below(8) == 0
+               ? TunnelId()
+               : TunnelId(static_cast<Tunnel::TunnelType>(below(256)), below(TunnelId::indexMask + 1));
   }
   Ostra::IntfId intfId() {
     switch (below(7)) {
-      case 0: return Ostra::IntfId();
-      case 1: return Ostra::IntfId::ethernet(static_cast<uint32_t>(1 + below(0xffff)));
-      case 2: return Ostra::IntfId::ethernet(static_cast<uint32_t>(1 + below(0xffff)), static_cast<uint32_t>(1 + below(0xffff)));
-      case 3: return Ostra::IntfId::portChannel(static_cast<uint32_t>(1 + below(UINT32_MAX)));
-      case 4: return Ostra::IntfId::srTePolicy(tunnelId());
-      case 5: return Ostra::IntfId::dynamicTunnel(tunnelId());
-      default: return Ostra::IntfId::cpu();
+      case 0:
+        return Ostra::IntfId();
+      case 1:
+        return Ostra::IntfId::ethernet(static_cast<uint32_t>(1 + below(0xffff)));
+      case 2:
+        return Ostra::IntfId::ethernet(static_cast<uint32_t>(1 + below(0xffff)),
+                                       static_cast<uint32_t>(1 + below(0xffff)));
+      case 3:
+        return Ostra::IntfId::portChannel(static_cast<uint32_t>(1 + below(UINT32_MAX)));
+      case 4:
+        return Ostra::IntfId::srTePolicy(tunnelId());
+      case 5:
+        return Ostra::IntfId::dynamicTunnel(tunnelId());
+      default:
+        return Ostra::IntfId::cpu();
     }
   }
   Bridging::VlanId vlanId() { return Bridging::VlanId(below(4096)); }
@@ -55,15 +65,21 @@ class RoundTrip : public ::testing::Test {
     return Ostra::IpGenAddr::ipv6(b);
   }
   Fenn::HwTunnelId hwTunnelId() {
-    return Fenn::HwTunnelId(static_cast<Fenn::HwTunnelIdType>(below(2)), static_cast<uint32_t>(below(UINT32_MAX)));
+    return Fenn::HwTunnelId(static_cast<Fenn::HwTunnelIdType>(below(2)),
+                            static_cast<uint32_t>(below(UINT32_MAX)));
   }
   L2Rib::Dest dest() {
     switch (below(5)) {
-      case 0: return L2Rib::Dest::mpls(tunnelId(), label(), intfId());
-      case 1: return L2Rib::Dest::vxlan(ipAddr(), static_cast<uint32_t>(below(1 << 24)), tunnelId());
-      case 2: return L2Rib::Dest::intf(intfId());
-      case 3: return L2Rib::Dest::cpu();
-      default: return L2Rib::Dest();
+      case 0:
+        return L2Rib::Dest::mpls(tunnelId(), label(), intfId());
+      case 1:
+        return L2Rib::Dest::vxlan(ipAddr(), static_cast<uint32_t>(below(1 << 24)), tunnelId());
+      case 2:
+        return L2Rib::Dest::intf(intfId());
+      case 3:
+        return L2Rib::Dest::cpu();
+      default:
+        return L2Rib::Dest();
     }
   }
 

@@ -134,13 +134,13 @@ TEST_F(ParseRejection, NumbersOutOfRangeOrMisspelled) {
 
 TEST_F(ParseRejection, NamesAndAddressesInOtherSpellings) {
   expectRejected<IntfId>({"Ethernet1", "\"Ethernet1\"", "'ethernet1'", "'Ethernet01'", "'Ethernet0'",
-                          "'Ethernet1/'", "'Ethernet0/1'", "'Ethernet 1'", "'Port-Channel0'", "'PortChannel1'",
-                          "'Tunnel4503599627370496'", "'cpu'", "'Ethernet65536'"});
-  expectRejected<EthAddr>({"'00:1A:2b:3c:4d:5e'", "'00:1a:2b:3c:4d'", "'00-1a-2b-3c-4d-5e'", "00:1a:2b:3c:4d:5e",
-                           "'00:1a:2b:3c:4d:5e:'"});
+                          "'Ethernet1/'", "'Ethernet0/1'", "'Ethernet 1'", "'Port-Channel0'",
+                          "'PortChannel1'", "'Tunnel4503599627370496'", "'cpu'", "'Ethernet65536'"});
+  expectRejected<EthAddr>({"'00:1A:2b:3c:4d:5e'", "'00:1a:2b:3c:4d'", "'00-1a-2b-3c-4d-5e'",
+                           "00:1a:2b:3c:4d:5e", "'00:1a:2b:3c:4d:5e:'"});
   expectRejected<IpGenAddr>({"'10.0.0.01'", "'10.0.0'", "'10.0.0.256'", "'2001:DB8::1'", "'2001:0db8::1'",
-                             "'2001:db8:0:0:0:0:0:1'", "'2001:db8::0:1'", "'1:2:3:4:5:6:7::'", "'::ffff:10.0.0.1'",
-                             "'1::2::3'", "'1:2:3:4:5:6:7:8:9'", "'10.0.0.1 '"});
+                             "'2001:db8:0:0:0:0:0:1'", "'2001:db8::0:1'", "'1:2:3:4:5:6:7::'",
+                             "'::ffff:10.0.0.1'", "'1::2::3'", "'1:2:3:4:5:6:7:8:9'", "'10.0.0.1 '"});
 }
 
 TEST_F(ParseRejection, RecordsWithABlankAddedFieldsSwappedOrQuotesChanged) {

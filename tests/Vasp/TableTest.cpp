@@ -1,12 +1,11 @@
-#include "Vasp/Table.h"
-
-#include "Qor/StateMachine.h"
-#include "Qor/Strep.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
+
+#include "Qor/StateMachine.h"
+#include "Qor/Strep.h"
+#include "Vasp/Table.h"
 
 namespace {
 

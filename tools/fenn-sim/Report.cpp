@@ -21,7 +21,8 @@ class TextTable {
     if (rows_.size() == 1) return;
     for (size_t n = 0; n < rows_.size(); ++n) {
       os << "  ";
-      for (size_t i = 0; i < rows_[n].size(); ++i) os << std::left << std::setw(int(width[i]) + 2) << rows_[n][i];
+      for (size_t i = 0; i < rows_[n].size(); ++i)
+        os << std::left << std::setw(int(width[i]) + 2) << rows_[n][i];
       os << "\n";
       if (n == 0) {
         os << "  ";
@@ -117,8 +118,9 @@ void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const
   os << "{\n  \"time\": " << state.time << ",\n  \"tunnels\": [";
   char const* sep = "";
   for (auto const& r : state.tunnels) {
-    os << sep << "\n    {\"pe\": " << jsonString(scenario.tunnelName(r.tunnelId)) << ", \"tunnelId\": "
-       << r.tunnelId.value() << ", \"pool\": " << jsonString(poolName(r.hwTunnelId.type()))
+    os << sep << "\n    {\"pe\": " << jsonString(scenario.tunnelName(r.tunnelId))
+       << ", \"tunnelId\": " << r.tunnelId.value()
+       << ", \"pool\": " << jsonString(poolName(r.hwTunnelId.type()))
        << ", \"hwTunnelId\": " << r.hwTunnelId.id() << "}";
     sep = ",";
   }
@@ -132,19 +134,21 @@ void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const
   os << "\n  ],\n  \"fecs\": [";
   sep = "";
   for (auto const& f : state.fecs) {
-    os << sep << "\n    {\"fecId\": " << f.fecId.value() << ", \"pe\": " << jsonString(scenario.tunnelName(f.tunnelId))
-       << ", \"label\": " << f.label.value() << ", \"answered\": " << (f.answered ? "true" : "false")
-       << ", \"hwFecId\": " << f.hwFecId << "}";
+    os << sep << "\n    {\"fecId\": " << f.fecId.value()
+       << ", \"pe\": " << jsonString(scenario.tunnelName(f.tunnelId)) << ", \"label\": " << f.label.value()
+       << ", \"answered\": " << (f.answered ? "true" : "false") << ", \"hwFecId\": " << f.hwFecId << "}";
     sep = ",";
   }
   os << "\n  ],\n  \"floodSets\": [";
   sep = "";
   for (auto const& e : state.floodSets) {
-    os << sep << "\n    {\"vlan\": " << e.macVlanPair.vlanId().value() << ", \"mac\": "
-       << jsonString(macName(e.macVlanPair.macAddr())) << ", \"pe\": "
-       << jsonString(scenario.tunnelName(e.config.tunnelId())) << ", \"label\": " << e.config.label().value()
+    os << sep << "\n    {\"vlan\": " << e.macVlanPair.vlanId().value()
+       << ", \"mac\": " << jsonString(macName(e.macVlanPair.macAddr()))
+       << ", \"pe\": " << jsonString(scenario.tunnelName(e.config.tunnelId()))
+       << ", \"label\": " << e.config.label().value()
        << ", \"pool\": " << jsonString(poolName(e.config.hwTunnelId().type()))
-       << ", \"hwTunnelId\": " << e.config.hwTunnelId().id() << ", \"hwId\": " << e.config.hwIdForTunnelProgramming()
+       << ", \"hwTunnelId\": " << e.config.hwTunnelId().id()
+       << ", \"hwId\": " << e.config.hwIdForTunnelProgramming()
        << ", \"status\": " << jsonString(status(e.status)) << "}";
     sep = ",";
   }

@@ -49,7 +49,8 @@ void Runner::apply(FaultStep const& s) {
 
 void Runner::apply(HardwareStep const& s) {
   if (s.defaultHwTunnelIds) switch_->hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeDefault, *s.defaultHwTunnelIds);
-  if (s.sharedEsHwTunnelIds) switch_->hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeSharedEs, *s.sharedEsHwTunnelIds);
+  if (s.sharedEsHwTunnelIds)
+    switch_->hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeSharedEs, *s.sharedEsHwTunnelIds);
   if (s.fecResponseDelay) switch_->fecResponseDelayIs(*s.fecResponseDelay);
   if (s.withholdFecResponses) switch_->fecResponsesWithheldIs(*s.withholdFecResponses);
   if (s.floodSetCapacity) switch_->floodSetCapacityIs(*s.floodSetCapacity);
@@ -108,8 +109,9 @@ Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state)
     case K::fecRequests:
       return differ(std::to_string(e.count), std::to_string(state.fecs.size()));
     case K::fecAnswered:
-      return differ(std::to_string(e.count), std::to_string(std::count_if(state.fecs.begin(), state.fecs.end(),
-                                                                          [](auto const& f) { return f.answered; })));
+      return differ(std::to_string(e.count),
+                    std::to_string(std::count_if(state.fecs.begin(), state.fecs.end(),
+                                                 [](auto const& f) { return f.answered; })));
     case K::floodSet: {
       std::vector<Qor::String> actual;
       for (auto const& f : state.floodSets) {

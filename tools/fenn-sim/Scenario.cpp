@@ -3,15 +3,15 @@
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
+#include <set>
 
 #include "Qor/SysLog.h"
-
-#include <set>
 
 namespace SimTool {
 
 ScenarioError::ScenarioError(Location const& at, Qor::String const& what)
-    : std::runtime_error(at.file + ":" + std::to_string(at.line) + ":" + std::to_string(at.column) + ": " + what) {}
+    : std::runtime_error(at.file + ":" + std::to_string(at.line) + ":" + std::to_string(at.column) + ": " +
+                         what) {}
 
 Qor::String Scenario::tunnelName(Tunnel::TunnelTable::TunnelId tunnelId) const {
   for (auto const& [name, tid] : tunnels) {
@@ -31,7 +31,9 @@ class Reader {
     YAML::Mark const m = n.Mark();
     return {file_, m.line + 1, m.column + 1};
   }
-  [[noreturn]] void fail(YAML::Node const& n, Qor::String const& what) const { throw ScenarioError(at(n), what); }
+  [[noreturn]] void fail(YAML::Node const& n, Qor::String const& what) const {
+    throw ScenarioError(at(n), what);
+  }
 
   // A mapping whose keys must all be in `allowed`; `required` keys must be present.
   void checkMap(YAML::Node const& n, Qor::String const& what, std::set<Qor::String> const& allowed,
@@ -140,10 +142,13 @@ class Reader {
     checkMap(n, "hardware",
              {"defaultHwTunnelIds", "sharedEsHwTunnelIds", "fecResponseDelay", "withholdFecResponses",
               "floodSetCapacity"});
-    if (n["defaultHwTunnelIds"]) h.defaultHwTunnelIds = number(n["defaultHwTunnelIds"], "pool size", 1u << 24);
-    if (n["sharedEsHwTunnelIds"]) h.sharedEsHwTunnelIds = number(n["sharedEsHwTunnelIds"], "pool size", 1u << 24);
+    if (n["defaultHwTunnelIds"])
+      h.defaultHwTunnelIds = number(n["defaultHwTunnelIds"], "pool size", 1u << 24);
+    if (n["sharedEsHwTunnelIds"])
+      h.sharedEsHwTunnelIds = number(n["sharedEsHwTunnelIds"], "pool size", 1u << 24);
     if (n["fecResponseDelay"]) h.fecResponseDelay = seconds(n["fecResponseDelay"], "fecResponseDelay");
-    if (n["withholdFecResponses"]) h.withholdFecResponses = boolean(n["withholdFecResponses"], "withholdFecResponses");
+    if (n["withholdFecResponses"])
+      h.withholdFecResponses = boolean(n["withholdFecResponses"], "withholdFecResponses");
     if (n["floodSetCapacity"]) h.floodSetCapacity = number(n["floodSetCapacity"], "capacity", UINT32_MAX);
   }
 
@@ -158,7 +163,8 @@ class Reader {
         try {
           type = Qor::enumFromName<Tunnel::TunnelType>(text(t["type"], "tunnel type"));
         } catch (Qor::EnumRangeError const&) {
-          fail(t["type"], "bad tunnel type '" + t["type"].Scalar() + "' (expected a name like tunnelTypeLdp)");
+          fail(t["type"],
+               "bad tunnel type '" + t["type"].Scalar() + "' (expected a name like tunnelTypeLdp)");
         }
         if (type == Tunnel::tunnelTypeInvalid) fail(t["type"], "a tunnel cannot have the invalid type");
       }
@@ -214,7 +220,8 @@ class Reader {
     if (n["failFraction"]) f.failFraction = fraction(n["failFraction"]);
     if (n["seed"]) f.seed = number(n["seed"], "seed", UINT64_MAX);
     if (n["clear"]) f.clear = boolean(n["clear"], "clear");
-    if (!f.clear && f.failNext == 0 && f.failFraction == 0) fail(n, "fault needs failNext, failFraction or clear");
+    if (!f.clear && f.failNext == 0 && f.failFraction == 0)
+      fail(n, "fault needs failNext, failFraction or clear");
     return f;
   }
 
@@ -232,7 +239,8 @@ class Reader {
         return;
       }
       auto it = names.find(t);
-      if (it == names.end()) fail(item, "unknown table '" + t + "' (expected tunnels, pools, fecs, floodSets, sysLog or all)");
+      if (it == names.end())
+        fail(item, "unknown table '" + t + "' (expected tunnels, pools, fecs, floodSets, sysLog or all)");
       s.tables.push_back(it->second);
     };
     if (n.IsSequence()) {
@@ -267,7 +275,8 @@ class Reader {
       }
     }
     auto count = [&](char const* key, K kind) {
-      if (YAML::Node const& c = n[key]) e.expectations.push_back({kind, at(c), key, {}, {}, {}, number(c, key, UINT64_MAX)});
+      if (YAML::Node const& c = n[key])
+        e.expectations.push_back({kind, at(c), key, {}, {}, {}, number(c, key, UINT64_MAX)});
     };
     count("tunnelCount", K::tunnelCount);
     count("floodSetEntries", K::floodSetEntries);
@@ -276,7 +285,8 @@ class Reader {
     if (YAML::Node const& f = n["floodSets"]) {
       if (!f.IsMap()) fail(f, "expect floodSets must map '<vlan> <mac>' to a list of PE names");
       for (auto const& kv : f) {
-        Expectation x{K::floodSet, at(kv.first), kv.first.as<Qor::String>(), {}, floodSetKey(kv.first), {}, 0};
+        Expectation x{
+            K::floodSet, at(kv.first), kv.first.as<Qor::String>(), {}, floodSetKey(kv.first), {}, 0};
         if (!kv.second.IsSequence()) fail(kv.second, "expected a list of PE names");
         for (auto const& pe : kv.second) {
           tunnel(pe);
@@ -289,7 +299,12 @@ class Reader {
     if (YAML::Node const& p = n["pools"]) {
       if (!p.IsMap()) fail(p, "expect pools must map default or sharedEs to the IDs in use");
       for (auto const& kv : p) {
-        e.expectations.push_back({K::poolInUse, at(kv.first), kv.first.as<Qor::String>(), pool(kv.first), {}, {},
+        e.expectations.push_back({K::poolInUse,
+                                  at(kv.first),
+                                  kv.first.as<Qor::String>(),
+                                  pool(kv.first),
+                                  {},
+                                  {},
                                   number(kv.second, "IDs in use", UINT32_MAX)});
       }
     }
@@ -350,7 +365,8 @@ class Reader {
     if (root["hardware"]) {
       HardwareStep h;
       hardware(root["hardware"], h);
-      if (h.withholdFecResponses) fail(root["hardware"], "withholdFecResponses is a step, not a start-up setting");
+      if (h.withholdFecResponses)
+        fail(root["hardware"], "withholdFecResponses is a step, not a start-up setting");
       Sim::HardwareConfig& c = scenario_.hardware;
       c.defaultHwTunnelIds = h.defaultHwTunnelIds.value_or(c.defaultHwTunnelIds);
       c.sharedEsHwTunnelIds = h.sharedEsHwTunnelIds.value_or(c.sharedEsHwTunnelIds);

@@ -92,8 +92,8 @@ struct ExpectStep {
   std::vector<Expectation> expectations;
 };
 
-using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep, HardwareStep,
-                          AdvanceStep, ShowStep, ExpectStep>;
+using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
+                          HardwareStep, AdvanceStep, ShowStep, ExpectStep>;
 
 struct Scenario {
   Qor::String file;

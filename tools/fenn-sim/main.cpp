@@ -11,8 +11,8 @@
 #include "Qor/SysLog.h"
 #include "Qor/Trace.h"
 #include "Report.h"
-#include "Runner.h"
 #include "Ringlog/Ring.h"
+#include "Runner.h"
 
 namespace {
 
@@ -58,7 +58,8 @@ int main(int argc, char** argv) {
   // a state to watch here, not a reason to stop.
   setenv("SIMULATION_VMID", "fenn-sim", 0);
   // The simulator shows operators' messages inline instead of sending them to syslog.
-  Qor::logSinkIs([](Qor::LogMessage const& m) { std::cout << "  [syslog] " << m.name() << ": " << m.text() << "\n"; });
+  Qor::logSinkIs(
+      [](Qor::LogMessage const& m) { std::cout << "  [syslog] " << m.name() << ": " << m.text() << "\n"; });
   try {
     SimTool::Scenario const scenario = SimTool::loadScenario(file);
     // With --json, standard output carries only the JSON; the story goes to standard error.
@@ -69,8 +70,8 @@ int main(int argc, char** argv) {
       SimTool::printJson(std::cout, state, scenario);
     } else {
       std::cout << "\n== final hardware state ==\n";
-      for (auto t : {SimTool::Table::tunnels, SimTool::Table::pools, SimTool::Table::fecs, SimTool::Table::floodSets,
-                     SimTool::Table::sysLog}) {
+      for (auto t : {SimTool::Table::tunnels, SimTool::Table::pools, SimTool::Table::fecs,
+                     SimTool::Table::floodSets, SimTool::Table::sysLog}) {
         std::cout << "\n";
         SimTool::printTable(std::cout, t, state, scenario);
       }
