@@ -1,3 +1,5 @@
+// The free hardware tunnel ID queue: FIFO over indexes that only grow (wrapping at 2^32),
+// with holes left by deletions, and notifications of the element before the metadata.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -25,84 +27,53 @@ class HwTunnelIdQueueTest : public ::testing::Test {
   Qor::Ptr<HwTunnelIdQueue> queue{new HwTunnelIdQueue(Fenn::hwTunnelIdTypeDefault)};
 };
 
-TEST_F(HwTunnelIdQueueTest, FifoWithGrowingIndexes) {
+TEST_F(HwTunnelIdQueueTest, FifoWhoseIndexesAreNeverHandedOutTwice) {
   EXPECT_EQ(queue->hwTunnelIdEnq(id(7)), 0u);
   EXPECT_EQ(queue->hwTunnelIdEnq(id(3)), 1u);
   EXPECT_EQ(queue->hwTunnelIdEnq(id(5)), 2u);
-  EXPECT_EQ(entries(), (Entries{{0, id(7)}, {1, id(3)}, {2, id(5)}}));
-  EXPECT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(0, 3));
-
   EXPECT_EQ(queue->hwTunnelIdDeq(), id(7));
   EXPECT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(1, 3));
-  // An index is never handed out twice, even after its element left.
   EXPECT_EQ(queue->hwTunnelIdEnq(id(7)), 3u);
   EXPECT_EQ(entries(), (Entries{{1, id(3)}, {2, id(5)}, {3, id(7)}}));
-  EXPECT_EQ(queue->hwTunnelId(2), id(5));
   EXPECT_FALSE(queue->hwTunnelId(0).valid());
+
+  queue->hwTunnelIdDelAll();
+  EXPECT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(4, 4));
+  EXPECT_EQ(queue->hwTunnelIdEnq(id(3)), 4u);
 }
 
-TEST_F(HwTunnelIdQueueTest, DeletedElementsLeaveHolesThatDequeueSkips) {
-  for (uint32_t n = 1; n <= 4; ++n) queue->hwTunnelIdEnq(id(n));
+TEST_F(HwTunnelIdQueueTest, DeletedElementsLeaveHolesThatDequeueAndIteratorsSkip) {
+  for (uint32_t n = 0; n < 6; ++n) queue->hwTunnelIdEnq(id(n + 10));
   EXPECT_TRUE(queue->hwTunnelIdDel(1));
   EXPECT_FALSE(queue->hwTunnelIdDel(1));
-  EXPECT_EQ(entries(), (Entries{{0, id(1)}, {2, id(3)}, {3, id(4)}}));
-
-  EXPECT_EQ(queue->hwTunnelIdDeq(), id(1));
-  EXPECT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(2, 4));  // the head moved past the hole
-  EXPECT_EQ(queue->hwTunnelIdDeq(), id(3));
-  EXPECT_EQ(queue->hwTunnelIdDeq(), id(4));
-  EXPECT_FALSE(queue->hwTunnelIdDeq().valid());
-  EXPECT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(4, 4));
-}
-
-TEST_F(HwTunnelIdQueueTest, DeleteThroughIteratorContinuesWithTheNextElement) {
-  for (uint32_t n = 0; n < 6; ++n) queue->hwTunnelIdEnq(id(n + 10));
-  queue->hwTunnelIdDel(1);
-  // Deleting the head jumps over the hole at 1; deleting 3 lands on 4.
-  auto it = queue->hwTunnelId().begin();
-  it = queue->hwTunnelIdDel(it);
+  // Deleting the head through an iterator jumps over the hole at 1; deleting 3 lands on 4.
+  auto it = queue->hwTunnelIdDel(queue->hwTunnelId().begin());
   EXPECT_EQ(it.index(), 2u);
-  ++it;
-  it = queue->hwTunnelIdDel(it);
+  it = queue->hwTunnelIdDel(++it);
   EXPECT_EQ(it.index(), 4u);
-  ++it;
-  it = queue->hwTunnelIdDel(it);  // the last one
-  EXPECT_TRUE(it == queue->hwTunnelId().end());
+  EXPECT_TRUE(queue->hwTunnelIdDel(++it) == queue->hwTunnelId().end());
   EXPECT_EQ(entries(), (Entries{{2, id(12)}, {4, id(14)}}));
+
+  EXPECT_EQ(queue->hwTunnelIdDeq(), id(12));
+  EXPECT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(4, 6));  // the head moved past the hole
+  EXPECT_EQ(queue->hwTunnelIdDeq(), id(14));
+  EXPECT_FALSE(queue->hwTunnelIdDeq().valid());
 }
 
-TEST_F(HwTunnelIdQueueTest, StoreAtIndexExtendsTheTail) {
-  queue->hwTunnelIdIs(10, id(1));
-  EXPECT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(10, 11));
-  queue->hwTunnelIdIs(12, id(2));
-  queue->hwTunnelIdIs(10, id(3));  // overwrite in place
-  EXPECT_EQ(queue->hwTunnelIdEnq(id(4)), 13u);
-  EXPECT_EQ(entries(), (Entries{{10, id(3)}, {12, id(2)}, {13, id(4)}}));
-  EXPECT_EQ(queue->hwTunnelIdSize(), 3u);
-}
-
-TEST_F(HwTunnelIdQueueTest, IndexesWrapAroundInOrder) {
-  queue->hwTunnelIdIs(0xffffffffu, id(1));
-  EXPECT_EQ(queue->hwTunnelIdEnq(id(2)), 0u);
-  EXPECT_EQ(entries(), (Entries{{0xffffffffu, id(1)}, {0, id(2)}}));
-  EXPECT_EQ(queue->hwTunnelIdDeq(), id(1));
+TEST_F(HwTunnelIdQueueTest, StoreAtIndexExtendsTheTailAndIndexesWrapAroundInOrder) {
+  queue->hwTunnelIdIs(0xfffffffdu, id(1));
+  queue->hwTunnelIdIs(0xffffffffu, id(2));
+  queue->hwTunnelIdIs(0xfffffffdu, id(3));  // overwrite in place
+  EXPECT_EQ(queue->hwTunnelIdEnq(id(4)), 0u);
+  EXPECT_EQ(entries(), (Entries{{0xfffffffdu, id(3)}, {0xffffffffu, id(2)}, {0, id(4)}}));
+  EXPECT_EQ(queue->hwTunnelIdDeq(), id(3));
   EXPECT_EQ(queue->hwTunnelIdDeq(), id(2));
+  EXPECT_EQ(queue->hwTunnelIdDeq(), id(4));
   EXPECT_TRUE(queue->hwTunnelId().empty());
-}
-
-TEST_F(HwTunnelIdQueueTest, DeleteAllKeepsIndexesGrowing) {
-  queue->hwTunnelIdEnq(id(1));
-  queue->hwTunnelIdEnq(id(2));
-  queue->hwTunnelIdDelAll();
-  EXPECT_TRUE(queue->hwTunnelId().empty());
-  EXPECT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(2, 2));
-  EXPECT_EQ(queue->hwTunnelIdEnq(id(3)), 2u);
 }
 
 TEST_F(HwTunnelIdQueueTest, NotifiesElementThenMetadataOnlyWhenItMoves) {
-  queue->hwTunnelIdEnq(id(1));
-  queue->hwTunnelIdEnq(id(2));
-  queue->hwTunnelIdEnq(id(3));
+  for (uint32_t n = 1; n <= 3; ++n) queue->hwTunnelIdEnq(id(n));
   auto log = AttributeLog::watch(queue.get());
   queue->hwTunnelIdEnq(id(4));
   queue->hwTunnelIdDel(1);  // neither head nor tail moves
