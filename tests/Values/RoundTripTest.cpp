@@ -8,6 +8,7 @@
 #include "Bridging/MacVlanPair.h"
 #include "Bridging/VlanIdOrNone.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnVlanFloodSet.h"
 #include "L2Rib/Dest.h"
 #include "Ostra/IpGenAddr.h"
 #include "Qor/Strep.h"
@@ -30,24 +31,17 @@ class RoundTrip : public ::testing::Test {
                ? TunnelId()
                : TunnelId(static_cast<Tunnel::TunnelType>(below(256)), below(TunnelId::indexMask + 1));
   }
+  // Every kind of interface; the generators draw all candidates and keep one.
   Ostra::IntfId intfId() {
-    switch (below(7)) {
-      case 0:
-        return Ostra::IntfId();
-      case 1:
-        return Ostra::IntfId::ethernet(static_cast<uint32_t>(1 + below(0xffff)));
-      case 2:
-        return Ostra::IntfId::ethernet(static_cast<uint32_t>(1 + below(0xffff)),
-                                       static_cast<uint32_t>(1 + below(0xffff)));
-      case 3:
-        return Ostra::IntfId::portChannel(static_cast<uint32_t>(1 + below(UINT32_MAX)));
-      case 4:
-        return Ostra::IntfId::srTePolicy(tunnelId());
-      case 5:
-        return Ostra::IntfId::dynamicTunnel(tunnelId());
-      default:
-        return Ostra::IntfId::cpu();
-    }
+    auto const n = [&](uint64_t max) { return static_cast<uint32_t>(1 + below(max)); };
+    Ostra::IntfId const kinds[] = {Ostra::IntfId(),
+                                   Ostra::IntfId::ethernet(n(0xffff)),
+                                   Ostra::IntfId::ethernet(n(0xffff), n(0xffff)),
+                                   Ostra::IntfId::portChannel(n(UINT32_MAX)),
+                                   Ostra::IntfId::srTePolicy(tunnelId()),
+                                   Ostra::IntfId::dynamicTunnel(tunnelId()),
+                                   Ostra::IntfId::cpu()};
+    return kinds[below(std::size(kinds))];
   }
   Bridging::VlanId vlanId() { return Bridging::VlanId(below(4096)); }
   Ostra::MplsLabel label() { return Ostra::MplsLabel(below(1048577)); }
@@ -69,18 +63,11 @@ class RoundTrip : public ::testing::Test {
                             static_cast<uint32_t>(below(UINT32_MAX)));
   }
   L2Rib::Dest dest() {
-    switch (below(5)) {
-      case 0:
-        return L2Rib::Dest::mpls(tunnelId(), label(), intfId());
-      case 1:
-        return L2Rib::Dest::vxlan(ipAddr(), static_cast<uint32_t>(below(1 << 24)), tunnelId());
-      case 2:
-        return L2Rib::Dest::intf(intfId());
-      case 3:
-        return L2Rib::Dest::cpu();
-      default:
-        return L2Rib::Dest();
-    }
+    L2Rib::Dest const kinds[] = {
+        L2Rib::Dest::mpls(tunnelId(), label(), intfId()),
+        L2Rib::Dest::vxlan(ipAddr(), static_cast<uint32_t>(below(1 << 24)), tunnelId()),
+        L2Rib::Dest::intf(intfId()), L2Rib::Dest::cpu(), L2Rib::Dest()};
+    return kinds[below(std::size(kinds))];
   }
 
   template <class Make>
@@ -116,6 +103,10 @@ TEST_F(RoundTrip, LibraryTypes) {
   roundTrip([&] { return Fenn::TunnelIdToHwTunnelId(tunnelId(), hwTunnelId()); });
   roundTrip([&] { return Fenn::EsiInfo(hwTunnelId(), label()); });
   roundTrip([&] { return static_cast<Fenn::HwProgrammingStatus>(below(3)); });
+  roundTrip([&] { return Fenn::VlanMacDest(vlanId(), ethAddr(), dest()); });
+  roundTrip([&] { return Fenn::MplsFloodSetVia(tunnelId(), label(), Bridging::VlanIdOrNone(below(4095))); });
+  roundTrip([&] { return Fenn::MplsDestHwInfo(rng_(), intfId()); });
+  roundTrip([&] { return Fenn::MplsDestConfig(tunnelId(), label(), hwTunnelId(), rng_(), intfId()); });
 }
 
 }  // namespace
