@@ -3,6 +3,7 @@
 // (removed, then inserted) whenever anything it carries changes.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -26,12 +27,17 @@ using Tunnel::TunnelTable::TunnelId;
 TunnelId const t1(Tunnel::tunnelTypeEvpnMpls, 1);
 TunnelId const t2(Tunnel::tunnelTypeEvpnMpls, 2);
 TunnelId const t14(Tunnel::tunnelTypeEvpnVlan, 3);  // carries a VLAN: one via per VLAN
+HwTunnelId const id5(Fenn::hwTunnelIdTypeDefault, 5);
 
 Dest mpls(TunnelId tunnel, uint32_t label) { return Dest::mpls(tunnel, MplsLabel(label)); }
 MplsFloodSetVia via(TunnelId tunnel, uint32_t label, uint16_t vlan = 0) {
   return MplsFloodSetVia(tunnel, MplsLabel(label), VlanIdOrNone(vlan));
 }
 MacVlanPair pair(uint16_t vlan, EthAddr mac = bcast) { return MacVlanPair(mac, VlanId(vlan)); }
+// The configuration of `tunnel` with label 100 whose FEC answered (hwId, Ethernet<port>).
+MplsDestConfig config(TunnelId tunnel, uint64_t hwId, uint32_t port, HwTunnelId hwTunnelId = HwTunnelId()) {
+  return MplsDestConfig(tunnel, MplsLabel(100), hwTunnelId, hwId, IntfId::ethernet(port));
+}
 
 // Records every change of one flood set's configuration, in order: (present after, config).
 class ConfigLog : public Qor::Reactor {
@@ -47,16 +53,24 @@ class ConfigLog : public Qor::Reactor {
  private:
   Fenn::VlanFloodSetConfig const* config_;
 };
+using ConfigChanges = std::vector<std::pair<bool, MplsDestConfig>>;
 
 class FloodSetSmTest : public ::testing::Test {
  protected:
-  void SetUp() override { start(); }
-
-  void start() {
+  void SetUp() override {
     sm = Fenn::evpnVlanFloodSetSmFactory(in, tableReader, hwInfo, hwConfig, hwStatus);
     sm->initializedIs(true);
   }
 
+  void add(uint16_t vlan, TunnelId tunnel, uint32_t label = 100, EthAddr mac = bcast) {
+    addDest(*in, VlanId(vlan), mac, mpls(tunnel, label));
+  }
+  void answer(MplsFloodSetVia const& v, uint64_t hwId, uint32_t port) {
+    hwInfo->mappingIs(v, MplsDestHwInfo(hwId, IntfId::ethernet(port)));
+  }
+  void hwTunnelIdIs(TunnelId tunnel, HwTunnelId id) {
+    table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(tunnel, id));
+  }
   std::unique_ptr<ConfigLog> logOf(MacVlanPair const& p) {
     return Qor::newReactor<ConfigLog>(hwConfig->config(p));
   }
@@ -80,7 +94,7 @@ class FloodSetSmTest : public ::testing::Test {
 
 TEST_F(FloodSetSmTest, DestinationWaitsForItsHardwareInformation) {
   TraceCapture capture("FennEvpnVlanFloodSetSm/1");
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
+  add(10, t1);
   EXPECT_TRUE(hwConfig->config().empty());
   std::string const text = capture.take();
   EXPECT_NE(text.find("   hwId not ready for dest, tunnelId: " + Qor::valueToStrep(t1) + " label: 100"),
@@ -88,114 +102,80 @@ TEST_F(FloodSetSmTest, DestinationWaitsForItsHardwareInformation) {
       << text;
 
   // No hardware tunnel ID yet: the configuration carries the default one.
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(77, IntfId::ethernet(1)));
-  EXPECT_EQ(configOf(pair(10)),
-            (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 77, IntfId::ethernet(1))}));
+  answer(via(t1, 100), 77, 1);
+  EXPECT_EQ(configOf(pair(10)), std::set{config(t1, 77, 1)});
   EXPECT_EQ(programmer->programmedCount(), 1u);
-
-  table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(t1, HwTunnelId(Fenn::hwTunnelIdTypeDefault, 5)));
-  EXPECT_EQ(configOf(pair(10)),
-            (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeDefault, 5), 77,
-                                     IntfId::ethernet(1))}));
+  hwTunnelIdIs(t1, id5);
+  EXPECT_EQ(configOf(pair(10)), std::set{config(t1, 77, 1, id5)});
 }
 
 TEST_F(FloodSetSmTest, ChangedConfigurationIsRemovedThenInserted) {
-  HwTunnelId const id5(Fenn::hwTunnelIdTypeDefault, 5);
   HwTunnelId const id9(Fenn::hwTunnelIdTypeSharedEs, 9);
-  table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(t1, id5));
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(77, IntfId::ethernet(1)));
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
-  addDest(*in, VlanId(10), bcast, mpls(t2, 200));  // not ready: unaffected by what follows
-  MplsDestConfig const first(t1, MplsLabel(100), id5, 77, IntfId::ethernet(1));
-  ASSERT_EQ(configOf(pair(10)), std::set{first});
+  hwTunnelIdIs(t1, id5);
+  answer(via(t1, 100), 77, 1);
+  add(10, t1);
+  add(10, t2, 200);  // not ready: unaffected by what follows
+  ASSERT_EQ(configOf(pair(10)), std::set{config(t1, 77, 1, id5)});
   auto log = logOf(pair(10));
 
   // The tunnel moves to another pool in place.
-  table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(t1, id9));
-  MplsDestConfig const second(t1, MplsLabel(100), id9, 77, IntfId::ethernet(1));
-  EXPECT_EQ(log->log, (std::vector<std::pair<bool, MplsDestConfig>>{{false, first}, {true, second}}));
-
+  hwTunnelIdIs(t1, id9);
+  EXPECT_EQ(log->log, (ConfigChanges{{false, config(t1, 77, 1, id5)}, {true, config(t1, 77, 1, id9)}}));
   // The FEC is answered again with another hardware ID and interface.
   log->log.clear();
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(78, IntfId::ethernet(2)));
-  MplsDestConfig const third(t1, MplsLabel(100), id9, 78, IntfId::ethernet(2));
-  EXPECT_EQ(log->log, (std::vector<std::pair<bool, MplsDestConfig>>{{false, second}, {true, third}}));
-  EXPECT_EQ(sm->mplsDestHwConfig(Fenn::VlanMacDest(VlanId(10), bcast, mpls(t1, 100))), third);
+  answer(via(t1, 100), 78, 2);
+  EXPECT_EQ(log->log, (ConfigChanges{{false, config(t1, 77, 1, id9)}, {true, config(t1, 78, 2, id9)}}));
+  EXPECT_EQ(sm->mplsDestHwConfig(Fenn::VlanMacDest(VlanId(10), bcast, mpls(t1, 100))),
+            config(t1, 78, 2, id9));
 
   // The tunnel loses its ID: back to the default ID, the destination stays configured.
   table->tunnelIdToHwTunnelIdDel(t1);
-  EXPECT_EQ(configOf(pair(10)),
-            (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 78, IntfId::ethernet(2))}));
-  EXPECT_EQ(view(*hwStatus), (HwStatusView{{pair(10), {{*configOf(pair(10)).begin(), Fenn::programmed}}}}));
+  EXPECT_EQ(view(*hwStatus), (HwStatusView{{pair(10), {{config(t1, 78, 2), Fenn::programmed}}}}));
 }
 
-TEST_F(FloodSetSmTest, IdenticalRepublishChangesNothing) {
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(77, IntfId::ethernet(1)));
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
+TEST_F(FloodSetSmTest, UnchangedOrUnusedInputsOnlyTrace) {
+  answer(via(t1, 100), 77, 1);
+  add(10, t1);
   auto log = logOf(pair(10));
   TraceCapture capture("FennEvpnVlanFloodSetSm/1");
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(77, IntfId::ethernet(1)));
+  answer(via(t1, 100), 77, 1);
   // A row that carries no usable ID leaves the configuration as it is.
-  table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(t1, HwTunnelId()));
+  hwTunnelIdIs(t1, HwTunnelId());
+  // Inputs for a tunnel and a via that no destination uses.
+  hwTunnelIdIs(t2, HwTunnelId(Fenn::hwTunnelIdTypeDefault, 4));
+  answer(via(t2, 7), 1, 1);
   std::string const text = capture.take();
   EXPECT_TRUE(log->log.empty());
-  EXPECT_NE(
-      text.find("   no change in hardware config, skip " +
-                Qor::valueToStrep(MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 77, IntfId::ethernet(1)))),
-      std::string::npos)
+  EXPECT_EQ(view(*hwConfig).size(), 1u);
+  EXPECT_NE(text.find("   no change in hardware config, skip " + Qor::valueToStrep(config(t1, 77, 1))),
+            std::string::npos)
       << text;
-}
-
-TEST_F(FloodSetSmTest, RemovingAViaRemovesEveryDestinationUsingIt) {
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(77, IntfId::ethernet(1)));
-  hwInfo->mappingIs(via(t2, 100), MplsDestHwInfo(88, IntfId::ethernet(2)));
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
-  addDest(*in, VlanId(20), unknownUcast, mpls(t1, 100));
-  addDest(*in, VlanId(10), bcast, mpls(t2, 100));
-  ASSERT_EQ(view(*hwConfig).size(), 2u);
-  ASSERT_EQ(sm->hwInfoMapKeyToFloodSetEntry(via(t1, 100))->vlanMacDestSet().size(), 2u);
-
-  hwInfo->mappingDel(via(t1, 100));
-  EXPECT_EQ(view(*hwConfig),
-            (HwConfigView{
-                {pair(10), {MplsDestConfig(t2, MplsLabel(100), HwTunnelId(), 88, IntfId::ethernet(2))}}}));
-  // The destinations stay known and come back with the via.
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(79, IntfId::ethernet(1)));
-  EXPECT_EQ(configOf(pair(20, unknownUcast)),
-            (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 79, IntfId::ethernet(1))}));
+  EXPECT_NE(text.find(" no dests associated with this tunnel "), std::string::npos) << text;
+  EXPECT_NE(text.find(" hwId is not ready "), std::string::npos) << text;
 }
 
 TEST_F(FloodSetSmTest, VlanCarryingTunnelsHaveOneViaPerVlan) {
-  addDest(*in, VlanId(10), bcast, mpls(t14, 100));
-  addDest(*in, VlanId(20), bcast, mpls(t14, 100));
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
-  addDest(*in, VlanId(20), bcast, mpls(t1, 100));
-  EXPECT_TRUE(sm->hwInfoMapKeyToFloodSetEntryHas(via(t14, 100, 10)));
-  EXPECT_TRUE(sm->hwInfoMapKeyToFloodSetEntryHas(via(t14, 100, 20)));
-  EXPECT_FALSE(sm->hwInfoMapKeyToFloodSetEntryHas(via(t14, 100)));
-  EXPECT_EQ(sm->hwInfoMapKeyToFloodSetEntry(via(t1, 100))->vlanMacDestSet().size(), 2u);
-  EXPECT_EQ(sm->tunnelToFloodSetEntry(t14)->vlanMacDestSet().size(), 2u);
-
-  hwInfo->mappingIs(via(t14, 100, 10), MplsDestHwInfo(1, IntfId::ethernet(1)));
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(2, IntfId::ethernet(2)));
-  EXPECT_EQ(configOf(pair(10)),
-            (std::set{MplsDestConfig(t14, MplsLabel(100), HwTunnelId(), 1, IntfId::ethernet(1)),
-                      MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 2, IntfId::ethernet(2))}));
-  EXPECT_EQ(configOf(pair(20)),
-            (std::set{MplsDestConfig(t1, MplsLabel(100), HwTunnelId(), 2, IntfId::ethernet(2))}));
+  for (uint16_t vlan : {10, 20}) {
+    add(vlan, t14);
+    add(vlan, t1);
+  }
+  answer(via(t14, 100, 10), 1, 1);
+  answer(via(t1, 100), 2, 2);
+  EXPECT_EQ(configOf(pair(10)), (std::set{config(t14, 1, 1), config(t1, 2, 2)}));
+  EXPECT_EQ(configOf(pair(20)), std::set{config(t1, 2, 2)});
 }
 
 TEST_F(FloodSetSmTest, RemovedDestinationsTakeTheirConfigurationAndIndexesAlong) {
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(1, IntfId::ethernet(1)));
-  hwInfo->mappingIs(via(t2, 200), MplsDestHwInfo(2, IntfId::ethernet(2)));
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
-  addDest(*in, VlanId(10), bcast, mpls(t2, 200));
-  addDest(*in, VlanId(10), unknownUcast, mpls(t1, 100));
-  addDest(*in, VlanId(11), bcast, mpls(t2, 200));
+  answer(via(t1, 100), 1, 1);
+  answer(via(t2, 100), 2, 2);
+  add(10, t1);
+  add(10, t2);
+  add(10, t1, 100, unknownUcast);
+  add(11, t2);
 
   delDest(*in, VlanId(10), bcast, mpls(t1, 100));
   EXPECT_EQ(configOf(pair(10)).size(), 1u);
-  delDest(*in, VlanId(10), bcast, mpls(t2, 200));
+  delDest(*in, VlanId(10), bcast, mpls(t2, 100));
   EXPECT_FALSE(hwConfig->configHas(pair(10)));
 
   // A flood set and a whole VLAN that leave, destinations still inside.
@@ -209,59 +189,37 @@ TEST_F(FloodSetSmTest, RemovedDestinationsTakeTheirConfigurationAndIndexesAlong)
   EXPECT_TRUE(hwStatus->status().empty());
 }
 
-TEST_F(FloodSetSmTest, TunnelNotificationForAnUnusedTunnelOnlyTraces) {
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(1, IntfId::ethernet(1)));
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
-  auto log = logOf(pair(10));
-  TraceCapture capture("FennEvpnVlanFloodSetSm/1");
-  table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(t2, HwTunnelId(Fenn::hwTunnelIdTypeDefault, 4)));
-  hwInfo->mappingIs(via(t2, 7), MplsDestHwInfo(1, IntfId::ethernet(1)));
-  std::string const text = capture.take();
-  EXPECT_NE(text.find(" no dests associated with this tunnel "), std::string::npos) << text;
-  EXPECT_NE(text.find(" hwId is not ready "), std::string::npos) << text;
-  EXPECT_TRUE(log->log.empty());
-  EXPECT_EQ(view(*hwConfig).size(), 1u);
-}
-
-TEST_F(FloodSetSmTest, HardwareStatusIsTraced) {
+TEST_F(FloodSetSmTest, HardwareStatusIsTracedAndChangesNothing) {
   programmer->capacityIs(1);
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(1, IntfId::ethernet(1)));
-  hwInfo->mappingIs(via(t2, 100), MplsDestHwInfo(2, IntfId::ethernet(2)));
+  answer(via(t1, 100), 1, 1);
+  answer(via(t2, 100), 2, 2);
   TraceCapture capture("FennEvpnVlanFloodSetSm/1");
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
-  addDest(*in, VlanId(10), bcast, mpls(t2, 100));
+  add(10, t1);
+  add(10, t2);
   std::string const text = capture.take();
   auto const programmedAt = text.find("  config is programmed in hardware");
   auto const notProgrammedAt = text.find("  config is not programmed in hardware");
   ASSERT_NE(programmedAt, std::string::npos) << text;
   ASSERT_NE(notProgrammedAt, std::string::npos) << text;
   EXPECT_LT(programmedAt, notProgrammedAt);
-  // The status changes nothing in the configuration.
   EXPECT_EQ(configOf(pair(10)).size(), 2u);
 }
 
-TEST_F(FloodSetSmTest, InitializationRebuildsTheOutputFromScratch) {
+TEST_F(FloodSetSmTest, InitializationRebuildsTheOutputAndReleaseWithdrawsIt) {
   sm = nullptr;
   MplsDestConfig const stale(t2, MplsLabel(9), HwTunnelId(), 0, IntfId());
   hwConfig->configIs(pair(30))->mplsDestConfigIs(stale);
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(1, IntfId::ethernet(1)));
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
+  answer(via(t1, 100), 1, 1);
+  add(10, t1);
 
   sm = Fenn::evpnVlanFloodSetSmFactory(in, tableReader, hwInfo, hwConfig, hwStatus);
-  addDest(*in, VlanId(11), bcast, mpls(t1, 100));
-  table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(t1, HwTunnelId(Fenn::hwTunnelIdTypeDefault, 3)));
+  add(11, t1);
+  hwTunnelIdIs(t1, id5);
   EXPECT_EQ(view(*hwConfig), (HwConfigView{{pair(30), {stale}}}));
 
   sm->initializedIs(true);
-  MplsDestConfig const config(t1, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeDefault, 3), 1,
-                              IntfId::ethernet(1));
-  EXPECT_EQ(view(*hwConfig), (HwConfigView{{pair(10), {config}}, {pair(11), {config}}}));
-}
-
-TEST_F(FloodSetSmTest, ReleasingTheStateMachineWithdrawsItsConfiguration) {
-  hwInfo->mappingIs(via(t1, 100), MplsDestHwInfo(1, IntfId::ethernet(1)));
-  addDest(*in, VlanId(10), bcast, mpls(t1, 100));
-  ASSERT_FALSE(hwConfig->config().empty());
+  EXPECT_EQ(view(*hwConfig),
+            (HwConfigView{{pair(10), {config(t1, 1, 1, id5)}}, {pair(11), {config(t1, 1, 1, id5)}}}));
   sm = nullptr;
   EXPECT_TRUE(hwConfig->config().empty());
   EXPECT_TRUE(hwStatus->status().empty());
@@ -269,14 +227,9 @@ TEST_F(FloodSetSmTest, ReleasingTheStateMachineWithdrawsItsConfiguration) {
 
 using FloodSetSmDeathTest = FloodSetSmTest;
 
-TEST_F(FloodSetSmDeathTest, NonMplsDestination) {
-  EXPECT_DEATH(addDest(*in, VlanId(10), bcast, Dest::intf(IntfId::ethernet(1))),
-               "assertion failed: dest.destType\\(\\) == L2Rib::destTypeMpls_");
-}
-
 TEST_F(FloodSetSmDeathTest, InvalidTunnelWithHardwareInformation) {
-  hwInfo->mappingIs(via(TunnelId::invalid(), 100), MplsDestHwInfo(1, IntfId::ethernet(1)));
-  EXPECT_DEATH(addDest(*in, VlanId(10), bcast, mpls(TunnelId::invalid(), 100)),
+  answer(via(TunnelId::invalid(), 100), 1, 1);
+  EXPECT_DEATH(add(10, TunnelId::invalid()),
                "assertion failed: tunnelId != Tunnel::TunnelTable::TunnelId::invalid\\(\\)");
 }
 
@@ -291,42 +244,22 @@ TEST_F(FloodSetSmTest, RandomChangesEndWhereAFreshStartDoes) {
   EthAddr const macs[] = {bcast, unknownUcast};
   auto randomVia = [&] { return via(tunnels[pick(3)], 100 + pick(2), pick(3) == 0 ? 0 : 10 + pick(3)); };
 
-  for (int step = 0; step < 4000; ++step) {
-    VlanId const vlan(10 + pick(3));
-    EthAddr const mac = macs[pick(2)];
-    Dest const dest = mpls(tunnels[pick(3)], 100 + pick(2));
-    switch (pick(12)) {
-      case 0:
-        in->vlanFloodSetDel(vlan);
-        break;
-      case 1:
-        if (auto* vfs = in->vlanFloodSet(vlan)) vfs->floodSetDel(mac);
-        break;
-      case 2:
-      case 3:
-        delDest(*in, vlan, mac, dest);
-        break;
-      case 4:
-      case 5:
-      case 6:
-        addDest(*in, vlan, mac, dest);
-        break;
-      case 7:
-        table->tunnelIdToHwTunnelIdIs(Fenn::TunnelIdToHwTunnelId(
-            tunnels[pick(3)], HwTunnelId(static_cast<Fenn::HwTunnelIdType>(pick(2)), pick(3))));
-        break;
-      case 8:
-        table->tunnelIdToHwTunnelIdDel(tunnels[pick(3)]);
-        break;
-      case 9:
-      case 10:
-        hwInfo->mappingIs(randomVia(), MplsDestHwInfo(pick(3), IntfId::ethernet(1 + pick(2))));
-        break;
-      default:
-        hwInfo->mappingDel(randomVia());
-        break;
-    }
-  }
+  auto const vlan = [&] { return VlanId(10 + pick(3)); };
+  auto const mac = [&] { return macs[pick(2)]; };
+  auto const dest = [&] { return mpls(tunnels[pick(3)], 100 + pick(2)); };
+  std::function<void()> const changes[] = {
+      [&] { addDest(*in, vlan(), mac(), dest()); },
+      [&] { delDest(*in, vlan(), mac(), dest()); },
+      [&] { answer(randomVia(), pick(3), 1 + pick(2)); },
+      [&] { hwInfo->mappingDel(randomVia()); },
+      [&] { in->vlanFloodSetDel(vlan()); },
+      [&] { in->vlanFloodSetIs(vlan())->floodSetDel(mac()); },
+      [&] { table->tunnelIdToHwTunnelIdDel(tunnels[pick(3)]); },
+      [&] {
+        hwTunnelIdIs(tunnels[pick(3)], HwTunnelId(static_cast<Fenn::HwTunnelIdType>(pick(2)), pick(3)));
+      }};
+  std::discrete_distribution<size_t> which({3, 2, 2, 1, 1, 1, 1, 1});
+  for (int step = 0; step < 4000; ++step) changes[which(rng)]();
 
   auto freshConfig = Fenn::evpnVlanFloodSetHwConfigFactory();
   auto freshSm = Fenn::evpnVlanFloodSetSmFactory(in, tableReader, hwInfo, freshConfig,

@@ -61,20 +61,16 @@ inline FloodSetOutputView view(L2Rib::FloodSetOutput const& out) {
 using HwConfigView = std::map<MacVlanPair, std::set<Fenn::MplsDestConfig>>;
 inline HwConfigView view(Fenn::EvpnVlanFloodSetHwConfig const& hw) {
   HwConfigView v;
-  for (auto const& [pair, config] : hw.config()) {
-    auto& set = v[pair];
-    set.insert(config->mplsDestConfig().begin(), config->mplsDestConfig().end());
-  }
+  for (auto const& [pair, config] : hw.config())
+    v[pair].insert(config->mplsDestConfig().begin(), config->mplsDestConfig().end());
   return v;
 }
 
 using HwStatusView = std::map<MacVlanPair, std::map<Fenn::MplsDestConfig, Fenn::HwProgrammingStatus>>;
 inline HwStatusView view(Fenn::EvpnVlanFloodSetHwStatus const& hw) {
   HwStatusView v;
-  for (auto const& [pair, status] : hw.status()) {
-    auto& map = v[pair];
-    for (auto const& [config, s] : status->mplsDestStatus()) map[config] = s;
-  }
+  for (auto const& [pair, status] : hw.status())
+    v[pair].insert(status->mplsDestStatus().begin(), status->mplsDestStatus().end());
   return v;
 }
 
