@@ -1,4 +1,4 @@
-// The simulated hardware's FEC answers: timing, withholding and removal.
+// The simulated hardware's FEC answers: timing, withholding, removal and retries.
 #include <gtest/gtest.h>
 
 #include "Keel/ManualClock.h"
@@ -7,18 +7,25 @@
 
 namespace {
 
+using Ostra::IntfId;
 using Vasp::Fib::FecId;
 
 class FecResponderTest : public ::testing::Test {
  protected:
-  void requestFec(FecId fecId, Ostra::IntfId intfId) {
-    Vasp::Fib::Fec fec(fecId);
+  // Requests FEC (11, index) with one via to `intfId`.
+  void requestFec(uint64_t index, IntfId intfId) {
+    Vasp::Fib::Fec fec(FecId(11, index));
     Vasp::Fib::Via via;
     via.intfIdIs(intfId);
     fec.viaIs(Vasp::Fib::ViaIndex(0), via);
     request->rowIs(fec);
   }
+  void withdraw(uint64_t index) { request->rowDel(FecId(11, index)); }
+  bool answered(uint64_t index) const { return response->rowHas(FecId(11, index)); }
+  Fenn::FecToHwFecId answer(uint64_t index) const { return response->row(FecId(11, index)); }
 
+  IntfId const tunnel5{"Tunnel5"};
+  IntfId const tunnel6{"Tunnel6"};
   Qor::Ptr<Keel::ManualClock> clock{new Keel::ManualClock};
   Qor::Ptr<Keel::TaskScheduler> scheduler{new Keel::TaskScheduler(clock)};
   Qor::Ptr<Keel::TimerWheel> wheel{new Keel::TimerWheel(scheduler)};
@@ -32,70 +39,65 @@ class FecResponderTest : public ::testing::Test {
 };
 
 TEST_F(FecResponderTest, AnswersAtOnceKeepingTheHardwareIdWhileTheAnswerStands) {
-  requestFec(FecId(11, 1), Ostra::IntfId("Tunnel5"));
-  requestFec(FecId(11, 2), Ostra::IntfId());
-  EXPECT_EQ(response->row(FecId(11, 1)), Fenn::FecToHwFecId(FecId(11, 1), 0x1000, Ostra::IntfId("Tunnel5")));
-  EXPECT_EQ(response->row(FecId(11, 2)), Fenn::FecToHwFecId(FecId(11, 2), 0x1001, Ostra::IntfId::cpu()));
-  requestFec(FecId(11, 1), Ostra::IntfId("Tunnel6"));
-  EXPECT_EQ(response->row(FecId(11, 1)).hwFecId(), 0x1000u);
-  EXPECT_EQ(response->row(FecId(11, 1)).intfId(), Ostra::IntfId("Tunnel6"));
-  request->rowDel(FecId(11, 1));
-  EXPECT_FALSE(response->rowHas(FecId(11, 1)));
-  requestFec(FecId(11, 1), Ostra::IntfId("Tunnel5"));
-  EXPECT_EQ(response->row(FecId(11, 1)).hwFecId(), 0x1002u);
+  requestFec(1, tunnel5);
+  requestFec(2, IntfId());
+  EXPECT_EQ(answer(1), Fenn::FecToHwFecId(FecId(11, 1), 0x1000, tunnel5));
+  EXPECT_EQ(answer(2), Fenn::FecToHwFecId(FecId(11, 2), 0x1001, IntfId::cpu()));
+  requestFec(1, tunnel6);
+  EXPECT_EQ(answer(1), Fenn::FecToHwFecId(FecId(11, 1), 0x1000, tunnel6));
+  withdraw(1);
+  EXPECT_FALSE(answered(1));
+  requestFec(1, tunnel5);
+  EXPECT_EQ(answer(1).hwFecId(), 0x1002u);
 }
 
 TEST_F(FecResponderTest, DelayedLookFollowsTheRequestAsItStandsThen) {
   responder->delayIs(2.0);
-  requestFec(FecId(11, 1), Ostra::IntfId("Tunnel5"));
+  requestFec(1, tunnel5);
   scheduler->advanceBy(1.0);
-  EXPECT_FALSE(response->rowHas(FecId(11, 1)));
-  requestFec(FecId(11, 1), Ostra::IntfId("Tunnel6"));
+  EXPECT_FALSE(answered(1));
+  requestFec(1, tunnel6);
   scheduler->advanceBy(1.0);
-  EXPECT_EQ(response->row(FecId(11, 1)).intfId(), Ostra::IntfId("Tunnel6"));
+  EXPECT_EQ(answer(1).intfId(), tunnel6);
   // A request that comes and goes within the delay is never answered.
-  requestFec(FecId(11, 2), Ostra::IntfId("Tunnel5"));
-  request->rowDel(FecId(11, 2));
-  request->rowDel(FecId(11, 1));
-  EXPECT_TRUE(response->rowHas(FecId(11, 1)));
+  requestFec(2, tunnel5);
+  withdraw(2);
+  withdraw(1);
+  EXPECT_TRUE(answered(1));
   scheduler->advanceBy(2.0);
   EXPECT_EQ(response->rowCount(), 0u);
   EXPECT_EQ(responder->pendingCount(), 0u);
 }
 
 TEST_F(FecResponderTest, WithheldAnswersComeWhenReleasedButRemovalsDoNotWait) {
-  requestFec(FecId(11, 1), Ostra::IntfId("Tunnel5"));
+  requestFec(1, tunnel5);
   responder->withholdIs(true);
-  requestFec(FecId(11, 2), Ostra::IntfId("Tunnel5"));
-  requestFec(FecId(11, 3), Ostra::IntfId("Tunnel5"));
-  request->rowDel(FecId(11, 1));
-  request->rowDel(FecId(11, 3));
-  EXPECT_FALSE(response->rowHas(FecId(11, 1)));
+  requestFec(2, tunnel5);
+  requestFec(3, tunnel5);
+  withdraw(1);
+  withdraw(3);
+  EXPECT_FALSE(answered(1));
+  EXPECT_FALSE(answered(2));
   EXPECT_EQ(responder->withheldCount(), 1u);
-  EXPECT_FALSE(response->rowHas(FecId(11, 2)));
   responder->withholdIs(false);
-  EXPECT_TRUE(response->rowHas(FecId(11, 2)));
+  EXPECT_TRUE(answered(2));
   EXPECT_EQ(response->rowCount(), 1u);
 }
 
-}  // namespace
-
-namespace {
-
 TEST_F(FecResponderTest, FailedProgrammingIsRetriedAfterTheRetryInterval) {
   responder->answerFaults().failNextIs(2);
-  requestFec(FecId(11, 1), Ostra::IntfId("Tunnel5"));
-  EXPECT_FALSE(response->rowHas(FecId(11, 1)));
+  requestFec(1, tunnel5);
+  EXPECT_FALSE(answered(1));
   scheduler->advanceBy(responder->retryInterval());  // fails again
-  EXPECT_FALSE(response->rowHas(FecId(11, 1)));
+  EXPECT_FALSE(answered(1));
   scheduler->advanceBy(responder->retryInterval());
-  EXPECT_TRUE(response->rowHas(FecId(11, 1)));
+  EXPECT_TRUE(answered(1));
   // A request withdrawn while its retry waits is never answered.
   responder->answerFaults().failNextIs(1);
-  requestFec(FecId(11, 2), Ostra::IntfId("Tunnel5"));
-  request->rowDel(FecId(11, 2));
+  requestFec(2, tunnel5);
+  withdraw(2);
   scheduler->advanceBy(responder->retryInterval());
-  EXPECT_FALSE(response->rowHas(FecId(11, 2)));
+  EXPECT_FALSE(answered(2));
   EXPECT_EQ(responder->answerFaults().failures(), 3u);
 }
 

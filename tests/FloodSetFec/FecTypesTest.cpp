@@ -25,8 +25,6 @@ Via tunnelVia(uint32_t label) {
 TEST(FecId, AdjacencyTypeAndIndexShareOneOrderedWord) {
   FecId const id(11, 5);
   EXPECT_EQ(id.value(), 0x0B00000000000005u);
-  EXPECT_EQ(id.adjType(), 11);
-  EXPECT_EQ(id.index(), 5u);
   // A FEC of a lower adjacency type orders first whatever its index.
   EXPECT_LT(FecId(7, FecId::indexMask), FecId(11, 0));
   EXPECT_NE(FecId(7, 1).hash(0), FecId(11, 1).hash(0));
