@@ -5,6 +5,7 @@
 // a zombie; zombies are exactly the published tunnels nothing needs; and FULL and NORMAL
 // alternate, starting with FULL. The seed is printed; FENN_SEED replays one.
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <random>
@@ -33,29 +34,17 @@ class HwTunnelIdRandomTest : public Harness {
     auto pick = [&](uint64_t n) { return std::uniform_int_distribution<uint64_t>(1, n)(rng); };
     uint64_t const t = pick(kTunnels);
     auto const seg = static_cast<uint32_t>(pick(kSegments));
-    switch (pick(7)) {
-      case 1:
-        floodInc(t);
-        break;
-      case 2:
-        if (remoteInfo->remoteTunnelIdHas(tunnel(t))) floodDec(t);
-        break;
-      case 3:
-        remoteInfo->remoteTunnelIdDel(tunnel(t));
-        break;
-      case 4:
-        addPeer(seg, t, static_cast<uint32_t>(pick(3)));  // a new peer, or a new label for one
-        break;
-      case 5:
-        if (evpnStatus->ethernetSegmentStatusHas(segment(seg))) delPeer(seg, t);
-        break;
-      case 6:
-        sharedLabel(seg, !es(seg)->sharedEsiLabel().valid());
-        break;
-      case 7:
-        evpnStatus->ethernetSegmentStatusDel(segment(seg));
-        break;
-    }
+    std::function<void()> const changes[] = {
+        [&] { floodInc(t); },
+        [&] {
+          if (remoteInfo->remoteTunnelIdHas(tunnel(t))) floodDec(t);
+        },
+        [&] { remoteInfo->remoteTunnelIdDel(tunnel(t)); },
+        [&] { addPeer(seg, t, static_cast<uint32_t>(pick(3))); },  // a new peer, or a new label for one
+        [&] { delPeer(seg, t); },
+        [&] { sharedLabel(seg, !es(seg)->sharedEsiLabel().valid()); },
+        [&] { evpnStatus->ethernetSegmentStatusDel(segment(seg)); }};
+    changes[pick(std::size(changes)) - 1]();
   }
 
   void drainReviews() {
