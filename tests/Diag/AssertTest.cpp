@@ -29,12 +29,9 @@ void assertInitialized(bool initialized) { QOR_ASSERT_TEXT(initialized, "initial
 int const kExprLine = __LINE__ + 1;
 void assertPositive(int count) { QOR_ASSERT(count > 0 && (count | 1) != 0); }
 
-TEST(AssertTest, TrueAssertionsPass) {
+TEST(AssertDeathTest, FailurePrintsTextPlaceAndAborts) {
   assertInitialized(true);
   assertPositive(1);
-}
-
-TEST(AssertDeathTest, FailurePrintsTextPlaceAndAborts) {
   EXPECT_DEATH(assertInitialized(false), exactly(failure("initialized()", kTextLine, "assertInitialized")));
   EXPECT_DEATH(assertPositive(0),
                exactly(failure("count > 0 && (count | 1) != 0", kExprLine, "assertPositive")));
