@@ -135,6 +135,27 @@ TEST_F(TaskSchedulerTest, RunUntilStepsTheClockThroughEachDueTime) {
   EXPECT_EQ(scheduler->nextDueTime(), 10.0);
 }
 
+// A timer task's latest delay decides its due time, but a pending immediate run is never
+// postponed.
+TEST_F(TaskSchedulerTest, SchedulingATimerTaskAgainMovesItsDueTimeUnlessARunIsDueNow) {
+  auto review = timer(5, "review");
+  EXPECT_EQ(review->dueTime(), Keel::neverDue);
+  review->scheduleTaskDelay(5);
+  review->scheduleTaskDelay(8);
+  EXPECT_EQ(review->dueTime(), 8.0);
+  scheduler->advanceBy(10);
+  review->scheduleTaskDelay(8);
+  review->scheduleTaskDelay(3);
+  scheduler->advanceBy(10);
+  review->scheduleTaskDelay(5);
+  review->scheduleTask();
+  review->scheduleTaskDelay(5);
+  EXPECT_EQ(review->dueTime(), 20.0);
+  scheduler->advanceBy(10);
+  EXPECT_EQ(log, (std::vector<std::string>{"review@8", "review@13", "review@20"}));
+  EXPECT_EQ(review->dueTime(), Keel::neverDue);
+}
+
 TEST_F(TaskSchedulerTest, SteppingTimeNeedsAManualClock) {
   Qor::Ptr<Keel::TaskScheduler> real(new Keel::TaskScheduler(Qor::Ptr<Keel::Clock>(new Keel::RealClock)));
   EXPECT_DEATH(real->advanceBy(1), "assertion failed: stepping time needs a manual clock");
