@@ -18,96 +18,32 @@ FecId indexToFecId(int64_t index) {
   return FecId(floodSetFecAdjType, static_cast<uint64_t>(index));
 }
 
-// Watches one MAC flood set's destinations.
-class EvpnFloodSetFecSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet, EvpnFloodSetFecSm> {
- public:
-  QorFloodSet(L2Rib::FloodSet const* floodSet, EvpnFloodSetFecSm* sm, Bridging::VlanId vlanId)
-      : ReactorOf(floodSet, sm), vlanId_(vlanId) {}
+// VLAN flood sets are followed only once initialized. A flood set that leaves the input
+// takes each destination it still holds with it, and so does a VLAN flood set that leaves:
+// its reactors keep the entities alive, so their last contents are still readable.
+// Processing only writes the state machine's own caches and outputs, never the input.
+struct EvpnFloodSetFecSm::FloodSetHooks : FloodSetHookDefaults {
+  using Sm = EvpnFloodSetFecSm;
+  static constexpr Qor::TraceHandle& traceHandle = qorTraceHandle_;
+  static constexpr char floodSetOutputTrace[] = "EvpnFloodSetFecSm::QorFloodSetOutput::";
+  static constexpr char vlanFloodSetTrace[] = "EvpnFloodSetFecSm::QorVlanFloodSet::";
+  static constexpr char floodSetTrace[] = "EvpnFloodSetFecSm::QorFloodSet::";
+  static constexpr bool followsOnlyOnceInitialized = true;
 
-  void onCreate() override { handleFloodSet(); }
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::FloodSet::destSetAttr) handleDestSet(Qor::keyAs<L2Rib::Dest>(key));
+  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
+                             L2Rib::Dest const& dest) {
+    sm.processMplsDest(vlanId, macAddr, dest);
   }
 
-  // The flood set has left the input: each destination it still holds is gone with it.
-  // The reactor keeps the entity alive, so its last contents are still readable here.
-  void handleFloodSetRemoved() {
-    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleFloodSetRemoved", " vlan: ", vlanId_,
-           " mac: ", notifier()->macAddr());
-    handleFloodSet();
+  static void vlanFloodSetRemoved(QorVlanFloodSet& reactor) {
+    QTRACE(8, vlanFloodSetTrace, "handleVlanFloodSetRemoved", " vlan: ", reactor.notifier()->vlanId());
+    for (auto const& [macAddr, floodSet] : reactor.floodSets()) floodSetRemoved(*floodSet);
   }
 
- private:
-  // Processing only writes the state machine's own caches and outputs, never the input,
-  // so walking destSet directly is safe.
-  void handleFloodSet() {
-    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_,
-           " mac: ", notifier()->macAddr());
-    for (auto const& dest : notifier()->destSet())
-      sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
-  }
-
-  void handleDestSet(L2Rib::Dest const& dest) {
-    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_,
-           " mac: ", notifier()->macAddr(), " dest: ", dest);
-    sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
-  }
-
-  Bridging::VlanId vlanId_;
-};
-
-// Keeps one QorFloodSet per MAC flood set of one VLAN.
-class EvpnFloodSetFecSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanFloodSet, EvpnFloodSetFecSm> {
- public:
-  using ReactorOf::ReactorOf;
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::VlanFloodSet::floodSetAttr) handleFloodSet(Qor::keyAs<Ostra::EthAddr>(key));
-  }
-
-  void handleVlanFloodSetRemoved() {
-    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSet::", "handleVlanFloodSetRemoved",
-           " vlan: ", notifier()->vlanId());
-    for (auto const& [macAddr, floodSet] : floodSet_) floodSet->handleFloodSetRemoved();
-  }
-
- private:
-  void handleFloodSet(Ostra::EthAddr macAddr) {
-    QTRACE(8, "EvpnFloodSetFecSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", notifier()->vlanId(),
-           " mac: ", macAddr);
-    if (L2Rib::FloodSet const* floodSet = notifier()->floodSet(macAddr)) {
-      floodSet_.add(macAddr, floodSet, sm(), notifier()->vlanId());
-    } else if (QorFloodSet* reactor = floodSet_.get(macAddr)) {
-      reactor->handleFloodSetRemoved();
-      floodSet_.del(macAddr);
-    }
-  }
-
-  Qor::ReactorMap<Ostra::EthAddr, QorFloodSet> floodSet_;
-};
-
-// Keeps one QorVlanFloodSet per VLAN flood set of the input, once initialized.
-class EvpnFloodSetFecSm::QorFloodSetOutput : public Qor::ReactorOf<L2Rib::FloodSetOutput, EvpnFloodSetFecSm> {
- public:
-  using ReactorOf::ReactorOf;
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::FloodSetOutput::vlanFloodSetAttr && sm()->initialized()) {
-      handleVlanFloodSet(Qor::keyAs<Bridging::VlanId>(key));
-    }
-  }
-
- private:
-  void handleVlanFloodSet(Bridging::VlanId vlanId) {
-    QTRACE(8, "EvpnFloodSetFecSm::QorFloodSetOutput::", "handleVlanFloodSet", " vlan: ", vlanId);
-    auto& reactors = sm()->vlanFloodSet_;
-    if (L2Rib::VlanFloodSet const* vlanFloodSet = notifier()->vlanFloodSet(vlanId)) {
-      reactors.add(vlanId, vlanFloodSet, sm());
-    } else if (QorVlanFloodSet* reactor = reactors.get(vlanId)) {
-      reactor->handleVlanFloodSetRemoved();
-      reactors.del(vlanId);
-    }
+  static void floodSetRemoved(QorFloodSet& reactor) {
+    QTRACE(8, floodSetTrace, "handleFloodSetRemoved", " vlan: ", reactor.vlanId(),
+           " mac: ", reactor.notifier()->macAddr());
+    reactor.handleFloodSet();
   }
 };
 
@@ -208,7 +144,6 @@ EvpnFloodSetFecSm::~EvpnFloodSetFecSm() {
   qorMplsFloodSetFecResponse_.reset();
   qorFloodSetOutput_.reset();
   qorVlanFloodSetHwStatus_.reset();
-  vlanFloodSet_.delAll();
   vlanFloodSetStatus_.delAll();
   for (auto const& [via, fecId] : mplsFloodSetViaCache()) {
     mplsFloodSetFecRequest_->rowDel(fecId);

@@ -22,6 +22,7 @@
 #include "Bridging/VlanId.h"
 #include "Fenn/FecIdToHwFecIdRequest.h"
 #include "Fenn/FecIdToHwFecIdResponse.h"
+#include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
 #include "FennEvpn/FennEvpnVlanFloodSetHw.h"
@@ -90,9 +91,11 @@ class EvpnFloodSetFecSm : public Qor::StateMachine {
   void handleInitialized() override;
 
  private:
-  class QorFloodSet;
-  class QorVlanFloodSet;
-  class QorFloodSetOutput;
+  // What a flood-set change means here: defined with the handlers.
+  struct FloodSetHooks;
+  using QorFloodSetOutput = FloodSetReactors<FloodSetHooks>::QorFloodSetOutput;
+  using QorVlanFloodSet = FloodSetReactors<FloodSetHooks>::QorVlanFloodSet;
+  using QorFloodSet = FloodSetReactors<FloodSetHooks>::QorFloodSet;
   class QorVlanFloodSetStatus;
   class QorVlanFloodSetHwStatus;
   class QorHwTunnelIdMapping;
@@ -125,7 +128,6 @@ class EvpnFloodSetFecSm : public Qor::StateMachine {
   Keel::NumAllocatorConfig numAllocatorConfig_;
   Qor::Ptr<Keel::NumAllocator> numAllocator_;
 
-  Qor::ReactorMap<Bridging::VlanId, QorVlanFloodSet> vlanFloodSet_;
   Qor::ReactorMap<Bridging::MacVlanPair, QorVlanFloodSetStatus> vlanFloodSetStatus_;
   std::unique_ptr<QorVlanFloodSetHwStatus> qorVlanFloodSetHwStatus_;
   std::unique_ptr<QorFloodSetOutput> qorFloodSetOutput_;

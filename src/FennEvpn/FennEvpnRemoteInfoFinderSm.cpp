@@ -9,80 +9,19 @@ namespace Fenn {
 
 using Tunnel::TunnelTable::TunnelId;
 
-// Watches one MAC flood set's destinations.
-class EvpnRemoteInfoFinderSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet, EvpnRemoteInfoFinderSm> {
- public:
-  QorFloodSet(L2Rib::FloodSet const* floodSet, EvpnRemoteInfoFinderSm* sm, Bridging::VlanId vlanId)
-      : ReactorOf(floodSet, sm), vlanId_(vlanId) {}
+// The reactors count from construction on. A flood set that leaves takes its reactor with
+// it without touching the counts: only a destination's removal from a watched flood set
+// counts down.
+struct EvpnRemoteInfoFinderSm::FloodSetHooks : FloodSetHookDefaults {
+  using Sm = EvpnRemoteInfoFinderSm;
+  static constexpr Qor::TraceHandle& traceHandle = qorTraceHandle_;
+  static constexpr char floodSetOutputTrace[] = "EvpnRemoteInfoFinderSm::QorFloodSetOutput::";
+  static constexpr char vlanFloodSetTrace[] = "EvpnRemoteInfoFinderSm::QorVlanFloodSet::";
+  static constexpr char floodSetTrace[] = "EvpnRemoteInfoFinderSm::QorFloodSet::";
 
-  void onCreate() override { handleFloodSet(); }
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::FloodSet::destSetAttr) handleDestSet(Qor::keyAs<L2Rib::Dest>(key));
-  }
-
- private:
-  // Counting only touches EvpnRemoteInfo, so walking destSet directly is safe.
-  void handleFloodSet() {
-    QTRACE(8, "EvpnRemoteInfoFinderSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_,
-           " mac: ", notifier()->macAddr());
-    for (auto const& dest : notifier()->destSet())
-      sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
-  }
-
-  void handleDestSet(L2Rib::Dest const& dest) {
-    QTRACE(8, "EvpnRemoteInfoFinderSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_,
-           " mac: ", notifier()->macAddr(), " dest: ", dest);
-    sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
-  }
-
-  Bridging::VlanId vlanId_;
-};
-
-// Keeps one QorFloodSet per MAC flood set of one VLAN.
-class EvpnRemoteInfoFinderSm::QorVlanFloodSet
-    : public Qor::ReactorOf<L2Rib::VlanFloodSet, EvpnRemoteInfoFinderSm> {
- public:
-  using ReactorOf::ReactorOf;
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::VlanFloodSet::floodSetAttr) handleFloodSet(Qor::keyAs<Ostra::EthAddr>(key));
-  }
-
- private:
-  // A flood set that leaves takes its reactor with it without touching the counts: only a
-  // destination's removal from a watched flood set counts down.
-  void handleFloodSet(Ostra::EthAddr macAddr) {
-    QTRACE(8, "EvpnRemoteInfoFinderSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", notifier()->vlanId(),
-           " mac: ", macAddr);
-    if (L2Rib::FloodSet const* floodSet = notifier()->floodSet(macAddr)) {
-      floodSet_.add(macAddr, floodSet, sm(), notifier()->vlanId());
-    } else {
-      floodSet_.del(macAddr);
-    }
-  }
-
-  Qor::ReactorMap<Ostra::EthAddr, QorFloodSet> floodSet_;
-};
-
-// Keeps one QorVlanFloodSet per VLAN flood set of the input.
-class EvpnRemoteInfoFinderSm::QorFloodSetOutput
-    : public Qor::ReactorOf<L2Rib::FloodSetOutput, EvpnRemoteInfoFinderSm> {
- public:
-  using ReactorOf::ReactorOf;
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::FloodSetOutput::vlanFloodSetAttr) handleVlanFloodSet(Qor::keyAs<Bridging::VlanId>(key));
-  }
-
- private:
-  void handleVlanFloodSet(Bridging::VlanId vlanId) {
-    QTRACE(8, "EvpnRemoteInfoFinderSm::QorFloodSetOutput::", "handleVlanFloodSet", " vlan: ", vlanId);
-    if (L2Rib::VlanFloodSet const* vlanFloodSet = notifier()->vlanFloodSet(vlanId)) {
-      sm()->vlanFloodSet_.add(vlanId, vlanFloodSet, sm());
-    } else {
-      sm()->vlanFloodSet_.del(vlanId);
-    }
+  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
+                             L2Rib::Dest const& dest) {
+    sm.processMplsDest(vlanId, macAddr, dest);
   }
 };
 

@@ -10,10 +10,10 @@
 #include <string_view>
 
 #include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnRemoteInfo.h"
 #include "L2Rib/FloodSetOutput.h"
 #include "Ostra/EthAddr.h"
-#include "Qor/Collection.h"
 #include "Qor/StateMachine.h"
 
 namespace Fenn {
@@ -29,9 +29,11 @@ class EvpnRemoteInfoFinderSm : public Qor::StateMachine {
   EvpnRemoteInfo* remoteInfo() const noexcept { return remoteInfo_.get(); }
 
  private:
-  class QorFloodSet;
-  class QorVlanFloodSet;
-  class QorFloodSetOutput;
+  // What a flood-set change means here: defined with the handlers.
+  struct FloodSetHooks;
+  using QorFloodSetOutput = FloodSetReactors<FloodSetHooks>::QorFloodSetOutput;
+  using QorVlanFloodSet = FloodSetReactors<FloodSetHooks>::QorVlanFloodSet;
+  using QorFloodSet = FloodSetReactors<FloodSetHooks>::QorFloodSet;
 
   // The one place where counts change.
   void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest);
@@ -39,7 +41,6 @@ class EvpnRemoteInfoFinderSm : public Qor::StateMachine {
 
   Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;
   Qor::Ptr<EvpnRemoteInfo> remoteInfo_;
-  Qor::ReactorMap<Bridging::VlanId, QorVlanFloodSet> vlanFloodSet_;
   std::unique_ptr<QorFloodSetOutput> qorFloodSetOutput_;
 };
 

@@ -9,109 +9,29 @@ namespace Fenn {
 
 // The reactors keep one reactor per input VLAN flood set and flood set from construction
 // on, but hand work to the state machine only once it is initialized: handleInitialized
-// reconciles everything that happened before. A new per-element reactor does not walk
-// its element; the handler that created it processes the element as a whole.
+// reconciles everything that happened before. A new or removed VLAN flood set or flood set
+// is processed as a whole, and so is a flood set whose type changed: re-adding its
+// matching destinations refreshes the output's flood-set type.
+struct VlanFloodSetFilterSm::FloodSetHooks : FloodSetHookDefaults {
+  using Sm = VlanFloodSetFilterSm;
+  static constexpr Qor::TraceHandle& traceHandle = qorTraceHandle_;
+  static constexpr char floodSetOutputTrace[] = "VlanFloodSetFilterSm::QorInFloodSetOutput::";
+  static constexpr char vlanFloodSetTrace[] = "VlanFloodSetFilterSm::QorVlanFloodSet::";
+  static constexpr char floodSetTrace[] = "VlanFloodSetFilterSm::QorFloodSet::";
+  static constexpr bool wholeElements = true;
 
-// Watches one input flood set: its type (the flood set as a whole) and its destinations.
-class VlanFloodSetFilterSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet, VlanFloodSetFilterSm> {
- public:
-  QorFloodSet(L2Rib::FloodSet const* floodSet, VlanFloodSetFilterSm* sm, Bridging::VlanId vlanId)
-      : ReactorOf(floodSet, sm), vlanId_(vlanId) {}
-
-  void onCreate() override {}
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    switch (id) {
-      case L2Rib::FloodSet::floodSetTypeAttr:
-        handleFloodSet();
-        break;
-      case L2Rib::FloodSet::destSetAttr:
-        handleDestSet(Qor::keyAs<L2Rib::Dest>(key));
-        break;
-    }
+  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
+                             L2Rib::Dest const& dest) {
+    if (sm.initialized()) sm.processDest(vlanId, macAddr, dest);
   }
-
- private:
-  // Re-adding the matching destinations refreshes the output's flood-set type.
-  void handleFloodSet() {
-    QTRACE(8, "VlanFloodSetFilterSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_,
-           " mac: ", notifier()->macAddr());
-    if (sm()->initialized()) sm()->processFloodSet(vlanId_, notifier()->macAddr());
+  static void sourceChanged(Sm& sm) {
+    if (sm.initialized()) sm.handleSource();
   }
-
-  void handleDestSet(L2Rib::Dest const& dest) {
-    QTRACE(8, "VlanFloodSetFilterSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_,
-           " mac: ", notifier()->macAddr(), " dest: ", dest);
-    if (sm()->initialized()) sm()->processDest(vlanId_, notifier()->macAddr(), dest);
+  static void vlanFloodSetChanged(Sm& sm, Bridging::VlanId vlanId) {
+    if (sm.initialized()) sm.processVlanFloodSet(vlanId);
   }
-
-  Bridging::VlanId vlanId_;
-};
-
-// Keeps one QorFloodSet per flood set of one input VLAN flood set.
-class VlanFloodSetFilterSm::QorVlanFloodSet
-    : public Qor::ReactorOf<L2Rib::VlanFloodSet, VlanFloodSetFilterSm> {
- public:
-  using ReactorOf::ReactorOf;
-
-  void onCreate() override {
-    for (auto const& [macAddr, floodSet] : notifier()->floodSet())
-      floodSet_.add(macAddr, floodSet.get(), sm(), vlanId());
-  }
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::VlanFloodSet::floodSetAttr) handleFloodSet(Qor::keyAs<Ostra::EthAddr>(key));
-  }
-
- private:
-  Bridging::VlanId vlanId() const noexcept { return notifier()->vlanId(); }
-
-  void handleFloodSet(Ostra::EthAddr const& macAddr) {
-    QTRACE(8, "VlanFloodSetFilterSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", vlanId(),
-           " mac: ", macAddr);
-    if (L2Rib::FloodSet const* floodSet = notifier()->floodSet(macAddr)) {
-      floodSet_.add(macAddr, floodSet, sm(), vlanId());
-    } else {
-      floodSet_.del(macAddr);
-    }
-    if (sm()->initialized()) sm()->processFloodSet(vlanId(), macAddr);
-  }
-
-  Qor::ReactorMap<Ostra::EthAddr, QorFloodSet> floodSet_;
-};
-
-// Watches the input's source and keeps one QorVlanFloodSet per input VLAN flood set.
-class VlanFloodSetFilterSm::QorInFloodSetOutput
-    : public Qor::ReactorOf<L2Rib::FloodSetOutput, VlanFloodSetFilterSm> {
- public:
-  using ReactorOf::ReactorOf;
-
-  void onCreate() override {
-    for (auto const& [vlanId, vlanFloodSet] : notifier()->vlanFloodSet()) {
-      sm()->vlanFloodSet_.add(vlanId, vlanFloodSet.get(), sm());
-    }
-  }
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    switch (id) {
-      case L2Rib::FloodSetOutput::sourceAttr:
-        if (sm()->initialized()) sm()->handleSource();
-        break;
-      case L2Rib::FloodSetOutput::vlanFloodSetAttr:
-        handleVlanFloodSet(Qor::keyAs<Bridging::VlanId>(key));
-        break;
-    }
-  }
-
- private:
-  void handleVlanFloodSet(Bridging::VlanId vlanId) {
-    QTRACE(8, "VlanFloodSetFilterSm::QorInFloodSetOutput::", "handleVlanFloodSet", " vlan: ", vlanId);
-    if (L2Rib::VlanFloodSet const* vlanFloodSet = notifier()->vlanFloodSet(vlanId)) {
-      sm()->vlanFloodSet_.add(vlanId, vlanFloodSet, sm());
-    } else {
-      sm()->vlanFloodSet_.del(vlanId);
-    }
-    if (sm()->initialized()) sm()->processVlanFloodSet(vlanId);
+  static void floodSetChanged(Sm& sm, Bridging::VlanId vlanId, Ostra::EthAddr macAddr) {
+    if (sm.initialized()) sm.processFloodSet(vlanId, macAddr);
   }
 };
 
@@ -126,7 +46,6 @@ VlanFloodSetFilterSm::VlanFloodSetFilterSm(L2Rib::DestType destType,
 
 VlanFloodSetFilterSm::~VlanFloodSetFilterSm() {
   qorInFloodSetOutput_.reset();
-  vlanFloodSet_.delAll();
   outFloodSetOutput_->vlanFloodSetDelAll();
 }
 

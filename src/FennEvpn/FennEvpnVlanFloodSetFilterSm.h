@@ -10,10 +10,10 @@
 #include <string_view>
 
 #include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "L2Rib/DestType.h"
 #include "L2Rib/FloodSetOutput.h"
 #include "Ostra/EthAddr.h"
-#include "Qor/Collection.h"
 #include "Qor/StateMachine.h"
 
 namespace Fenn {
@@ -34,9 +34,11 @@ class VlanFloodSetFilterSm : public Qor::StateMachine {
   void handleInitialized() override;
 
  private:
-  class QorFloodSet;
-  class QorVlanFloodSet;
-  class QorInFloodSetOutput;
+  // What an input change means here: defined with the handlers.
+  struct FloodSetHooks;
+  using QorInFloodSetOutput = FloodSetReactors<FloodSetHooks>::QorFloodSetOutput;
+  using QorVlanFloodSet = FloodSetReactors<FloodSetHooks>::QorVlanFloodSet;
+  using QorFloodSet = FloodSetReactors<FloodSetHooks>::QorFloodSet;
 
   void handleSource();
   void processVlanFloodSet(Bridging::VlanId vlanId);
@@ -49,7 +51,6 @@ class VlanFloodSetFilterSm : public Qor::StateMachine {
   L2Rib::DestType destType_;
   Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput_;
   Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput_;
-  Qor::ReactorMap<Bridging::VlanId, QorVlanFloodSet> vlanFloodSet_;
   std::unique_ptr<QorInFloodSetOutput> qorInFloodSetOutput_;
 };
 

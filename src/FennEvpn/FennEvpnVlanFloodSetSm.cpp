@@ -8,94 +8,31 @@ QOR_TRACE_SOURCE("/src/FennEvpn/FennEvpnVlanFloodSetSm")
 namespace Fenn {
 
 // The flood-set reactors exist from construction on but hand work to the state machine
-// only once it is initialized; handleInitialized then processes every destination.
+// only once it is initialized; handleInitialized then processes every destination. A flood
+// set or VLAN flood set that leaves still holds the destinations last seen in it (its
+// reactor keeps it alive), which are then processed as removed.
+struct EvpnVlanFloodSetSm::FloodSetHooks : FloodSetHookDefaults {
+  using Sm = EvpnVlanFloodSetSm;
+  static constexpr Qor::TraceHandle& traceHandle = qorTraceHandle_;
+  static constexpr char floodSetOutputTrace[] = "EvpnVlanFloodSetSm::QorFloodSetOutput::";
+  static constexpr char vlanFloodSetTrace[] = "EvpnVlanFloodSetSm::QorVlanFloodSet::";
+  static constexpr char floodSetTrace[] = "EvpnVlanFloodSetSm::QorFloodSet::";
 
-// Watches one flood set's destinations. Created for a flood set that appeared, it
-// processes all of them, as if each had just been added.
-class EvpnVlanFloodSetSm::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodSet, EvpnVlanFloodSetSm> {
- public:
-  QorFloodSet(L2Rib::FloodSet const* floodSet, EvpnVlanFloodSetSm* sm, Bridging::VlanId vlanId)
-      : ReactorOf(floodSet, sm), vlanId_(vlanId) {}
-
-  void onCreate() override { handleFloodSet(); }
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::FloodSet::destSetAttr) handleDestSet(Qor::keyAs<L2Rib::Dest>(key));
+  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
+                             L2Rib::Dest const& dest) {
+    if (sm.initialized()) sm.processMplsDest(vlanId, macAddr, dest);
   }
 
- private:
-  void handleFloodSet() {
-    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSet::", "handleFloodSet", " vlan: ", vlanId_,
-           " mac: ", notifier()->macAddr());
-    if (sm()->initialized()) sm()->processFloodSetDests(vlanId_, *notifier());
+  static void vlanFloodSetRemoved(QorVlanFloodSet& reactor) {
+    Sm& sm = *reactor.sm();
+    if (!sm.initialized()) return;
+    for (auto const& [macAddr, floodSet] : reactor.notifier()->floodSet())
+      sm.processFloodSetDests(reactor.notifier()->vlanId(), *floodSet);
   }
 
-  void handleDestSet(L2Rib::Dest const& dest) {
-    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSet::", "handleDestSet", " vlan: ", vlanId_,
-           " mac: ", notifier()->macAddr(), " dest: ", dest);
-    if (sm()->initialized()) sm()->processMplsDest(vlanId_, notifier()->macAddr(), dest);
-  }
-
-  Bridging::VlanId vlanId_;
-};
-
-// Keeps one QorFloodSet per flood set of one VLAN. A flood set that leaves still holds the
-// destinations last seen in it (its reactor keeps it alive), which are then processed as
-// removed.
-class EvpnVlanFloodSetSm::QorVlanFloodSet : public Qor::ReactorOf<L2Rib::VlanFloodSet, EvpnVlanFloodSetSm> {
- public:
-  using ReactorOf::ReactorOf;
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::VlanFloodSet::floodSetAttr) handleFloodSet(Qor::keyAs<Ostra::EthAddr>(key));
-  }
-
-  // Processes every destination of every flood set of this VLAN (all now removed).
-  void processRemoved() {
-    for (auto const& [macAddr, floodSet] : notifier()->floodSet()) {
-      sm()->processFloodSetDests(notifier()->vlanId(), *floodSet);
-    }
-  }
-
- private:
-  void handleFloodSet(Ostra::EthAddr const& macAddr) {
-    QTRACE(8, "EvpnVlanFloodSetSm::QorVlanFloodSet::", "handleFloodSet", " vlan: ", notifier()->vlanId(),
-           " mac: ", macAddr);
-    if (L2Rib::FloodSet const* floodSet = notifier()->floodSet(macAddr)) {
-      floodSet_.add(macAddr, floodSet, sm(), notifier()->vlanId());
-      return;
-    }
-    QorFloodSet const* reactor = floodSet_.get(macAddr);
-    if (!reactor) return;
-    Qor::Ptr<L2Rib::FloodSet const> const removed(reactor->notifier());
-    floodSet_.del(macAddr);
-    if (sm()->initialized()) sm()->processFloodSetDests(notifier()->vlanId(), *removed);
-  }
-
-  Qor::ReactorMap<Ostra::EthAddr, QorFloodSet> floodSet_;
-};
-
-// Keeps one QorVlanFloodSet per VLAN flood set of the input.
-class EvpnVlanFloodSetSm::QorFloodSetOutput
-    : public Qor::ReactorOf<L2Rib::FloodSetOutput, EvpnVlanFloodSetSm> {
- public:
-  using ReactorOf::ReactorOf;
-
-  void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == L2Rib::FloodSetOutput::vlanFloodSetAttr) handleVlanFloodSet(Qor::keyAs<Bridging::VlanId>(key));
-  }
-
- private:
-  void handleVlanFloodSet(Bridging::VlanId vlanId) {
-    QTRACE(8, "EvpnVlanFloodSetSm::QorFloodSetOutput::", "handleVlanFloodSet", " vlan: ", vlanId);
-    if (L2Rib::VlanFloodSet const* vlanFloodSet = notifier()->vlanFloodSet(vlanId)) {
-      sm()->vlanFloodSet_.add(vlanId, vlanFloodSet, sm());
-      return;
-    }
-    QorVlanFloodSet* reactor = sm()->vlanFloodSet_.get(vlanId);
-    if (!reactor) return;
-    if (sm()->initialized()) reactor->processRemoved();
-    sm()->vlanFloodSet_.del(vlanId);
+  static void floodSetRemoved(QorFloodSet& reactor) {
+    Sm& sm = *reactor.sm();
+    if (sm.initialized()) sm.processFloodSetDests(reactor.vlanId(), *reactor.notifier());
   }
 };
 
@@ -175,7 +112,6 @@ EvpnVlanFloodSetSm::~EvpnVlanFloodSetSm() {
   // Silence the inputs first: clearing the output may echo back through the hardware
   // status, and nothing of this state machine should run while it is being torn down.
   qorFloodSetOutput_.reset();
-  vlanFloodSet_.delAll();
   qorHwTunnelIdMapping_.reset();
   qorHwInfoMapping_.reset();
   qorVlanFloodSetHwStatus_.reset();

@@ -16,6 +16,7 @@
 
 #include "Bridging/MacVlanPair.h"
 #include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
 #include "FennEvpn/FennEvpnVlanFloodSetHw.h"
@@ -54,9 +55,11 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine {
   void handleInitialized() override;
 
  private:
-  class QorFloodSet;
-  class QorVlanFloodSet;
-  class QorFloodSetOutput;
+  // What a flood-set change means here: defined with the handlers.
+  struct FloodSetHooks;
+  using QorFloodSetOutput = FloodSetReactors<FloodSetHooks>::QorFloodSetOutput;
+  using QorVlanFloodSet = FloodSetReactors<FloodSetHooks>::QorVlanFloodSet;
+  using QorFloodSet = FloodSetReactors<FloodSetHooks>::QorFloodSet;
   class QorHwTunnelIdMapping;
   class QorHwInfoMapping;
   class QorVlanFloodSetStatus;
@@ -83,7 +86,6 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine {
   Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig_;
   Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus_;
 
-  Qor::ReactorMap<Bridging::VlanId, QorVlanFloodSet> vlanFloodSet_;
   Qor::ReactorMap<Bridging::MacVlanPair, QorVlanFloodSetStatus> vlanFloodSetStatus_;
   std::unique_ptr<QorFloodSetOutput> qorFloodSetOutput_;
   std::unique_ptr<QorHwTunnelIdMapping> qorHwTunnelIdMapping_;
