@@ -1,6 +1,6 @@
-// The whole flood-set path (remote tunnel counts, hardware tunnel IDs, MPLS filter, FEC
-// requests answered at once by the simulated FEC responder, flood-set configuration and
-// its simulated programming), driven the way the layer-2 RIB drives it:
+// The whole flood-set path of the simulated switch (remote tunnel counts, hardware tunnel
+// IDs, MPLS filter, FEC requests answered at once by the simulated FEC responder, flood-set
+// configuration and its simulated programming), driven the way the layer-2 RIB drives it:
 //  - BM_AddDestinations/<vlans>: every VLAN floods to 16 remote tunnels through 3 flood
 //    MACs (broadcast, unknown unicast, unknown multicast), each remote PE advertising one
 //    label per VLAN, so every (tunnel, VLAN) is a via of its own (65,504 FECs at 4094
@@ -19,7 +19,7 @@
 #include <new>
 #include <vector>
 
-#include "../tests/FloodSetPath/FloodSetPath.h"
+#include "sim/Switch.h"
 
 namespace {
 
@@ -52,7 +52,6 @@ void operator delete[](void* p, size_t) noexcept { release(p); }
 namespace {
 
 using Fenn::TunnelId;
-using FloodSetPathTest::FloodSetPath;
 
 constexpr uint64_t tunnelCount = 16;
 Ostra::EthAddr const floodMacs[] = {Ostra::EthAddr::broadcast(), Ostra::EthAddr(0x010000000001),
@@ -98,7 +97,7 @@ void BM_AddDestinations(benchmark::State& state) {
       auto l2Rib = L2Rib::floodSetOutputFactory();
       auto evpnStatus = Evpn::evpnStatusFactory();
       Population population(*l2Rib, vlans);
-      FloodSetPath path("bench", l2Rib, evpnStatus);
+      Sim::Switch sw(Sim::HardwareConfig{}, "bench", {l2Rib, evpnStatus});
       destinations = population.destinations();
       size_t const before = liveBytes;
       peakBytes = liveBytes;
@@ -106,7 +105,8 @@ void BM_AddDestinations(benchmark::State& state) {
       population.fill();
       state.PauseTiming();
       bytesPerDestination = double(peakBytes - before) / double(destinations);
-      if (path.hwStatus->status().size() != vlans * 3) state.SkipWithError("flood sets not programmed");
+      if (sw.floodSetHwStatus()->status().size() != vlans * 3)
+        state.SkipWithError("flood sets not programmed");
     }
     state.ResumeTiming();
   }
@@ -124,7 +124,7 @@ void BM_HwTunnelIdChange(benchmark::State& state) {
   segment->remoteEsiLabelIs(Ostra::IntfId::dynamicTunnel(tunnel(0)),
                             Evpn::EncapTypeLabel::mpls(Ostra::MplsLabel(600)));
   Population population(*l2Rib, 4094);
-  FloodSetPath path("bench", l2Rib, evpnStatus);
+  Sim::Switch sw(Sim::HardwareConfig{}, "bench", {l2Rib, evpnStatus});
   population.fill();
   int64_t const reconfigured = population.destinations() / int64_t(tunnelCount);
   bool shared = false;
@@ -132,7 +132,7 @@ void BM_HwTunnelIdChange(benchmark::State& state) {
     shared = !shared;
     segment->sharedEsiLabelIs(Evpn::SharedEsiLabel(Ostra::MplsLabel(500), shared));
   }
-  Fenn::HwTunnelId const now = path.hwTunnelIdMapping->tunnelIdToHwTunnelId(tunnel(0)).hwTunnelId();
+  Fenn::HwTunnelId const now = sw.tunnelIdToHwTunnelId()->tunnelIdToHwTunnelId(tunnel(0)).hwTunnelId();
   if (now.type() != (shared ? Fenn::hwTunnelIdTypeSharedEs : Fenn::hwTunnelIdTypeDefault)) {
     state.SkipWithError("the tunnel did not change pools");
   }

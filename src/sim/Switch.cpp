@@ -26,13 +26,14 @@ constexpr char const* fecResponseTable = "mplsFloodSetFecResponse";
 //
 // Every state machine is created first and marked initialized afterwards, producers before
 // consumers, so that each one's first full pass sees its inputs attached.
-Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix)
+Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, ControlPlane const& controlPlane)
     : clock_(new Keel::ManualClock),
       scheduler_(new Keel::TaskScheduler(clock_)),
       timerWheel_(new Keel::TimerWheel(scheduler_)),
       commonSmData_(Fenn::fennCommonSmDataFactory()),
-      floodSetOutput_(L2Rib::floodSetOutputFactory()),
-      evpnStatus_(Evpn::evpnStatusFactory()),
+      floodSetOutput_(controlPlane.floodSetOutput ? controlPlane.floodSetOutput
+                                                  : L2Rib::floodSetOutputFactory()),
+      evpnStatus_(controlPlane.evpnStatus ? controlPlane.evpnStatus : Evpn::evpnStatusFactory()),
       remoteInfo_(Fenn::evpnRemoteInfoFactory()),
       tunnelIdToHwTunnelId_(Fenn::tunnelIdToHwTunnelIdMappingFactory(tablePrefix + Qor::String(tunnelTable))),
       tunnelIdToHwTunnelIdReader_(
@@ -145,6 +146,11 @@ void Switch::fecResponseDelayIs(double seconds) { fecResponder_->delayIs(seconds
 
 void Switch::fecResponsesWithheldIs(bool withheld) {
   fecResponder_->withholdIs(withheld);
+  settle();
+}
+
+void Switch::floodSetProgrammingPausedIs(bool paused) {
+  floodSetProgrammer_->pausedIs(paused);
   settle();
 }
 

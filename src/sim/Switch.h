@@ -40,6 +40,14 @@ struct HardwareConfig {
   uint32_t floodSetCapacity = UINT32_MAX;  // programmed flood-set entries the chip holds
 };
 
+// The control plane's side: what it writes. A switch opens its own unless it is given
+// them, so that several switches can share one control plane (a switch built on inputs that
+// are already final is the reference for one that followed every change).
+struct ControlPlane {
+  Qor::Ptr<L2Rib::FloodSetOutput> floodSetOutput;
+  Qor::Ptr<Evpn::EvpnStatus> evpnStatus;
+};
+
 enum class FaultTarget { hwTunnelIdAllocation, fecResponse, floodSetProgramming };
 
 // What the hardware models hold, in a canonical order, for show, expect, JSON and
@@ -82,7 +90,8 @@ class Switch {
  public:
   // Shared tables are opened under their usual names, prefixed by `tablePrefix`, so several
   // simulated switches can live in one process.
-  explicit Switch(HardwareConfig const& config, Qor::String const& tablePrefix = "");
+  explicit Switch(HardwareConfig const& config, Qor::String const& tablePrefix = "",
+                  ControlPlane const& controlPlane = {});
   ~Switch();
   Switch(Switch const&) = delete;
   Switch& operator=(Switch const&) = delete;
@@ -101,7 +110,11 @@ class Switch {
   // Hardware.
   void hwTunnelIdPoolSizeIs(Fenn::HwTunnelIdType type, uint32_t size);
   void fecResponseDelayIs(double seconds);
+  bool fecResponsesWithheld() const { return fecResponder_->withhold(); }
   void fecResponsesWithheldIs(bool withheld);
+  // Paused, the hardware only remembers configuration changes; unpausing programs them.
+  bool floodSetProgrammingPaused() const { return floodSetProgrammer_->paused(); }
+  void floodSetProgrammingPausedIs(bool paused);
   void floodSetCapacityIs(uint32_t capacity);
   FaultInjector& faults(FaultTarget target);
 
@@ -112,6 +125,18 @@ class Switch {
 
   HardwareState state() const;
   uint64_t hwTunnelIdBadReleases() const { return hwTunnelIdPools_->badReleaseCount(); }
+
+  // What the library publishes and keeps, as it stands, for tests and benchmarks.
+  Fenn::EvpnRemoteInfo const* remoteInfo() const { return remoteInfo_.get(); }
+  Fenn::TunnelIdToHwTunnelIdMapping const* tunnelIdToHwTunnelId() const {
+    return tunnelIdToHwTunnelId_.get();
+  }
+  Fenn::FecIdToHwFecIdRequest const* fecRequest() const { return fecRequest_.get(); }
+  Fenn::FecIdToHwFecIdResponse const* fecResponse() const { return fecResponse_.get(); }
+  Fenn::HwInfoMapping const* hwInfoMapping() const { return hwInfoMapping_.get(); }
+  Fenn::EvpnVlanFloodSetHwConfig const* floodSetHwConfig() const { return floodSetHwConfig_.get(); }
+  Fenn::EvpnVlanFloodSetHwStatus const* floodSetHwStatus() const { return floodSetHwStatus_.get(); }
+  Fenn::EvpnFloodSetFecSm const* floodSetFecSm() const { return floodSetFecSm_.get(); }
 
  private:
   // Platform.

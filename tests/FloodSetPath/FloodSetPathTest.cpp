@@ -5,12 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "FloodSetPath/FloodSetPath.h"
+#include "sim/Switch.h"
 
 namespace {
 
 using Fenn::TunnelId;
-using FloodSetPathTest::FloodSetPath;
 
 // Writes `name` into a shared log on every notification of one attribute.
 class Recorder : public Qor::Reactor {
@@ -30,9 +29,7 @@ class Recorder : public Qor::Reactor {
 
 class FloodSetPathEndToEnd : public ::testing::Test {
  protected:
-  Qor::Ptr<L2Rib::FloodSetOutput> l2Rib = L2Rib::floodSetOutputFactory();
-  Qor::Ptr<Evpn::EvpnStatus> evpnStatus = Evpn::evpnStatusFactory();
-  FloodSetPath path{"e2e", l2Rib, evpnStatus};
+  Sim::Switch sw{Sim::HardwareConfig{}, "e2e"};
 
   TunnelId const tunnel{Tunnel::tunnelTypeLdp, 1};
   L2Rib::Dest const dest = L2Rib::Dest::mpls(tunnel, Ostra::MplsLabel(1000));
@@ -42,53 +39,53 @@ class FloodSetPathEndToEnd : public ::testing::Test {
 };
 
 TEST_F(FloodSetPathEndToEnd, MplsDestinationBecomesAProgrammedFloodSetEntry) {
-  path.responder->delayIs(1.0);
-  l2Rib->vlanFloodSetIs(vlan)->floodSetIs(Ostra::EthAddr::broadcast())->destSetIs(dest);
+  sw.fecResponseDelayIs(1.0);
+  sw.destIs(vlan, Ostra::EthAddr::broadcast(), dest);
 
-  EXPECT_EQ(path.remoteInfo->remoteTunnelId(tunnel), 1u);
-  Fenn::HwTunnelId const hwTunnelId = path.hwTunnelIdMapping->tunnelIdToHwTunnelId(tunnel).hwTunnelId();
+  EXPECT_EQ(sw.remoteInfo()->remoteTunnelId(tunnel), 1u);
+  Fenn::HwTunnelId const hwTunnelId = sw.tunnelIdToHwTunnelId()->tunnelIdToHwTunnelId(tunnel).hwTunnelId();
   EXPECT_TRUE(hwTunnelId.valid());
-  Vasp::Fib::FecId const fecId = path.fecSm->mplsFloodSetViaCache(via);
-  EXPECT_TRUE(path.request->rowHas(fecId));
+  Vasp::Fib::FecId const fecId = sw.floodSetFecSm()->mplsFloodSetViaCache(via);
+  EXPECT_TRUE(sw.fecRequest()->rowHas(fecId));
   // Until the hardware answers, the destination cannot be configured.
-  EXPECT_EQ(path.hwConfig->config(pair), nullptr);
+  EXPECT_EQ(sw.floodSetHwConfig()->config(pair), nullptr);
 
-  path.runFor(1.0);
-  Fenn::FecToHwFecId const answer = path.response->row(fecId);
-  EXPECT_EQ(path.hwInfo->mapping(via), Fenn::MplsDestHwInfo(answer.hwFecId(), answer.intfId()));
+  sw.advance(1.0);
+  Fenn::FecToHwFecId const answer = sw.fecResponse()->row(fecId);
+  EXPECT_EQ(sw.hwInfoMapping()->mapping(via), Fenn::MplsDestHwInfo(answer.hwFecId(), answer.intfId()));
   Fenn::MplsDestConfig const expected(tunnel, Ostra::MplsLabel(1000), hwTunnelId, answer.hwFecId(),
                                       answer.intfId());
-  ASSERT_NE(path.hwConfig->config(pair), nullptr);
-  EXPECT_TRUE(path.hwConfig->config(pair)->mplsDestConfigHas(expected));
-  EXPECT_EQ(path.hwStatus->status(pair)->mplsDestStatus(expected), Fenn::programmed);
+  ASSERT_NE(sw.floodSetHwConfig()->config(pair), nullptr);
+  EXPECT_TRUE(sw.floodSetHwConfig()->config(pair)->mplsDestConfigHas(expected));
+  EXPECT_EQ(sw.floodSetHwStatus()->status(pair)->mplsDestStatus(expected), Fenn::programmed);
 }
 
 TEST_F(FloodSetPathEndToEnd, LeavingDestinationTakesConfigurationRequestResponseAndFecIdInThatOrder) {
-  path.responder->delayIs(1.0);
-  l2Rib->vlanFloodSetIs(vlan)->floodSetIs(Ostra::EthAddr::broadcast())->destSetIs(dest);
-  path.runFor(1.0);
-  Vasp::Fib::FecId const fecId = path.fecSm->mplsFloodSetViaCache(via);
-  ASSERT_NE(path.hwConfig->config(pair), nullptr);
+  sw.fecResponseDelayIs(1.0);
+  sw.destIs(vlan, Ostra::EthAddr::broadcast(), dest);
+  sw.advance(1.0);
+  Vasp::Fib::FecId const fecId = sw.floodSetFecSm()->mplsFloodSetViaCache(via);
+  ASSERT_NE(sw.floodSetHwConfig()->config(pair), nullptr);
 
   std::vector<std::string> log;
-  Recorder config(path.hwConfig->config(pair), Fenn::VlanFloodSetConfig::mplsDestConfigAttr, "configuration",
-                  &log);
-  Recorder request(path.request.get(), Fenn::FecIdToHwFecIdRequest::rowAttr, "request", &log);
-  Recorder response(path.response.get(), Fenn::FecIdToHwFecIdResponse::rowAttr, "response", &log);
-  Recorder fecIds(path.fecSm.get(), Fenn::EvpnFloodSetFecSm::fecIdCacheAttr, "fecId", &log);
+  Recorder config(sw.floodSetHwConfig()->config(pair), Fenn::VlanFloodSetConfig::mplsDestConfigAttr,
+                  "configuration", &log);
+  Recorder request(sw.fecRequest(), Fenn::FecIdToHwFecIdRequest::rowAttr, "request", &log);
+  Recorder response(sw.fecResponse(), Fenn::FecIdToHwFecIdResponse::rowAttr, "response", &log);
+  Recorder fecIds(sw.floodSetFecSm(), Fenn::EvpnFloodSetFecSm::fecIdCacheAttr, "fecId", &log);
   // The hardware takes its time to unprogram: until it has, the FEC stays requested.
-  path.programmer->pausedIs(true);
-  l2Rib->vlanFloodSet(vlan)->floodSet(Ostra::EthAddr::broadcast())->destSetDel(dest);
+  sw.floodSetProgrammingPausedIs(true);
+  sw.destDel(vlan, Ostra::EthAddr::broadcast(), dest);
   EXPECT_EQ(log, (std::vector<std::string>{"configuration"}));
-  EXPECT_TRUE(path.request->rowHas(fecId));
-  path.programmer->pausedIs(false);
+  EXPECT_TRUE(sw.fecRequest()->rowHas(fecId));
+  sw.floodSetProgrammingPausedIs(false);
   EXPECT_EQ(log, (std::vector<std::string>{"configuration", "request"}));
-  path.runFor(1.0);
+  sw.advance(1.0);
   EXPECT_EQ(log, (std::vector<std::string>{"configuration", "request", "response", "fecId"}));
-  EXPECT_FALSE(path.hwInfo->mappingHas(via));
-  EXPECT_EQ(path.hwStatus->status(pair), nullptr);
-  EXPECT_FALSE(path.fecSm->numAllocator()->numberInUse(static_cast<int64_t>(fecId.index())));
-  EXPECT_EQ(path.fecSm->numAllocatorStatus().heldBackCount(), 1u);
+  EXPECT_FALSE(sw.hwInfoMapping()->mappingHas(via));
+  EXPECT_EQ(sw.floodSetHwStatus()->status(pair), nullptr);
+  EXPECT_FALSE(sw.floodSetFecSm()->numAllocator()->numberInUse(static_cast<int64_t>(fecId.index())));
+  EXPECT_EQ(sw.floodSetFecSm()->numAllocatorStatus().heldBackCount(), 1u);
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
-// The flood-set path under a long random sequence of input changes: destinations of every
-// type coming and going, hardware tunnel IDs moving between pools, FEC answers delayed or
-// withheld and flood-set programming lagging. Once the inputs stop and the simulated
-// hardware has caught up, the path must hold exactly what a fresh path built on the final
-// inputs holds, with a FEC request and a HwInfoMapping entry for exactly the vias in use.
-// The seed is printed; FENN_TEST_SEED replays one.
+// The flood-set path of the simulated switch under a long random sequence of input changes:
+// destinations of every type coming and going, hardware tunnel IDs moving between pools, FEC
+// answers delayed or withheld and flood-set programming lagging. Once the inputs stop and
+// the simulated hardware has caught up, the switch must hold exactly what a fresh switch
+// built on the final inputs holds, with a FEC request and a HwInfoMapping entry for exactly
+// the vias in use. The seed is printed; FENN_TEST_SEED replays one.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -14,19 +14,17 @@
 #include <tuple>
 #include <vector>
 
-#include "FloodSetPath/FloodSetPath.h"
+#include "sim/Switch.h"
 
 namespace {
 
 using Fenn::MplsFloodSetVia;
 using Fenn::TunnelId;
-using FloodSetPathTest::FloodSetPath;
-using FloodSetPathTest::PoolSizes;
 
 Ostra::IntfId const segment("Ethernet1");
 // Fewer default IDs than tunnels, so that retired tunnels' IDs are reclaimed and tunnels
 // sometimes wait for one (survivable in simulation, see the fixture).
-PoolSizes const pools{6, 2};
+Sim::HardwareConfig const hardware{.defaultHwTunnelIds = 6, .sharedEsHwTunnelIds = 2};
 
 struct Entry {
   Bridging::VlanId vlan;
@@ -49,18 +47,18 @@ std::set<MplsFloodSetVia> viasInUse(L2Rib::FloodSetOutput const& l2Rib) {
   return vias;
 }
 
-// The path's configuration with the identifiers that hardware chose taken out, after
-// checking that each is the one the path's own tables hold, and that every entry is
+// The switch's configuration with the identifiers that hardware chose taken out, after
+// checking that each is the one the switch's own tables hold, and that every entry is
 // reported programmed.
-std::set<std::string> configurationOf(FloodSetPath const& path) {
+std::set<std::string> configurationOf(Sim::Switch const& sw) {
   std::set<std::string> out;
-  for (auto const& [pair, config] : path.hwConfig->config()) {
-    Fenn::VlanFloodSetStatus const* status = path.hwStatus->status(pair);
+  for (auto const& [pair, config] : sw.floodSetHwConfig()->config()) {
+    Fenn::VlanFloodSetStatus const* status = sw.floodSetHwStatus()->status(pair);
     for (auto const& entry : config->mplsDestConfig()) {
       EXPECT_EQ(entry.hwTunnelId(),
-                path.hwTunnelIdMapping->tunnelIdToHwTunnelId(entry.tunnelId()).hwTunnelId());
+                sw.tunnelIdToHwTunnelId()->tunnelIdToHwTunnelId(entry.tunnelId()).hwTunnelId());
       MplsFloodSetVia const via = Fenn::floodSetVia(entry.tunnelId(), entry.label(), pair.vlanId());
-      Fenn::FecToHwFecId const answer = path.response->row(path.fecSm->mplsFloodSetViaCache(via));
+      Fenn::FecToHwFecId const answer = sw.fecResponse()->row(sw.floodSetFecSm()->mplsFloodSetViaCache(via));
       EXPECT_EQ(entry.hwIdForTunnelProgramming(), answer.hwFecId());
       EXPECT_EQ(entry.l2IntfId(), answer.intfId());
       EXPECT_TRUE(status && status->mplsDestStatus(entry) == Fenn::programmed) << Qor::valueToStrep(entry);
@@ -153,7 +151,7 @@ class RandomizedFloodSetPath : public ::testing::Test {
     }
   }
 
-  void step(FloodSetPath& path) {
+  void step(Sim::Switch& sw) {
     size_t const r = pick(100);
     if (r < 35) {
       addDest();
@@ -164,14 +162,14 @@ class RandomizedFloodSetPath : public ::testing::Test {
     } else if (r < 72) {
       changeSegment();
     } else if (r < 78) {
-      path.responder->withholdIs(!path.responder->withhold());
+      sw.fecResponsesWithheldIs(!sw.fecResponsesWithheld());
     } else if (r < 83) {
       double const delays[] = {0.0, 0.5, 3.0};
-      path.responder->delayIs(delays[pick(3)]);
+      sw.fecResponseDelayIs(delays[pick(3)]);
     } else if (r < 90) {
-      path.programmer->pausedIs(!path.programmer->paused());
+      sw.floodSetProgrammingPausedIs(!sw.floodSetProgrammingPaused());
     } else {
-      path.runFor(0.25 * static_cast<double>(pick(16)));
+      sw.advance(0.25 * static_cast<double>(pick(16)));
     }
   }
 
@@ -186,28 +184,28 @@ class RandomizedFloodSetPath : public ::testing::Test {
 
 TEST_F(RandomizedFloodSetPath, SettlesToWhatAFreshPathBuildsOnTheFinalInputs) {
   for (int run = 0; run < 4; ++run) {
-    FloodSetPath path("random", l2Rib, evpnStatus, pools);
-    for (int i = 0; i < 1500; ++i) step(path);
-    path.responder->withholdIs(false);
-    path.programmer->pausedIs(false);
-    path.runFor(60.0);
+    Sim::Switch sw(hardware, "random", {l2Rib, evpnStatus});
+    for (int i = 0; i < 1500; ++i) step(sw);
+    sw.fecResponsesWithheldIs(false);
+    sw.floodSetProgrammingPausedIs(false);
+    sw.advance(60.0);
 
     std::set<MplsFloodSetVia> const inUse = viasInUse(*l2Rib);
     std::set<MplsFloodSetVia> requested;
-    for (auto const& [fecId, fec] : path.request->rows()) {
-      ASSERT_TRUE(path.fecSm->fecIdCacheHas(fecId)) << Qor::valueToStrep(fec);
-      requested.insert(path.fecSm->fecIdCache(fecId));
+    for (auto const& [fecId, fec] : sw.fecRequest()->rows()) {
+      ASSERT_TRUE(sw.floodSetFecSm()->fecIdCacheHas(fecId)) << Qor::valueToStrep(fec);
+      requested.insert(sw.floodSetFecSm()->fecIdCache(fecId));
     }
     EXPECT_EQ(requested, inUse) << "seed " << seed << " run " << run;
     std::set<MplsFloodSetVia> published;
-    for (auto const& [via, info] : path.hwInfo->mapping()) published.insert(via);
+    for (auto const& [via, info] : sw.hwInfoMapping()->mapping()) published.insert(via);
     EXPECT_EQ(published, inUse) << "seed " << seed << " run " << run;
-    EXPECT_EQ(path.response->rowCount(), path.request->rowCount());
-    EXPECT_EQ(path.fecSm->numAllocatorStatus().inUseCount(), inUse.size());
+    EXPECT_EQ(sw.fecResponse()->rowCount(), sw.fecRequest()->rowCount());
+    EXPECT_EQ(sw.floodSetFecSm()->numAllocatorStatus().inUseCount(), inUse.size());
 
-    FloodSetPath fresh("fresh", l2Rib, evpnStatus, pools);
-    fresh.runFor(60.0);
-    EXPECT_EQ(configurationOf(path), configurationOf(fresh)) << "seed " << seed << " run " << run;
+    Sim::Switch fresh(hardware, "fresh", {l2Rib, evpnStatus});
+    fresh.advance(60.0);
+    EXPECT_EQ(configurationOf(sw), configurationOf(fresh)) << "seed " << seed << " run " << run;
     if (HasFailure()) return;
   }
 }
