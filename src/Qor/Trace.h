@@ -109,11 +109,16 @@ void traceLine(TraceHandle& handle, Ringlog::CallSite& site, int level, char con
   }
 
 // The level must be a constant: it is part of the call site's ring-log descriptor.
-#define QTRACE(level, ...)                                                                                \
-  do {                                                                                                    \
-    static_assert((level) >= 0 && (level) < 32, "trace levels are 0 to 31");                              \
-    if (__builtin_expect(qorTraceHandle_.enabled(level), 0)) {                                            \
-      static constinit ::Ringlog::CallSite qorTraceSite_;                                                 \
-      ::Qor::traceLine(qorTraceHandle_, qorTraceSite_, level, __FILE__, __LINE__, __func__, __VA_ARGS__); \
-    }                                                                                                     \
+#define QTRACE(level, ...) QTRACE_ON(qorTraceHandle_, level, __VA_ARGS__)
+
+// QTRACE on a handle given explicitly: for machinery shared by several state machines
+// (a template instantiated per machine), which traces under the machine's own source. The
+// call site must then be per handle too, which a function template per machine type gives.
+#define QTRACE_ON(handle, level, ...)                                                            \
+  do {                                                                                           \
+    static_assert((level) >= 0 && (level) < 32, "trace levels are 0 to 31");                     \
+    if (__builtin_expect((handle).enabled(level), 0)) {                                          \
+      static constinit ::Ringlog::CallSite qorTraceSite_;                                        \
+      ::Qor::traceLine((handle), qorTraceSite_, level, __FILE__, __LINE__, __func__, __VA_ARGS__); \
+    }                                                                                            \
   } while (0)
