@@ -18,7 +18,8 @@ FennPortList::FennPortList(Qor::Parser& p) {
       auto const pos = p.position();
       Ostra::IntfId const port(p);
       // Sorted and unique, as printed: anything else is not this type's text.
-      if (!ports_.empty() && !(ports_.back() < port)) throw Qor::ParseError(pos, "ports in increasing order", p.rest());
+      if (!ports_.empty() && !(ports_.back() < port))
+        throw Qor::ParseError(pos, "ports in increasing order", p.rest());
       ports_.push_back(port);
     } while (p.tryConsume(", "));
     p.expect(tail);

@@ -71,9 +71,11 @@ class UnprogrammedReview {
     if (immediate) {
       restartPass_ = true;
       task_->scheduleTask();
-      QTRACE_ON(trace_, 5, Owner::traceClass, "maybeScheduleUnprogrammedReview", " ", texts_.scheduleImmediate);
+      QTRACE_ON(trace_, 5, Owner::traceClass, "maybeScheduleUnprogrammedReview", " ",
+                texts_.scheduleImmediate);
     } else if (task_->taskScheduled()) {
-      QTRACE_ON(trace_, 5, Owner::traceClass, "maybeScheduleUnprogrammedReview", " ", texts_.alreadyScheduled);
+      QTRACE_ON(trace_, 5, Owner::traceClass, "maybeScheduleUnprogrammedReview", " ",
+                texts_.alreadyScheduled);
     } else {
       task_->scheduleTaskDelay(owner_.defaultUnprogrammedRetryInterval());
       QTRACE_ON(trace_, 5, Owner::traceClass, "maybeScheduleUnprogrammedReview", " ", texts_.nextReviewAt,

@@ -114,11 +114,11 @@ void traceLine(TraceHandle& handle, Ringlog::CallSite& site, int level, char con
 // QTRACE on a handle given explicitly: for machinery shared by several state machines
 // (a template instantiated per machine), which traces under the machine's own source. The
 // call site must then be per handle too, which a function template per machine type gives.
-#define QTRACE_ON(handle, level, ...)                                                            \
-  do {                                                                                           \
-    static_assert((level) >= 0 && (level) < 32, "trace levels are 0 to 31");                     \
-    if (__builtin_expect((handle).enabled(level), 0)) {                                          \
-      static constinit ::Ringlog::CallSite qorTraceSite_;                                        \
+#define QTRACE_ON(handle, level, ...)                                                              \
+  do {                                                                                             \
+    static_assert((level) >= 0 && (level) < 32, "trace levels are 0 to 31");                       \
+    if (__builtin_expect((handle).enabled(level), 0)) {                                            \
+      static constinit ::Ringlog::CallSite qorTraceSite_;                                          \
       ::Qor::traceLine((handle), qorTraceSite_, level, __FILE__, __LINE__, __func__, __VA_ARGS__); \
-    }                                                                                            \
+    }                                                                                              \
   } while (0)

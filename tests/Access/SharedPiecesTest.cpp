@@ -88,7 +88,8 @@ TEST_F(ReviewTest, LongReviewYieldsAndResumesWithoutStarvingAnyKey) {
   ASSERT_EQ(owner.reviewed.size(), 5u);
   std::vector<uint32_t> sorted = owner.reviewed;
   std::sort(sorted.begin(), sorted.end());
-  EXPECT_EQ(sorted, (std::vector<uint32_t>{1, 2, 3, 4, 5})) << "keys that keep failing do not starve the others";
+  EXPECT_EQ(sorted, (std::vector<uint32_t>{1, 2, 3, 4, 5}))
+      << "keys that keep failing do not starve the others";
 
   // A key that succeeded meanwhile is skipped; an immediate request starts a new pass.
   owner.reviewed.clear();
@@ -119,7 +120,8 @@ TEST_F(ReviewTest, TracesUnderTheOwnersSourceAndPrefix) {
   text << std::ifstream(path).rdbuf();
   std::remove(path);
   std::string const t = text.str();
-  EXPECT_NE(t.find("ReviewOwner::maybeScheduleUnprogrammedReview next unprogrammed review at 5"), std::string::npos)
+  EXPECT_NE(t.find("ReviewOwner::maybeScheduleUnprogrammedReview next unprogrammed review at 5"),
+            std::string::npos)
       << t;
   EXPECT_NE(t.find("ReviewOwner::maybeScheduleUnprogrammedReview already scheduled"), std::string::npos) << t;
   EXPECT_NE(t.find("ReviewOwner::maybeScheduleUnprogrammedReview schedule immediate unprogrammed review"),
@@ -177,8 +179,9 @@ TEST(PortExpansionTest, PlainPortLagWithoutConfigurationAndLagMembers) {
   t.programmed.portIs(IntfId::ethernet(3));  // stays
   t.forced.portIs(IntfId::ethernet(2));
   Fenn::programOnPorts(qorTraceHandle_, lag, *lags, t);
-  EXPECT_EQ(t.calls, (std::vector<std::string>{"reset", "unprogram Ethernet1 stale", "unprogram Ethernet2 forced",
-                                               "program Ethernet2", "program Ethernet3"}));
+  EXPECT_EQ(t.calls,
+            (std::vector<std::string>{"reset", "unprogram Ethernet1 stale", "unprogram Ethernet2 forced",
+                                      "program Ethernet2", "program Ethernet3"}));
 }
 
 TEST(PortExpansionTest, ManyStaleMembersAreAllRemoved) {
