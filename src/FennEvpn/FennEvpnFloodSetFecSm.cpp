@@ -302,7 +302,7 @@ FecId EvpnFloodSetFecSm::getOrAllocateFecId(MplsFloodSetVia const& via) {
 Fec EvpnFloodSetFecSm::buildFec(FecId fecId, MplsFloodSetVia const& via) const {
   Vasp::Fib::Via fibVia;
   fibVia.intfIdIs(via.tunnelId().intfId());
-  fibVia.labelAndActionIs(Vasp::Fib::LabelAndAction(Ostra::MplsLabel::none(), Vasp::Fib::mplsActionNone));
+  fibVia.labelAndActionIs(Ostra::MplsLabelAndAction(Ostra::MplsLabel::none(), Ostra::mplsActionNone));
   fibVia.mplsLabelIs(via.label());
   fibVia.weightIs(1);
   fibVia.backupIs(false);

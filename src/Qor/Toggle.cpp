@@ -9,9 +9,18 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "Qor/SysLog.h"
+
 namespace Qor {
 
 namespace {
+
+LogMessage const FENN_TOGGLE_FILE_MALFORMED(
+    "FENN_TOGGLE_FILE_MALFORMED", LogSeverity::warning,
+    "A feature toggle file is malformed; every toggle it sets keeps its default value",
+    "The toggle file in the directory named by FENN_TOGGLE_DIR is not a JSON object of true/false "
+    "members. The file's path and the position of the first error are written to standard error.",
+    "Correct the file and restart the agent; toggles are read once per process.");
 
 using Toggles = std::map<String, bool, std::less<>>;
 
@@ -200,6 +209,7 @@ std::optional<Toggles> load(String const& file) {
   } catch (JsonError const& e) {
     std::fprintf(stderr, "toggles: %s is malformed (%s); its toggles keep their defaults\n", path.c_str(),
                  e.what());
+    log(FENN_TOGGLE_FILE_MALFORMED);
     return std::nullopt;
   }
 }

@@ -6,7 +6,7 @@
 // `backup` marks a via that carries traffic only when every primary via is down.
 // Text form:
 //   Value('Vasp::Fib::Via', ** {'intfId': 'Tunnel61572651155457', 'fecId': 0,
-//         'labelAndAction': Value('Vasp::Fib::LabelAndAction', ** {...}), 'mplsLabel': 1000,
+//         'labelAndAction': Value('Ostra::MplsLabelAndAction', ** {...}), 'mplsLabel': 1000,
 //         'weight': 1, 'backup': False})       (on one line)
 #pragma once
 
@@ -15,9 +15,9 @@
 
 #include "Ostra/IntfId.h"
 #include "Ostra/MplsLabel.h"
+#include "Ostra/MplsLabelAndAction.h"
 #include "Qor/Record.h"
 #include "Vasp/FibFecId.h"
-#include "Vasp/FibLabelAndAction.h"
 
 namespace Vasp::Fib {
 
@@ -32,8 +32,10 @@ class Via : public Qor::RecordValue<Via> {
   void intfIdIs(Ostra::IntfId intfId) noexcept { intfId_ = intfId; }
   FecId fecId() const noexcept { return fecId_; }
   void fecIdIs(FecId fecId) noexcept { fecId_ = fecId; }
-  LabelAndAction const& labelAndAction() const noexcept { return labelAndAction_; }
-  void labelAndActionIs(LabelAndAction labelAndAction) noexcept { labelAndAction_ = labelAndAction; }
+  Ostra::MplsLabelAndAction const& labelAndAction() const noexcept { return labelAndAction_; }
+  void labelAndActionIs(Ostra::MplsLabelAndAction labelAndAction) noexcept {
+    labelAndAction_ = labelAndAction;
+  }
   Ostra::MplsLabel mplsLabel() const noexcept { return mplsLabel_; }
   void mplsLabelIs(Ostra::MplsLabel label) noexcept { mplsLabel_ = label; }
   uint32_t weight() const noexcept { return weight_; }
@@ -57,7 +59,7 @@ class Via : public Qor::RecordValue<Via> {
  private:
   Ostra::IntfId intfId_;
   FecId fecId_;
-  LabelAndAction labelAndAction_;
+  Ostra::MplsLabelAndAction labelAndAction_;
   Ostra::MplsLabel mplsLabel_ = Ostra::MplsLabel::none();
   uint32_t weight_ = 1;
   bool backup_ = false;

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "Diag/DiagTestSupport.h"
+#include "Qor/SysLog.h"
 #include "Qor/Toggle.h"
 
 namespace {
@@ -17,6 +18,7 @@ class ToggleTest : public ::testing::Test {
     Qor::toggleCacheDelAll();
   }
   void TearDown() override {
+    Qor::logSinkIs({});
     unsetenv("FENN_TOGGLE_DIR");
     Qor::toggleCacheDelAll();
   }
@@ -70,6 +72,8 @@ TEST_F(ToggleTest, MissingFileGivesDefaultsWithOneWarningNoDirectoryQuietly) {
 }
 
 TEST_F(ToggleTest, MalformedFileGivesDefaultsWithOneWarning) {
+  Qor::logSinkIs([](Qor::LogMessage const&) {});
+  Qor::sysLogRecordsDelAll();
   for (char const* bad : {"", "{", R"({"A": 1})", R"({"A": true,})", R"({"A" true})", R"({"A": true} x)",
                           R"({"A": true, "A": false})", R"(["A"])", R"({'A': true})", R"({"A": True})",
                           R"({"A\x": true})", "{\"A\tB\": true}", R"({"\ud83d": true})", R"({A: true})"}) {
@@ -81,6 +85,9 @@ TEST_F(ToggleTest, MalformedFileGivesDefaultsWithOneWarning) {
     EXPECT_TRUE(warnings.starts_with("toggles: " + dir.path() + "/Bad.json is malformed (expected "))
         << bad << ": " << warnings;
     EXPECT_EQ(std::count(warnings.begin(), warnings.end(), '\n'), 1) << bad;
+    ASSERT_EQ(Qor::sysLogRecords().size(), 1u) << bad;
+    EXPECT_EQ(Qor::sysLogRecords().back()->name(), "FENN_TOGGLE_FILE_MALFORMED");
+    Qor::sysLogRecordsDelAll();
   }
 }
 

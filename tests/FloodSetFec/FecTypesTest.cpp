@@ -17,7 +17,7 @@ using Vasp::Fib::ViaIndex;
 Via tunnelVia(uint32_t label) {
   Via via;
   via.intfIdIs(Ostra::IntfId("Tunnel5"));
-  via.labelAndActionIs(Vasp::Fib::LabelAndAction(Ostra::MplsLabel(16), Vasp::Fib::mplsActionPush));
+  via.labelAndActionIs(Ostra::MplsLabelAndAction(Ostra::MplsLabel(16), Ostra::mplsActionPush));
   via.mplsLabelIs(Ostra::MplsLabel(label));
   return via;
 }
@@ -38,7 +38,7 @@ TEST(FecText, ViaAndFecPrintExactlyAndParseBack) {
   fec.viaIs(ViaIndex(0), tunnelVia(1000));
   EXPECT_EQ(Qor::valueToStrep(fec),
             "Value('Vasp::Fib::Fec', ** {'fecId': 792633534417207297, 'via': [Value('Vasp::Fib::Via', ** "
-            "{'intfId': 'Tunnel5', 'fecId': 0, 'labelAndAction': Value('Vasp::Fib::LabelAndAction', ** "
+            "{'intfId': 'Tunnel5', 'fecId': 0, 'labelAndAction': Value('Ostra::MplsLabelAndAction', ** "
             "{'label': 16, 'action': mplsActionPush}), 'mplsLabel': 1000, 'weight': 1, 'backup': False})]})");
   fec.viaIs(ViaIndex(1), tunnelVia(2000));
   Fec const parsed = Qor::strepToValue<Fec>(Qor::valueToStrep(fec));

@@ -80,7 +80,7 @@ TEST_F(FloodSetFecTest, FirstFecCarriesAdjacencyType11AndOneViaOverTheTunnelInte
   Vasp::Fib::Via const& via = fec.vias()[0];
   EXPECT_EQ(via.intfId(), ldpTunnel(1).intfId());
   EXPECT_EQ(via.labelAndAction(),
-            Vasp::Fib::LabelAndAction(Ostra::MplsLabel(0x100000), Vasp::Fib::mplsActionNone));
+            Ostra::MplsLabelAndAction(Ostra::MplsLabel(0x100000), Ostra::mplsActionNone));
   EXPECT_EQ(via.mplsLabel(), Ostra::MplsLabel(100));
   EXPECT_EQ(via.weight(), 1u);
   EXPECT_FALSE(via.backup());

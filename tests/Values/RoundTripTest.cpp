@@ -9,8 +9,10 @@
 #include "Bridging/VlanIdOrNone.h"
 #include "FennEvpn/FennEvpn.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
+#include "L2Rib/ChainTables.h"
 #include "L2Rib/Dest.h"
 #include "Ostra/IpGenAddr.h"
+#include "Ostra/MplsLabelAndAction.h"
 #include "Qor/Strep.h"
 
 namespace {
@@ -70,6 +72,15 @@ class RoundTrip : public ::testing::Test {
     return kinds[below(std::size(kinds))];
   }
 
+  L2Rib::ObjTuple objTuple() {
+    return L2Rib::ObjTuple(static_cast<L2Rib::TableType>(below(4)), static_cast<uint32_t>(rng_()));
+  }
+  L2Rib::LoadBalance loadBalance() {
+    L2Rib::LoadBalance lb;
+    for (uint64_t i = 0, n = below(17); i < n; ++i) lb.nextIs(L2Rib::EcmpIndex(i), objTuple());
+    return lb;
+  }
+
   template <class Make>
   void roundTrip(Make make) {
     for (int i = 0; i < 2000; ++i) {
@@ -94,6 +105,15 @@ TEST_F(RoundTrip, PlatformTypes) {
   roundTrip([&] { return Bridging::MacVlanPair(ethAddr(), vlanId()); });
   roundTrip([&] { return hwTunnelId(); });
   roundTrip([&] { return dest(); });
+  roundTrip([&] { return Ostra::MplsLabelAndAction(label(), static_cast<Ostra::MplsAction>(below(4))); });
+}
+
+TEST_F(RoundTrip, ChainTypes) {
+  roundTrip([&] { return objTuple(); });
+  roundTrip([&] { return L2Rib::Label(label(), objTuple()); });
+  roundTrip([&] { return loadBalance(); });
+  roundTrip([&] { return L2Rib::HostAndSource(objTuple(), static_cast<L2Rib::HostSource>(below(4))); });
+  roundTrip([&] { return L2Rib::DestId(rng_() >> 32); });
 }
 
 TEST_F(RoundTrip, LibraryTypes) {
