@@ -24,6 +24,9 @@ constexpr char const* fecResponseTable = "mplsFloodSetFecResponse";
 //   mplsFloodSetOutput + tunnelIdToHwTunnelId + hwInfoMapping + floodSetHwStatus
 //                     --> EvpnVlanFloodSetSm --> floodSetHwConfig --(FloodSetProgrammer)--> floodSetHwStatus
 //
+//   control plane --(LfibTracker)--> lfibStatus + lfibTrackingStatus (route-key backlog)
+//                     --> EsiFilteringDecapSm --(EsiPortMaps)--> ESI port maps;  --> lfibHwStatus
+//
 // Every state machine is created first and marked initialized afterwards, producers before
 // consumers, so that each one's first full pass sees its inputs attached.
 Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, ControlPlane const& controlPlane)
@@ -48,7 +51,13 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
       hwInfoMapping_(Fenn::hwInfoMappingFactory()),
       floodSetHwConfig_(Fenn::evpnVlanFloodSetHwConfigFactory()),
       floodSetHwStatus_(Fenn::evpnVlanFloodSetHwStatusFactory()),
-      hwTunnelIdPools_(new HwTunnelIdPools("simHwTunnelIdPools")) {
+      hwTunnelIdPools_(new HwTunnelIdPools("simHwTunnelIdPools")),
+      // ESI filtering at decapsulation.
+      lfibStatus_(Mpls::lfibStatusFactory()),
+      lfibTrackingStatus_(Mpls::lfibTrackingStatusFactory()),
+      lfibHwStatus_(Mpls::lfibHwStatusFactory()),
+      lfibTracker_(lfibStatus_, lfibTrackingStatus_),
+      esiPortMaps_(new EsiPortMaps("simEsiPortMaps")) {
   hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeDefault, config.defaultHwTunnelIds);
   hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeSharedEs, config.sharedEsHwTunnelIds);
   fecResponder_ = Qor::Ptr<FecResponder>(new FecResponder(fecRequestReader_, fecResponse_, timerWheel_));
@@ -73,12 +82,18 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
   floodSetFilterSm_->initializedIs(true);
   floodSetFecSm_->initializedIs(true);
   vlanFloodSetSm_->initializedIs(true);
+
+  // ESI filtering at decapsulation.
+  esiFilteringDecapSm_ = Fenn::esiFilteringDecapSmFactory(esiPortMaps_, lfibStatus_, scheduler_,
+                                                          lfibTrackingStatus_, lfibHwStatus_);
+  esiFilteringDecapSm_->initializedIs(true);
   settle();
 }
 
 // Consumers go before their producers, so no state machine reacts to the teardown of
 // another one's output.
 Switch::~Switch() {
+  esiFilteringDecapSm_ = nullptr;
   vlanFloodSetSm_ = nullptr;
   floodSetFecSm_ = nullptr;
   floodSetFilterSm_ = nullptr;
@@ -167,6 +182,10 @@ FaultInjector& Switch::faults(FaultTarget target) {
       return fecResponder_->answerFaults();
     case FaultTarget::floodSetProgramming:
       break;
+    case FaultTarget::esiPortMapResourceFull:
+      return esiPortMaps_->resourceFullFaults();
+    case FaultTarget::esiPortMapTemporaryFailure:
+      return esiPortMaps_->temporaryFailureFaults();
   }
   return floodSetProgrammer_->programmingFaults();
 }
@@ -233,6 +252,14 @@ HardwareState Switch::state() const {
     return std::tie(a.macVlanPair, a.config) < std::tie(b.macVlanPair, b.config);
   });
   for (Qor::LogMessage const* m : Qor::sysLogRecords()) s.sysLog.emplace_back(m->name());
+
+  // ESI filtering at decapsulation.
+  for (auto const& [intfId, label] : esiPortMaps_->maps()) s.esiPortMaps.push_back({intfId, label});
+  for (auto const& [routeKey, info] : lfibHwStatus_->unprogrammedRoute()) {
+    s.unprogrammedRoutes.push_back({routeKey.topLabel(), uint32_t(info.returnCode())});
+  }
+  std::sort(s.unprogrammedRoutes.begin(), s.unprogrammedRoutes.end(),
+            [](auto const& a, auto const& b) { return a.topLabel < b.topLabel; });
   return s;
 }
 

@@ -31,6 +31,14 @@
 #include "sim/FloodSetProgrammer.h"
 #include "sim/HwTunnelIdPools.h"
 
+// ESI filtering at decapsulation.
+#include "FennEvpn/FennEvpnEsiFilteringDecapSm.h"
+#include "Mpls/LfibHwStatus.h"
+#include "Mpls/LfibStatus.h"
+#include "Mpls/LfibTrackingStatus.h"
+#include "sim/EsiPortMaps.h"
+#include "sim/LfibTracker.h"
+
 namespace Sim {
 
 struct HardwareConfig {
@@ -48,7 +56,14 @@ struct ControlPlane {
   Qor::Ptr<Evpn::EvpnStatus> evpnStatus;
 };
 
-enum class FaultTarget { hwTunnelIdAllocation, fecResponse, floodSetProgramming };
+enum class FaultTarget {
+  hwTunnelIdAllocation,
+  fecResponse,
+  floodSetProgramming,
+  // ESI filtering at decapsulation: a port map answered with code 2, or with code 3.
+  esiPortMapResourceFull,
+  esiPortMapTemporaryFailure,
+};
 
 // What the hardware models hold, in a canonical order, for show, expect, JSON and
 // comparisons between runs.
@@ -84,6 +99,20 @@ struct HardwareState {
   std::vector<FloodSetEntry> floodSets;
   std::vector<Qor::String> sysLog;  // message names, oldest first
   double time = 0;
+
+  // ESI filtering at decapsulation.
+  struct EsiPortMap {
+    Ostra::IntfId intfId;
+    Ostra::MplsLabel label;
+    bool operator==(EsiPortMap const&) const = default;
+  };
+  struct UnprogrammedRoute {
+    Ostra::MplsLabel topLabel;
+    uint32_t returnCode;
+    bool operator==(UnprogrammedRoute const&) const = default;
+  };
+  std::vector<EsiPortMap> esiPortMaps;                // by interface
+  std::vector<UnprogrammedRoute> unprogrammedRoutes;  // by top label
 };
 
 class Switch {
@@ -138,6 +167,13 @@ class Switch {
   Fenn::EvpnVlanFloodSetHwStatus const* floodSetHwStatus() const { return floodSetHwStatus_.get(); }
   Fenn::EvpnFloodSetFecSm const* floodSetFecSm() const { return floodSetFecSm_.get(); }
 
+  // ESI filtering at decapsulation. The control plane writes the LFIB through lfib(); the
+  // changes take effect at the next settle() or advance().
+  LfibTracker& lfib() { return lfibTracker_; }
+  Mpls::LfibHwStatus const* lfibHwStatus() const { return lfibHwStatus_.get(); }
+  EsiPortMaps const& esiPortMaps() const { return *esiPortMaps_; }
+  Fenn::EsiFilteringDecapSm const* esiFilteringDecapSm() const { return esiFilteringDecapSm_.get(); }
+
  private:
   // Platform.
   Qor::Ptr<Keel::ManualClock> clock_;
@@ -170,6 +206,14 @@ class Switch {
   Qor::Ptr<Fenn::EvpnFloodSetFecSm> floodSetFecSm_;
   Qor::Ptr<Fenn::EvpnVlanFloodSetSm> vlanFloodSetSm_;
   uint64_t allocationFailuresSeen_ = 0;
+
+  // ESI filtering at decapsulation.
+  Qor::Ptr<Mpls::LfibStatus> lfibStatus_;
+  Qor::Ptr<Mpls::LfibTrackingStatus> lfibTrackingStatus_;
+  Qor::Ptr<Mpls::LfibHwStatus> lfibHwStatus_;
+  LfibTracker lfibTracker_;
+  Qor::Ptr<EsiPortMaps> esiPortMaps_;
+  Qor::Ptr<Fenn::EsiFilteringDecapSm> esiFilteringDecapSm_;
 };
 
 }  // namespace Sim

@@ -111,6 +111,25 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
       t.print(os, "System log");
       break;
     }
+    // ESI filtering at decapsulation.
+    case Table::esiPortMaps: {
+      TextTable t({"interface", "ESI label"});
+      for (auto const& m : state.esiPortMaps) t.row({m.intfId.name(), Qor::valueToStrep(m.label)});
+      t.print(os, "ESI port maps (decapsulation filter)");
+      break;
+    }
+    case Table::unprogrammedRoutes: {
+      TextTable t({"top label", "code", "reason"});
+      for (auto const& r : state.unprogrammedRoutes) {
+        Qor::String const reason =
+            r.returnCode < Qor::EnumTraits<Mpls::LfibHwProgrammingReturnCode>::names.size()
+                ? Qor::String(Qor::enumName(Mpls::LfibHwProgrammingReturnCode(r.returnCode)))
+                : "";
+        t.row({Qor::valueToStrep(r.topLabel), std::to_string(r.returnCode), reason});
+      }
+      t.print(os, "Unprogrammed LFIB routes");
+      break;
+    }
   }
 }
 
@@ -158,7 +177,21 @@ void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const
     os << sep << jsonString(m);
     sep = ", ";
   }
-  os << "]\n}\n";
+  // ESI filtering at decapsulation.
+  os << "],\n  \"esiPortMaps\": [";
+  sep = "";
+  for (auto const& m : state.esiPortMaps) {
+    os << sep << "\n    {\"intf\": " << jsonString(m.intfId.name()) << ", \"label\": " << m.label.value()
+       << "}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"unprogrammedRoutes\": [";
+  sep = "";
+  for (auto const& r : state.unprogrammedRoutes) {
+    os << sep << "\n    {\"topLabel\": " << r.topLabel.value() << ", \"returnCode\": " << r.returnCode << "}";
+    sep = ",";
+  }
+  os << "\n  ]\n}\n";
 }
 
 }  // namespace SimTool

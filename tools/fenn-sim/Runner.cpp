@@ -80,6 +80,35 @@ void Runner::apply(ExpectStep const& s) {
   }
 }
 
+// ESI filtering at decapsulation.
+void Runner::apply(LfibStep const& s) {
+  Sim::LfibTracker& lfib = switch_->lfib();
+  switch (s.kind) {
+    case LfibStep::Kind::route:
+      lfib.routeIs(s.routeKey, s.viaSetKey);
+      break;
+    case LfibStep::Kind::routeDel:
+      lfib.routeDel(s.routeKey);
+      break;
+    case LfibStep::Kind::viaSet:
+      lfib.viaSetIs(s.viaSetKey, s.viaKey);
+      break;
+    case LfibStep::Kind::viaSetDel:
+      lfib.viaSetDel(s.viaSetKey);
+      break;
+    case LfibStep::Kind::filterVia:
+      lfib.filterViaIs(s.viaKey, s.intf);
+      break;
+    case LfibStep::Kind::filterViaDel:
+      lfib.filterViaDel(s.viaKey);
+      break;
+    case LfibStep::Kind::backlog:
+      lfib.backlogIs(s.routeKey);
+      break;
+  }
+  switch_->settle();
+}
+
 Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state) const {
   using K = Expectation::Kind;
   auto differ = [](Qor::String const& expected, Qor::String const& actual) -> Qor::String {
@@ -130,6 +159,20 @@ Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state)
     }
     case K::sysLog:
       return differ(joined(e.names), joined(state.sysLog));
+    // ESI filtering at decapsulation.
+    case K::esiPortMaps:
+    case K::unprogrammedRoutes: {
+      std::vector<Qor::String> actual;
+      if (e.kind == K::esiPortMaps) {
+        for (auto const& m : state.esiPortMaps)
+          actual.push_back(m.intfId.name() + ": " + Qor::valueToStrep(m.label));
+      } else {
+        for (auto const& r : state.unprogrammedRoutes)
+          actual.push_back(Qor::valueToStrep(r.topLabel) + ": " + std::to_string(r.returnCode));
+      }
+      std::sort(actual.begin(), actual.end());
+      return differ(joined(e.names), joined(actual));
+    }
   }
   return "";
 }

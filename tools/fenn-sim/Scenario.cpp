@@ -212,9 +212,14 @@ class Reader {
       f.target = Sim::FaultTarget::fecResponse;
     } else if (t == "floodSetProgramming") {
       f.target = Sim::FaultTarget::floodSetProgramming;
+    } else if (t == "esiPortMapResourceFull") {
+      f.target = Sim::FaultTarget::esiPortMapResourceFull;
+    } else if (t == "esiPortMapTemporaryFailure") {
+      f.target = Sim::FaultTarget::esiPortMapTemporaryFailure;
     } else {
       fail(n["target"], "bad fault target '" + t +
-                            "' (expected hwTunnelIdAllocation, fecResponse or floodSetProgramming)");
+                            "' (expected hwTunnelIdAllocation, fecResponse, floodSetProgramming, "
+                            "esiPortMapResourceFull or esiPortMapTemporaryFailure)");
     }
     if (n["failNext"]) f.failNext = uint32_t(number(n["failNext"], "failNext", UINT32_MAX));
     if (n["failFraction"]) f.failFraction = fraction(n["failFraction"]);
@@ -230,7 +235,9 @@ class Reader {
                                                        {"pools", Table::pools},
                                                        {"fecs", Table::fecs},
                                                        {"floodSets", Table::floodSets},
-                                                       {"sysLog", Table::sysLog}};
+                                                       {"sysLog", Table::sysLog},
+                                                       {"esiPortMaps", Table::esiPortMaps},
+                                                       {"unprogrammedRoutes", Table::unprogrammedRoutes}};
     ShowStep s;
     auto add = [&](YAML::Node const& item) {
       Qor::String const t = text(item, "table");
@@ -240,7 +247,9 @@ class Reader {
       }
       auto it = names.find(t);
       if (it == names.end())
-        fail(item, "unknown table '" + t + "' (expected tunnels, pools, fecs, floodSets, sysLog or all)");
+        fail(item, "unknown table '" + t +
+                       "' (expected tunnels, pools, fecs, floodSets, sysLog, esiPortMaps, unprogrammedRoutes "
+                       "or all)");
       s.tables.push_back(it->second);
     };
     if (n.IsSequence()) {
@@ -262,7 +271,7 @@ class Reader {
   Step expectStep(YAML::Node const& n) const {
     checkMap(n, "expect",
              {"tunnels", "tunnelCount", "floodSets", "floodSetEntries", "fecRequests", "fecAnswered", "pools",
-              "sysLog"});
+              "sysLog", "esiPortMaps", "unprogrammedRoutes"});
     ExpectStep e;
     using K = Expectation::Kind;
     if (YAML::Node const& t = n["tunnels"]) {
@@ -318,7 +327,80 @@ class Reader {
       }
       e.expectations.push_back(x);
     }
+    lfibExpectations(n, e);
     return e;
+  }
+
+  // ESI filtering at decapsulation.
+  Mpls::RouteKey routeKey(YAML::Node const& n) const { return Mpls::RouteKey(label(n)); }
+  uint32_t index(YAML::Node const& n, Qor::String const& what) const {
+    return uint32_t(number(n, what + " index", UINT32_MAX));
+  }
+  Mpls::LfibViaKey filterViaKey(YAML::Node const& n) const {
+    return Mpls::LfibViaKey(Mpls::lfibViaTypeEvpnEthernetSegmentFilter, index(n, "filter via"));
+  }
+
+  Step lfibStep(Qor::String const& kind, YAML::Node const& v) const {
+    using K = LfibStep::Kind;
+    LfibStep s{K::route, {}, {}, {}, {}};
+    if (kind == "route") {
+      checkMap(v, "route", {"label", "viaSet"}, {"label", "viaSet"});
+      s.routeKey = routeKey(v["label"]);
+      s.viaSetKey = Mpls::LfibViaSetKey(index(v["viaSet"], "via set"));
+    } else if (kind == "removeRoute") {
+      s = {K::routeDel, routeKey(v), {}, {}, {}};
+    } else if (kind == "backlog") {
+      s = {K::backlog, routeKey(v), {}, {}, {}};
+    } else if (kind == "viaSet") {
+      checkMap(v, "viaSet", {"index", "filterVia", "viaType", "via"}, {"index"});
+      s.kind = K::viaSet;
+      s.viaSetKey = Mpls::LfibViaSetKey(index(v["index"], "via set"));
+      if (!!v["filterVia"] == (v["viaType"] || v["via"]))
+        fail(v, "viaSet needs either filterVia, or viaType and via");
+      if (v["filterVia"]) {
+        s.viaKey = filterViaKey(v["filterVia"]);
+      } else {
+        if (!v["viaType"] || !v["via"]) fail(v, "viaSet needs both viaType and via");
+        Mpls::LfibViaType type = Mpls::lfibViaTypeInvalid;
+        try {
+          type = Qor::enumFromName<Mpls::LfibViaType>(text(v["viaType"], "via type"));
+        } catch (Qor::EnumRangeError const&) {
+        }
+        if (type == Mpls::lfibViaTypeInvalid)
+          fail(v["viaType"], "bad via type '" + v["viaType"].Scalar() +
+                                 "' (expected lfibViaTypeMpls, lfibViaTypeEvpnEthernetSegmentFilter or "
+                                 "lfibViaTypeDrop)");
+        s.viaKey = Mpls::LfibViaKey(type, index(v["via"], "via"));
+      }
+    } else if (kind == "removeViaSet") {
+      s = {K::viaSetDel, {}, Mpls::LfibViaSetKey(index(v, "via set")), {}, {}};
+    } else if (kind == "filterVia") {
+      checkMap(v, "filterVia", {"index", "intf"}, {"index", "intf"});
+      s = {K::filterVia, {}, {}, filterViaKey(v["index"]), intf(v["intf"])};
+    } else {
+      s = {K::filterViaDel, {}, {}, filterViaKey(v), {}};
+    }
+    return s;
+  }
+
+  void lfibExpectations(YAML::Node const& n, ExpectStep& e) const {
+    using K = Expectation::Kind;
+    auto table = [&](char const* key, K kind, auto left, auto right) {
+      YAML::Node const& t = n[key];
+      if (!t) return;
+      if (!t.IsMap()) fail(t, Qor::String("expect ") + key + " must be a mapping (empty: {})");
+      Expectation x{kind, at(t), key, {}, {}, {}, 0};
+      for (auto const& kv : t) x.names.push_back(left(kv.first) + ": " + right(kv.second));
+      std::sort(x.names.begin(), x.names.end());
+      e.expectations.push_back(x);
+    };
+    table(
+        "esiPortMaps", K::esiPortMaps, [&](YAML::Node const& k) { return intf(k).name(); },
+        [&](YAML::Node const& v) { return Qor::valueToStrep(label(v)); });
+    table(
+        "unprogrammedRoutes", K::unprogrammedRoutes,
+        [&](YAML::Node const& k) { return Qor::valueToStrep(label(k)); },
+        [&](YAML::Node const& v) { return std::to_string(number(v, "return code", UINT32_MAX)); });
   }
 
   Step step(YAML::Node const& n) {
@@ -344,9 +426,14 @@ class Reader {
     if (kind == "advance") return AdvanceStep{seconds(v, "advance")};
     if (kind == "show") return showStep(v);
     if (kind == "expect") return expectStep(v);
-    fail(kv.first, "unknown step '" + kind +
-                       "' (expected say, addDest, removeDest, removeFloodSet, segment, removeSegment, fault, "
-                       "hardware, advance, show or expect)");
+    static std::set<Qor::String> const lfibSteps = {"route",     "removeRoute",     "viaSet", "removeViaSet",
+                                                    "filterVia", "removeFilterVia", "backlog"};
+    if (lfibSteps.count(kind)) return lfibStep(kind, v);
+    fail(kv.first,
+         "unknown step '" + kind +
+             "' (expected say, addDest, removeDest, removeFloodSet, segment, removeSegment, fault, "
+             "hardware, advance, show, expect, route, removeRoute, viaSet, removeViaSet, filterVia, "
+             "removeFilterVia or backlog)");
   }
 
   Scenario read() {

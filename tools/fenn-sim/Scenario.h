@@ -63,7 +63,27 @@ struct AdvanceStep {
 struct SayStep {
   Qor::String text;
 };
-enum class Table { tunnels, pools, fecs, floodSets, sysLog };
+
+// ESI filtering at decapsulation: one change to the LFIB, written as the platform writes it
+// (every route it touches goes into the route-key backlog).
+struct LfibStep {
+  enum class Kind { route, routeDel, viaSet, viaSetDel, filterVia, filterViaDel, backlog };
+  Kind kind;
+  Mpls::RouteKey routeKey;        // route, routeDel, backlog
+  Mpls::LfibViaSetKey viaSetKey;  // route, viaSet, viaSetDel
+  Mpls::LfibViaKey viaKey;        // viaSet, filterVia, filterViaDel
+  Ostra::IntfId intf;             // filterVia
+};
+enum class Table {
+  tunnels,
+  pools,
+  fecs,
+  floodSets,
+  sysLog,
+  // ESI filtering at decapsulation.
+  esiPortMaps,
+  unprogrammedRoutes,
+};
 struct ShowStep {
   std::vector<Table> tables;
 };
@@ -79,6 +99,9 @@ struct Expectation {
     fecAnswered,      // number of answered FEC requests
     poolInUse,        // IDs of `pool` in use in the hardware
     sysLog,           // system log message names, oldest first
+    // ESI filtering at decapsulation; `names` holds "<left>: <right>" rows, sorted.
+    esiPortMaps,         // every installed port map, interface: label
+    unprogrammedRoutes,  // every listed route, top label: return code
   };
   Kind kind;
   Location at;
@@ -93,7 +116,7 @@ struct ExpectStep {
 };
 
 using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
-                          HardwareStep, AdvanceStep, ShowStep, ExpectStep>;
+                          HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep>;
 
 struct Scenario {
   Qor::String file;

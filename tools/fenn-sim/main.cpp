@@ -70,8 +70,9 @@ int main(int argc, char** argv) {
       SimTool::printJson(std::cout, state, scenario);
     } else {
       std::cout << "\n== final hardware state ==\n";
-      for (auto t : {SimTool::Table::tunnels, SimTool::Table::pools, SimTool::Table::fecs,
-                     SimTool::Table::floodSets, SimTool::Table::sysLog}) {
+      for (auto t :
+           {SimTool::Table::tunnels, SimTool::Table::pools, SimTool::Table::fecs, SimTool::Table::floodSets,
+            SimTool::Table::sysLog, SimTool::Table::esiPortMaps, SimTool::Table::unprogrammedRoutes}) {
         std::cout << "\n";
         SimTool::printTable(std::cout, t, state, scenario);
       }

@@ -1,0 +1,253 @@
+#include "FennEvpn/FennEvpnEsiFilteringDecapSm.h"
+
+#include <utility>
+
+#include "Qor/Assert.h"
+#include "Qor/Trace.h"
+
+QOR_TRACE_SOURCE("/src/FennEvpn/FennEvpnEsiFilteringDecapSm")
+
+namespace Fenn {
+
+namespace {
+
+// Review tasks rank with ordinary work: a review only retries, nothing waits on it.
+constexpr Keel::Priority reviewPriority = Keel::priorityNormal;
+
+uint32_t codeOf(Mpls::LfibHwProgrammingReturnCode rc) { return static_cast<uint32_t>(rc); }
+
+}  // namespace
+
+class EsiFilteringDecapSm::QorLfibTrackingStatus
+    : public Qor::ReactorOf<Mpls::LfibTrackingStatus, EsiFilteringDecapSm> {
+ public:
+  using ReactorOf::ReactorOf;
+  void onAttribute(Qor::AttributeId id, void const* key) override {
+    // Only arrivals matter: removals are this machine's own.
+    if (id == Mpls::LfibTrackingStatus::routeKeyBacklogAttr &&
+        notifier()->routeKeyBacklogHas(Qor::keyAs<Mpls::RouteKey>(key))) {
+      sm()->handleRouteKeyBacklog();
+    }
+  }
+};
+
+EsiFilteringDecapSm::EsiFilteringDecapSm(Qor::Ptr<FennHelper::EsiFilteringDecapHelper> esiFilteringDecapHelper,
+                                         Qor::Ptr<Mpls::LfibStatus const> lfibStatus,
+                                         Qor::Ptr<Keel::TaskScheduler> scheduler,
+                                         Qor::Ptr<Mpls::LfibTrackingStatus> lfibTrackingStatus,
+                                         Qor::Ptr<Mpls::LfibHwStatus> lfibHwStatus)
+    : esiFilteringDecapHelper_(std::move(esiFilteringDecapHelper)),
+      lfibStatus_(std::move(lfibStatus)),
+      scheduler_(std::move(scheduler)),
+      lfibTrackingStatus_(std::move(lfibTrackingStatus)),
+      lfibHwStatus_(std::move(lfibHwStatus)) {
+  qorLfibTrackingStatus_ = Qor::newReactor<QorLfibTrackingStatus>(lfibTrackingStatus_.get(), this);
+}
+
+EsiFilteringDecapSm::~EsiFilteringDecapSm() {
+  qorLfibTrackingStatus_.reset();
+  reviewRouteKeyBacklog_ = nullptr;
+  reviewUnprogrammed_ = nullptr;
+  if (!initialized()) return;
+  for (auto const& routeKey : routeEsiFilterVia().keys()) {
+    esiFilteringDecapHelper_->deleteEsiPortMap(routeKey.topLabel(), routeEsiFilterVia(routeKey).intfId());
+  }
+  lfibHwStatus_->unprogrammedRouteDelAll();
+}
+
+void EsiFilteringDecapSm::handleInitialized() {
+  QTRACE(8, "EsiFilteringDecapSm::", "handleInitialized");
+  QOR_ASSERT_TEXT(esiFilteringDecapHelper_, "esiFilteringDecapHelper()");
+  QOR_ASSERT_TEXT(lfibStatus_, "lfibStatus()");
+  QOR_ASSERT_TEXT(scheduler_, "scheduler()");
+  QOR_ASSERT_TEXT(lfibTrackingStatus_, "lfibTrackingStatus()");
+  QOR_ASSERT_TEXT(lfibHwStatus_, "lfibHwStatus()");
+  reviewRouteKeyBacklog_ = Qor::Ptr<Keel::Task>(
+      new Keel::Task(scheduler_, reviewPriority, "reviewRouteKeyBacklog", [this] { doReviewRouteKeyBacklog(); }));
+  reviewUnprogrammed_ = Qor::Ptr<Keel::TimerTask>(
+      new Keel::TimerTask(scheduler_, reviewPriority, "reviewUnprogrammed", [this] { doReviewUnprogrammed(); }));
+  // Listings of a previous run describe maps that are no longer ours; the first pass lists
+  // again what still fails.
+  lfibHwStatus_->unprogrammedRouteDelAll();
+  // Routes that were in the LFIB before this machine started were never put in the backlog
+  // for it: the first pass looks at all of them.
+  for (auto const& [routeKey, route] : lfibStatus_->route()) lfibTrackingStatus_->routeKeyBacklogIs(routeKey);
+  handleRouteKeyBacklog();
+}
+
+void EsiFilteringDecapSm::processRouteKey(Mpls::RouteKey const& routeKey) {
+  QTRACE(8, "EsiFilteringDecapSm::", "processRouteKey", " route ", routeKey);
+  if (!lfibStatus_->routeHas(routeKey)) {
+    QTRACE(5, "EsiFilteringDecapSm::", "processRouteKey", " route ", routeKey, " ", "route was deleted");
+    deleteEsiFilterVia(routeKey);
+    return;
+  }
+  Mpls::LfibViaSetKey const viaSetKey = lfibStatus_->route(routeKey).viaSetKey();
+  if (!lfibStatus_->viaSetHas(viaSetKey)) {
+    QTRACE(5, "EsiFilteringDecapSm::", "processRouteKey", " route ", routeKey, " ", "viaset was deleted");
+    deleteEsiFilterVia(routeKey);
+    return;
+  }
+  Mpls::LfibViaKey const viaKey = lfibStatus_->viaSet(viaSetKey).viaKey();
+  QOR_ASSERT_TEXT(!!viaKey, "!!viaKey");
+  Mpls::LfibEvpnEthernetSegmentFilterVia via;
+  if (viaKey.viaType() != Mpls::lfibViaTypeEvpnEthernetSegmentFilter) {
+    QTRACE(5, "EsiFilteringDecapSm::", "processRouteKey", " route ", routeKey, " ", "Skipping viaType ",
+           viaKey.viaType());
+  } else {
+    via = lfibStatus_->evpnEthernetSegmentFilterVia(viaKey);
+  }
+  // A route that filters no more, or through another interface, first loses what it has.
+  if (routeEsiFilterViaHas(routeKey)) {
+    if (routeEsiFilterVia(routeKey) == via) {
+      QTRACE(8, "EsiFilteringDecapSm::", "processRouteKey", " route ", routeKey, " already programmed");
+      return;
+    }
+    deleteEsiFilterVia(routeKey);
+  } else if (via.empty()) {
+    deleteRouteFromUnprogrammed(routeKey);
+  }
+  if (!via.empty()) createEsiFilterVia(routeKey, via);
+}
+
+void EsiFilteringDecapSm::createEsiFilterVia(Mpls::RouteKey const& routeKey,
+                                             Mpls::LfibEvpnEthernetSegmentFilterVia const& via) {
+  QTRACE(8, "EsiFilteringDecapSm::", "createEsiFilterVia", " route ", routeKey, " via ", via);
+  QOR_ASSERT_TEXT(!routeEsiFilterViaHas(routeKey), "!routeEsiFilterViaHas( routeKey )");
+  Ostra::IntfId const intfId = via.intfId();
+  if (intfRouteHas(intfId) && intfRoute(intfId) != routeKey) {
+    QTRACE(5, "EsiFilteringDecapSm::", "createEsiFilterVia", " route ", routeKey, " intf ", intfId,
+           " already associated with route ", intfRoute(intfId).topLabel());
+    addRouteToUnprogrammed(routeKey, Mpls::lfibHwConflict);
+    return;
+  }
+  Mpls::LfibHwProgrammingReturnCode const rc = esiFilteringDecapHelper_->createEsiPortMap(routeKey.topLabel(), intfId);
+  QTRACE(5, "EsiFilteringDecapSm::", "createEsiFilterVia", " route ", routeKey, " intf ", intfId, " rc: ",
+         codeOf(rc));
+  switch (codeOf(rc)) {
+    case Mpls::lfibHwProgrammed:
+      routeEsiFilterViaIs(routeKey, via);
+      intfRouteIs(intfId, routeKey);
+      deleteRouteFromUnprogrammed(routeKey);
+      break;
+    case Mpls::lfibHwConflict:
+      QOR_ASSERT_TEXT(false, "Unexpected rc. Conflict detection logic is already done in Fenn");
+      break;
+    case Mpls::lfibHwResourceFull:
+    case Mpls::lfibHwTemporaryFailure:
+      QTRACE(5, "EsiFilteringDecapSm::", "createEsiFilterVia", " route ", routeKey, " rc: ", codeOf(rc),
+             ", adding via to unprogrammed");
+      addRouteToUnprogrammed(routeKey, rc);
+      break;
+    default:
+      break;
+  }
+}
+
+void EsiFilteringDecapSm::deleteEsiFilterVia(Mpls::RouteKey const& routeKey) {
+  QTRACE(8, "EsiFilteringDecapSm::", "deleteEsiFilterVia", " route ", routeKey);
+  if (routeEsiFilterViaHas(routeKey)) {
+    Ostra::IntfId const intfId = routeEsiFilterVia(routeKey).intfId();
+    Mpls::LfibHwProgrammingReturnCode const rc =
+        esiFilteringDecapHelper_->deleteEsiPortMap(routeKey.topLabel(), intfId);
+    QTRACE(5, "EsiFilteringDecapSm::", "deleteEsiFilterVia", " route ", routeKey, " intf ", intfId, " rc: ",
+           codeOf(rc));
+    routeEsiFilterViaDel(routeKey);
+    intfRouteDel(intfId);
+  }
+  // A route that never got its map may still be listed, and must not stay listed once gone.
+  deleteRouteFromUnprogrammed(routeKey);
+}
+
+void EsiFilteringDecapSm::addRouteToUnprogrammed(Mpls::RouteKey const& routeKey,
+                                                 Mpls::LfibHwProgrammingReturnCode rc) {
+  QTRACE(5, "EsiFilteringDecapSm::", "addRouteToUnprogrammed", " route ", routeKey, " reason ", codeOf(rc));
+  lfibHwStatus_->unprogrammedRouteIs(Mpls::RouteInfo(routeKey, rc));
+  maybeScheduleUnprogrammedReview();
+}
+
+void EsiFilteringDecapSm::deleteRouteFromUnprogrammed(Mpls::RouteKey const& routeKey) {
+  QTRACE(8, "EsiFilteringDecapSm::", "deleteRouteFromUnprogrammed", " route ", routeKey);
+  if (lfibHwStatus_->unprogrammedRoute().empty()) {
+    QTRACE(8, "EsiFilteringDecapSm::", "deleteRouteFromUnprogrammed", " ",
+           "No unprogrammed routes, nothing to delete");
+    return;
+  }
+  lfibHwStatus_->unprogrammedRouteDel(routeKey);
+}
+
+void EsiFilteringDecapSm::maybeScheduleUnprogrammedReview() {
+  QTRACE(8, "EsiFilteringDecapSm::", "maybeScheduleUnprogrammedReview");
+  QOR_ASSERT_TEXT(initialized(), "initialized()");
+  if (lfibHwStatus_->unprogrammedRoute().empty()) {
+    QTRACE(8, "EsiFilteringDecapSm::", "maybeScheduleUnprogrammedReview", " ",
+           "no unprogrammed routes, nothing to review");
+    return;
+  }
+  if (reviewUnprogrammed_->taskScheduled()) {
+    QTRACE(8, "EsiFilteringDecapSm::", "maybeScheduleUnprogrammedReview", " ",
+           "unprogrammed review already scheduled");
+    return;
+  }
+  reviewUnprogrammed_->scheduleTaskDelay(defaultUnprogrammedRetryInterval());
+  QTRACE(5, "EsiFilteringDecapSm::", "maybeScheduleUnprogrammedReview", " ", "next unprogrammed review at ",
+         reviewUnprogrammed_->dueTime());
+}
+
+void EsiFilteringDecapSm::doReviewUnprogrammed() {
+  QTRACE(8, "EsiFilteringDecapSm::", "doReviewUnprogrammed");
+  QOR_ASSERT_TEXT(reviewUnprogrammed_, "reviewUnprogrammed()");
+  if (unprogrammedPass_.done()) unprogrammedPass_ = {lfibHwStatus_->unprogrammedRoute().keys(), 0};
+  // A route programmed or gone since the pass started is no longer listed.
+  bool const finished = unprogrammedPass_.runSlice(
+      *reviewUnprogrammed_, [this](auto const& key) { return lfibHwStatus_->unprogrammedRouteHas(key); },
+      [this](auto const& key) { processRouteKey(key); });
+  if (!finished) {
+    QTRACE(5, "EsiFilteringDecapSm::", "doReviewUnprogrammed", " yield, resume at ",
+           unprogrammedPass_.keys[unprogrammedPass_.next]);
+    reviewUnprogrammed_->scheduleTask();
+    return;
+  }
+  maybeScheduleUnprogrammedReview();
+}
+
+void EsiFilteringDecapSm::handleRouteKeyBacklog() {
+  QTRACE(8, "EsiFilteringDecapSm::", "handleRouteKeyBacklog");
+  if (!initialized()) return;
+  reviewRouteKeyBacklog_->scheduleTask();
+}
+
+void EsiFilteringDecapSm::processRouteKeyBacklog(Mpls::RouteKey const& routeKey) {
+  QTRACE(8, "EsiFilteringDecapSm::", "processRouteKeyBacklog", " route ", routeKey);
+  processRouteKey(routeKey);
+  QOR_ASSERT_TEXT(lfibTrackingStatus_->routeKeyBacklogHas(routeKey), "backlogIter.isMemberOf( routeKey )");
+  lfibTrackingStatus_->routeKeyBacklogDel(routeKey);
+}
+
+void EsiFilteringDecapSm::doReviewRouteKeyBacklog() {
+  QTRACE(8, "EsiFilteringDecapSm::", "doReviewRouteKeyBacklog");
+  if (backlogPass_.done()) backlogPass_ = {lfibTrackingStatus_->routeKeyBacklog().keys(), 0};
+  // A key the platform withdrew since the pass started is skipped.
+  bool const finished = backlogPass_.runSlice(
+      *reviewRouteKeyBacklog_, [this](auto const& key) { return lfibTrackingStatus_->routeKeyBacklogHas(key); },
+      [this](auto const& key) { processRouteKeyBacklog(key); });
+  if (!finished) {
+    QTRACE(5, "EsiFilteringDecapSm::", "doReviewRouteKeyBacklog", " yield, resume at ",
+           backlogPass_.keys[backlogPass_.next]);
+    reviewRouteKeyBacklog_->scheduleTask();
+    return;
+  }
+  maybeScheduleUnprogrammedReview();
+}
+
+Qor::Ptr<EsiFilteringDecapSm> esiFilteringDecapSmFactory(
+    Qor::Ptr<FennHelper::EsiFilteringDecapHelper> esiFilteringDecapHelper,
+    Qor::Ptr<Mpls::LfibStatus const> lfibStatus, Qor::Ptr<Keel::TaskScheduler> scheduler,
+    Qor::Ptr<Mpls::LfibTrackingStatus> lfibTrackingStatus, Qor::Ptr<Mpls::LfibHwStatus> lfibHwStatus) {
+  return Qor::Ptr<EsiFilteringDecapSm>(new EsiFilteringDecapSm(std::move(esiFilteringDecapHelper),
+                                                               std::move(lfibStatus), std::move(scheduler),
+                                                               std::move(lfibTrackingStatus),
+                                                               std::move(lfibHwStatus)));
+}
+
+}  // namespace Fenn
