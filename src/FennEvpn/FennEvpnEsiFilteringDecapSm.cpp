@@ -16,6 +16,10 @@ constexpr Keel::Priority reviewPriority = Keel::priorityNormal;
 
 uint32_t codeOf(Mpls::LfibHwProgrammingReturnCode rc) { return static_cast<uint32_t>(rc); }
 
+UnprogrammedReviewTexts const reviewTexts{
+    "schedule immediate unprogrammed review", "unprogrammed review already scheduled",
+    "next unprogrammed review at ", "no unprogrammed routes, nothing to review"};
+
 }  // namespace
 
 class EsiFilteringDecapSm::QorLfibTrackingStatus
@@ -31,11 +35,10 @@ class EsiFilteringDecapSm::QorLfibTrackingStatus
   }
 };
 
-EsiFilteringDecapSm::EsiFilteringDecapSm(Qor::Ptr<FennHelper::EsiFilteringDecapHelper> esiFilteringDecapHelper,
-                                         Qor::Ptr<Mpls::LfibStatus const> lfibStatus,
-                                         Qor::Ptr<Keel::TaskScheduler> scheduler,
-                                         Qor::Ptr<Mpls::LfibTrackingStatus> lfibTrackingStatus,
-                                         Qor::Ptr<Mpls::LfibHwStatus> lfibHwStatus)
+EsiFilteringDecapSm::EsiFilteringDecapSm(
+    Qor::Ptr<FennHelper::EsiFilteringDecapHelper> esiFilteringDecapHelper,
+    Qor::Ptr<Mpls::LfibStatus const> lfibStatus, Qor::Ptr<Keel::TaskScheduler> scheduler,
+    Qor::Ptr<Mpls::LfibTrackingStatus> lfibTrackingStatus, Qor::Ptr<Mpls::LfibHwStatus> lfibHwStatus)
     : esiFilteringDecapHelper_(std::move(esiFilteringDecapHelper)),
       lfibStatus_(std::move(lfibStatus)),
       scheduler_(std::move(scheduler)),
@@ -47,7 +50,7 @@ EsiFilteringDecapSm::EsiFilteringDecapSm(Qor::Ptr<FennHelper::EsiFilteringDecapH
 EsiFilteringDecapSm::~EsiFilteringDecapSm() {
   qorLfibTrackingStatus_.reset();
   reviewRouteKeyBacklog_ = nullptr;
-  reviewUnprogrammed_ = nullptr;
+  review_.reset();
   if (!initialized()) return;
   for (auto const& routeKey : routeEsiFilterVia().keys()) {
     esiFilteringDecapHelper_->deleteEsiPortMap(routeKey.topLabel(), routeEsiFilterVia(routeKey).intfId());
@@ -62,10 +65,10 @@ void EsiFilteringDecapSm::handleInitialized() {
   QOR_ASSERT_TEXT(scheduler_, "scheduler()");
   QOR_ASSERT_TEXT(lfibTrackingStatus_, "lfibTrackingStatus()");
   QOR_ASSERT_TEXT(lfibHwStatus_, "lfibHwStatus()");
-  reviewRouteKeyBacklog_ = Qor::Ptr<Keel::Task>(
-      new Keel::Task(scheduler_, reviewPriority, "reviewRouteKeyBacklog", [this] { doReviewRouteKeyBacklog(); }));
-  reviewUnprogrammed_ = Qor::Ptr<Keel::TimerTask>(
-      new Keel::TimerTask(scheduler_, reviewPriority, "reviewUnprogrammed", [this] { doReviewUnprogrammed(); }));
+  reviewRouteKeyBacklog_ = Qor::Ptr<Keel::Task>(new Keel::Task(
+      scheduler_, reviewPriority, "reviewRouteKeyBacklog", [this] { doReviewRouteKeyBacklog(); }));
+  review_ = std::make_unique<Review>(*this, qorTraceHandle_, lfibHwStatus_->unprogrammedRoute(), scheduler_,
+                                     reviewPriority, Review::defaultTaskName, reviewTexts);
   // Listings of a previous run describe maps that are no longer ours; the first pass lists
   // again what still fails.
   lfibHwStatus_->unprogrammedRouteDelAll();
@@ -121,9 +124,10 @@ void EsiFilteringDecapSm::createEsiFilterVia(Mpls::RouteKey const& routeKey,
     addRouteToUnprogrammed(routeKey, Mpls::lfibHwConflict);
     return;
   }
-  Mpls::LfibHwProgrammingReturnCode const rc = esiFilteringDecapHelper_->createEsiPortMap(routeKey.topLabel(), intfId);
-  QTRACE(5, "EsiFilteringDecapSm::", "createEsiFilterVia", " route ", routeKey, " intf ", intfId, " rc: ",
-         codeOf(rc));
+  Mpls::LfibHwProgrammingReturnCode const rc =
+      esiFilteringDecapHelper_->createEsiPortMap(routeKey.topLabel(), intfId);
+  QTRACE(5, "EsiFilteringDecapSm::", "createEsiFilterVia", " route ", routeKey, " intf ", intfId,
+         " rc: ", codeOf(rc));
   switch (codeOf(rc)) {
     case Mpls::lfibHwProgrammed:
       routeEsiFilterViaIs(routeKey, via);
@@ -150,8 +154,8 @@ void EsiFilteringDecapSm::deleteEsiFilterVia(Mpls::RouteKey const& routeKey) {
     Ostra::IntfId const intfId = routeEsiFilterVia(routeKey).intfId();
     Mpls::LfibHwProgrammingReturnCode const rc =
         esiFilteringDecapHelper_->deleteEsiPortMap(routeKey.topLabel(), intfId);
-    QTRACE(5, "EsiFilteringDecapSm::", "deleteEsiFilterVia", " route ", routeKey, " intf ", intfId, " rc: ",
-           codeOf(rc));
+    QTRACE(5, "EsiFilteringDecapSm::", "deleteEsiFilterVia", " route ", routeKey, " intf ", intfId,
+           " rc: ", codeOf(rc));
     routeEsiFilterViaDel(routeKey);
     intfRouteDel(intfId);
   }
@@ -177,38 +181,8 @@ void EsiFilteringDecapSm::deleteRouteFromUnprogrammed(Mpls::RouteKey const& rout
 }
 
 void EsiFilteringDecapSm::maybeScheduleUnprogrammedReview() {
-  QTRACE(8, "EsiFilteringDecapSm::", "maybeScheduleUnprogrammedReview");
   QOR_ASSERT_TEXT(initialized(), "initialized()");
-  if (lfibHwStatus_->unprogrammedRoute().empty()) {
-    QTRACE(8, "EsiFilteringDecapSm::", "maybeScheduleUnprogrammedReview", " ",
-           "no unprogrammed routes, nothing to review");
-    return;
-  }
-  if (reviewUnprogrammed_->taskScheduled()) {
-    QTRACE(8, "EsiFilteringDecapSm::", "maybeScheduleUnprogrammedReview", " ",
-           "unprogrammed review already scheduled");
-    return;
-  }
-  reviewUnprogrammed_->scheduleTaskDelay(defaultUnprogrammedRetryInterval());
-  QTRACE(5, "EsiFilteringDecapSm::", "maybeScheduleUnprogrammedReview", " ", "next unprogrammed review at ",
-         reviewUnprogrammed_->dueTime());
-}
-
-void EsiFilteringDecapSm::doReviewUnprogrammed() {
-  QTRACE(8, "EsiFilteringDecapSm::", "doReviewUnprogrammed");
-  QOR_ASSERT_TEXT(reviewUnprogrammed_, "reviewUnprogrammed()");
-  if (unprogrammedPass_.done()) unprogrammedPass_ = {lfibHwStatus_->unprogrammedRoute().keys(), 0};
-  // A route programmed or gone since the pass started is no longer listed.
-  bool const finished = unprogrammedPass_.runSlice(
-      *reviewUnprogrammed_, [this](auto const& key) { return lfibHwStatus_->unprogrammedRouteHas(key); },
-      [this](auto const& key) { processRouteKey(key); });
-  if (!finished) {
-    QTRACE(5, "EsiFilteringDecapSm::", "doReviewUnprogrammed", " yield, resume at ",
-           unprogrammedPass_.keys[unprogrammedPass_.next]);
-    reviewUnprogrammed_->scheduleTask();
-    return;
-  }
-  maybeScheduleUnprogrammedReview();
+  review_->maybeSchedule(false);
 }
 
 void EsiFilteringDecapSm::handleRouteKeyBacklog() {
@@ -226,16 +200,22 @@ void EsiFilteringDecapSm::processRouteKeyBacklog(Mpls::RouteKey const& routeKey)
 
 void EsiFilteringDecapSm::doReviewRouteKeyBacklog() {
   QTRACE(8, "EsiFilteringDecapSm::", "doReviewRouteKeyBacklog");
-  if (backlogPass_.done()) backlogPass_ = {lfibTrackingStatus_->routeKeyBacklog().keys(), 0};
-  // A key the platform withdrew since the pass started is skipped.
-  bool const finished = backlogPass_.runSlice(
-      *reviewRouteKeyBacklog_, [this](auto const& key) { return lfibTrackingStatus_->routeKeyBacklogHas(key); },
-      [this](auto const& key) { processRouteKeyBacklog(key); });
-  if (!finished) {
-    QTRACE(5, "EsiFilteringDecapSm::", "doReviewRouteKeyBacklog", " yield, resume at ",
-           backlogPass_.keys[backlogPass_.next]);
-    reviewRouteKeyBacklog_->scheduleTask();
-    return;
+  Keel::Task* task = reviewRouteKeyBacklog_.get();
+  if (backlogNext_ == backlogPass_.size()) {
+    backlogPass_ = lfibTrackingStatus_->routeKeyBacklog().keys();
+    backlogNext_ = 0;
+  }
+  while (backlogNext_ < backlogPass_.size()) {
+    Mpls::RouteKey const routeKey = backlogPass_[backlogNext_++];
+    if (!lfibTrackingStatus_->routeKeyBacklogHas(routeKey)) continue;  // withdrawn by the platform
+    processRouteKeyBacklog(routeKey);
+    task->taskWorkCountInc(1);
+    if (backlogNext_ < backlogPass_.size() && task->taskShouldYield()) {
+      QTRACE(5, "EsiFilteringDecapSm::", "doReviewRouteKeyBacklog", " yield, keys left in pass ",
+             backlogPass_.size() - backlogNext_);
+      task->scheduleTask();
+      return;
+    }
   }
   maybeScheduleUnprogrammedReview();
 }
@@ -244,10 +224,9 @@ Qor::Ptr<EsiFilteringDecapSm> esiFilteringDecapSmFactory(
     Qor::Ptr<FennHelper::EsiFilteringDecapHelper> esiFilteringDecapHelper,
     Qor::Ptr<Mpls::LfibStatus const> lfibStatus, Qor::Ptr<Keel::TaskScheduler> scheduler,
     Qor::Ptr<Mpls::LfibTrackingStatus> lfibTrackingStatus, Qor::Ptr<Mpls::LfibHwStatus> lfibHwStatus) {
-  return Qor::Ptr<EsiFilteringDecapSm>(new EsiFilteringDecapSm(std::move(esiFilteringDecapHelper),
-                                                               std::move(lfibStatus), std::move(scheduler),
-                                                               std::move(lfibTrackingStatus),
-                                                               std::move(lfibHwStatus)));
+  return Qor::Ptr<EsiFilteringDecapSm>(
+      new EsiFilteringDecapSm(std::move(esiFilteringDecapHelper), std::move(lfibStatus), std::move(scheduler),
+                              std::move(lfibTrackingStatus), std::move(lfibHwStatus)));
 }
 
 }  // namespace Fenn

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "FennEvpn/FennEvpnEsiFilteringDecapHelper.h"
+#include "FennEvpn/FennEvpnUnprogrammedReview.h"
 #include "Keel/Task.h"
 #include "Keel/TaskScheduler.h"
 #include "Keel/TimerTask.h"
@@ -35,6 +36,8 @@ namespace Fenn {
 
 class EsiFilteringDecapSm : public Qor::StateMachine {
  public:
+  static constexpr char traceClass[] = "EsiFilteringDecapSm::";
+
   EsiFilteringDecapSm(Qor::Ptr<FennHelper::EsiFilteringDecapHelper> esiFilteringDecapHelper,
                       Qor::Ptr<Mpls::LfibStatus const> lfibStatus, Qor::Ptr<Keel::TaskScheduler> scheduler,
                       Qor::Ptr<Mpls::LfibTrackingStatus> lfibTrackingStatus,
@@ -59,7 +62,7 @@ class EsiFilteringDecapSm : public Qor::StateMachine {
 
   // Created by handleInitialized.
   Keel::Task* reviewRouteKeyBacklog() const noexcept { return reviewRouteKeyBacklog_.get(); }
-  Keel::TimerTask* reviewUnprogrammed() const noexcept { return reviewUnprogrammed_.get(); }
+  Keel::TimerTask* reviewUnprogrammed() const noexcept { return review_ ? review_->task() : nullptr; }
 
   // Brings the hardware in line with the route as the LFIB has it now.
   void processRouteKey(Mpls::RouteKey const& routeKey);
@@ -72,7 +75,6 @@ class EsiFilteringDecapSm : public Qor::StateMachine {
   // Schedules the review after defaultUnprogrammedRetryInterval unless one is pending or no
   // route is listed.
   void maybeScheduleUnprogrammedReview();
-  void doReviewUnprogrammed();
   void handleRouteKeyBacklog();
   void processRouteKeyBacklog(Mpls::RouteKey const& routeKey);
   void doReviewRouteKeyBacklog();
@@ -82,27 +84,10 @@ class EsiFilteringDecapSm : public Qor::StateMachine {
 
  private:
   class QorLfibTrackingStatus;
+  using Review = UnprogrammedReview<EsiFilteringDecapSm, Qor::ValueMap<Mpls::RouteKey, Mpls::RouteInfo>>;
+  friend Review;
 
-  // A review walks a snapshot of keys taken when its pass starts, a slice per run; keys
-  // that arrive meanwhile wait for the next pass.
-  struct Pass {
-    std::vector<Mpls::RouteKey> keys;
-    size_t next = 0;
-    bool done() const noexcept { return next == keys.size(); }
-    // Calls process(key) for each key of the pass that is still pending(key), counting
-    // one unit of work each; returns false when the task must yield with keys left.
-    template <class Pending, class Process>
-    bool runSlice(Keel::Task& task, Pending pending, Process process) {
-      while (!done()) {
-        Mpls::RouteKey const key = keys[next++];
-        if (!pending(key)) continue;
-        process(key);
-        task.taskWorkCountInc(1);
-        if (!done() && task.taskShouldYield()) return false;
-      }
-      return true;
-    }
-  };
+  void reviewUnprogrammedKey(Mpls::RouteKey const& routeKey) { processRouteKey(routeKey); }
 
   Qor::Ptr<FennHelper::EsiFilteringDecapHelper> esiFilteringDecapHelper_;
   Qor::Ptr<Mpls::LfibStatus const> lfibStatus_;
@@ -110,9 +95,11 @@ class EsiFilteringDecapSm : public Qor::StateMachine {
   Qor::Ptr<Mpls::LfibTrackingStatus> lfibTrackingStatus_;
   Qor::Ptr<Mpls::LfibHwStatus> lfibHwStatus_;
   Qor::Ptr<Keel::Task> reviewRouteKeyBacklog_;
-  Qor::Ptr<Keel::TimerTask> reviewUnprogrammed_;
-  Pass backlogPass_;
-  Pass unprogrammedPass_;
+  std::unique_ptr<Review> review_;
+  // The backlog drain walks the keys present when its pass began, a slice per run; keys
+  // that arrive meanwhile wait for the next pass.
+  std::vector<Mpls::RouteKey> backlogPass_;
+  size_t backlogNext_ = 0;
   std::unique_ptr<QorLfibTrackingStatus> qorLfibTrackingStatus_;
 };
 

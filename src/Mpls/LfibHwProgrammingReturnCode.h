@@ -25,7 +25,7 @@ enum LfibHwProgrammingReturnCode : uint32_t {
 template <>
 struct Qor::EnumTraits<Mpls::LfibHwProgrammingReturnCode> {
   static constexpr std::string_view typeName = "Mpls::LfibHwProgrammingReturnCode";
-  static constexpr std::array<std::string_view, 5> names = {
-      "lfibHwProgrammed", "lfibHwConflict", "lfibHwResourceFull", "lfibHwTemporaryFailure",
-      "lfibHwNotApplicable"};
+  static constexpr std::array<std::string_view, 5> names = {"lfibHwProgrammed", "lfibHwConflict",
+                                                            "lfibHwResourceFull", "lfibHwTemporaryFailure",
+                                                            "lfibHwNotApplicable"};
 };

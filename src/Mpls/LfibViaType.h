@@ -22,7 +22,6 @@ enum LfibViaType : uint8_t {
 template <>
 struct Qor::EnumTraits<Mpls::LfibViaType> {
   static constexpr std::string_view typeName = "Mpls::LfibViaType";
-  static constexpr std::array<std::string_view, 4> names = {"lfibViaTypeInvalid", "lfibViaTypeMpls",
-                                                            "lfibViaTypeEvpnEthernetSegmentFilter",
-                                                            "lfibViaTypeDrop"};
+  static constexpr std::array<std::string_view, 4> names = {
+      "lfibViaTypeInvalid", "lfibViaTypeMpls", "lfibViaTypeEvpnEthernetSegmentFilter", "lfibViaTypeDrop"};
 };

@@ -2,7 +2,8 @@
 
 namespace Sim {
 
-Mpls::LfibHwProgrammingReturnCode EsiPortMaps::createEsiPortMap(Ostra::MplsLabel label, Ostra::IntfId intfId) {
+Mpls::LfibHwProgrammingReturnCode EsiPortMaps::createEsiPortMap(Ostra::MplsLabel label,
+                                                                Ostra::IntfId intfId) {
   if (auto it = maps_.find(intfId); it != maps_.end()) {
     return it->second == label ? Mpls::lfibHwProgrammed : Mpls::lfibHwConflict;
   }
@@ -12,7 +13,8 @@ Mpls::LfibHwProgrammingReturnCode EsiPortMaps::createEsiPortMap(Ostra::MplsLabel
   return Mpls::lfibHwProgrammed;
 }
 
-Mpls::LfibHwProgrammingReturnCode EsiPortMaps::deleteEsiPortMap(Ostra::MplsLabel label, Ostra::IntfId intfId) {
+Mpls::LfibHwProgrammingReturnCode EsiPortMaps::deleteEsiPortMap(Ostra::MplsLabel label,
+                                                                Ostra::IntfId intfId) {
   auto it = maps_.find(intfId);
   if (it == maps_.end() || it->second != label) return Mpls::lfibHwNotApplicable;
   maps_.erase(it);

@@ -43,8 +43,9 @@ class Harness : public ::testing::Test {
   bool programmed(uint32_t label) const { return sm->routeEsiFilterViaHas(route(label)); }
   // The listed code, or -1 when the route is not listed.
   int listed(uint32_t label) const {
-    return hwStatus->unprogrammedRouteHas(route(label)) ? int(hwStatus->unprogrammedRoute(route(label)).returnCode())
-                                                        : -1;
+    return hwStatus->unprogrammedRouteHas(route(label))
+               ? int(hwStatus->unprogrammedRoute(route(label)).returnCode())
+               : -1;
   }
 
   Qor::Ptr<FennHelper::EsiFilteringDecapHelperStub> helper =

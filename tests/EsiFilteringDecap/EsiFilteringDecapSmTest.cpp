@@ -198,7 +198,9 @@ TEST_F(BacklogTest, UnprogrammedReviewYieldsToo) {
   helper->createEsiPortMapRcIs(Mpls::lfibHwResourceFull);
   for (uint32_t n = 1; n <= 25; ++n) filterRoute(1000 + n, n);
   helper->createEsiPortMapRcIs(Mpls::lfibHwProgrammed);
-  EXPECT_EQ(scheduler->advanceBy(5.0), 3u);
+  EXPECT_EQ(scheduler->advanceBy(5.0), 1u);
+  EXPECT_EQ(hwStatus->unprogrammedRoute().size(), 15u);
+  EXPECT_EQ(scheduler->advanceBy(10.0), 2u) << "a slice every retry interval";
   EXPECT_TRUE(hwStatus->unprogrammedRoute().empty());
   EXPECT_EQ(sm->routeEsiFilterVia().size(), 25u);
 }
@@ -263,7 +265,8 @@ TEST(LfibTextForms, PrintAndParse) {
             "lfibViaTypeEvpnEthernetSegmentFilter, 'index': 3})})");
   EXPECT_EQ(Qor::strepToValue<Mpls::LfibViaSet>(Qor::valueToStrep(viaSet)), viaSet);
   Mpls::LfibEvpnEthernetSegmentFilterVia const via(intf(10));
-  EXPECT_EQ(Qor::valueToStrep(via), "Value('Mpls::LfibEvpnEthernetSegmentFilterVia', ** {'intfId': 'Port-Channel10'})");
+  EXPECT_EQ(Qor::valueToStrep(via),
+            "Value('Mpls::LfibEvpnEthernetSegmentFilterVia', ** {'intfId': 'Port-Channel10'})");
   EXPECT_EQ(Qor::strepToValue<Mpls::LfibEvpnEthernetSegmentFilterVia>(Qor::valueToStrep(via)), via);
   EXPECT_EQ(Qor::strepToValue<Mpls::LfibRoute>(Qor::valueToStrep(Mpls::LfibRoute(Mpls::LfibViaSetKey(4)))),
             Mpls::LfibRoute(Mpls::LfibViaSetKey(4)));

@@ -21,7 +21,6 @@
 namespace EsiFilteringDecapTest {
 namespace {
 
-
 constexpr uint32_t kRoutes = 12;
 constexpr uint32_t kViaSets = 6;
 constexpr uint32_t kVias = 6;
@@ -42,7 +41,8 @@ class RandomizedEsiFilteringDecapTest : public ::testing::TestWithParam<int> {
         [&] { lfib.routeDel(routeOf(pick(kRoutes))); },
         [&] { lfib.viaSetIs(Mpls::LfibViaSetKey(pick(kViaSets)), filterViaOf(pick(kVias))); },
         [&] {
-          lfib.viaSetIs(Mpls::LfibViaSetKey(pick(kViaSets)), Mpls::LfibViaKey(Mpls::lfibViaTypeMpls, pick(3)));
+          lfib.viaSetIs(Mpls::LfibViaSetKey(pick(kViaSets)),
+                        Mpls::LfibViaKey(Mpls::lfibViaTypeMpls, pick(3)));
         },
         [&] { lfib.viaSetDel(Mpls::LfibViaSetKey(pick(kViaSets))); },
         [&] { lfib.filterViaIs(filterViaOf(pick(kVias)), Ostra::IntfId::portChannel(pick(kIntfs))); },
@@ -70,7 +70,8 @@ class RandomizedEsiFilteringDecapTest : public ::testing::TestWithParam<int> {
 
 TEST_P(RandomizedEsiFilteringDecapTest, SettlesToOneMapPerClaimedInterface) {
   char const* env = std::getenv("FENN_SEED");
-  unsigned const seed = env ? unsigned(std::strtoul(env, nullptr, 10)) : unsigned(std::random_device()()) + GetParam();
+  unsigned const seed =
+      env ? unsigned(std::strtoul(env, nullptr, 10)) : unsigned(std::random_device()()) + GetParam();
   std::cout << "seed " << seed << " (FENN_SEED=" << seed << " replays it)\n";
   std::mt19937 rng(seed);
   sw.faults(Sim::FaultTarget::esiPortMapResourceFull).failFractionIs(0.2, seed);
@@ -92,12 +93,14 @@ TEST_P(RandomizedEsiFilteringDecapTest, SettlesToOneMapPerClaimedInterface) {
     auto it = maps.find(intf);
     ASSERT_NE(it, maps.end()) << "seed " << seed << ": no map on " << Qor::valueToStrep(intf);
     Mpls::RouteKey const owner(it->second);
-    EXPECT_TRUE(routes.count(owner)) << "seed " << seed << ": " << Qor::valueToStrep(intf) << " mapped for a route that left it";
+    EXPECT_TRUE(routes.count(owner)) << "seed " << seed << ": " << Qor::valueToStrep(intf)
+                                     << " mapped for a route that left it";
     EXPECT_FALSE(hwStatus->unprogrammedRouteHas(owner)) << "seed " << seed;
     for (auto const& routeKey : routes) {
       if (routeKey == owner) continue;
       ++conflicts;
-      ASSERT_TRUE(hwStatus->unprogrammedRouteHas(routeKey)) << "seed " << seed << ": " << Qor::valueToStrep(routeKey);
+      ASSERT_TRUE(hwStatus->unprogrammedRouteHas(routeKey))
+          << "seed " << seed << ": " << Qor::valueToStrep(routeKey);
       EXPECT_EQ(hwStatus->unprogrammedRoute(routeKey).returnCode(), Mpls::lfibHwConflict) << "seed " << seed;
     }
   }
