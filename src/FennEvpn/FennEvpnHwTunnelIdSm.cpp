@@ -252,6 +252,7 @@ void EvpnHwTunnelIdSm::retireTunnel(TunnelId const& tunnelId) {
   QTRACE(5, "EvpnHwTunnelIdSm::", "retireTunnel", " zombie tunnelId ", tunnelId, " hwTunnelIdType ",
          hwTunnelIdType);
   zombies->tunnelIdIs(tunnelId);
+  unprogrammedTunnelDel(tunnelId);  // a zombie no longer waits for a move
   maybeScheduleUnprogrammedReview(true);
 }
 
@@ -305,17 +306,25 @@ void EvpnHwTunnelIdSm::maybeReprogramHwTunnelId(TunnelId const& tunnelId) {
   if (oldHwTunnelId.type() == hwTunnelIdType) {
     QTRACE(8, "EvpnHwTunnelIdSm::", " maybeReprogramHwTunnelId ", " already has HwTunnelId allocated",
            " with type ", hwTunnelIdType);
+    unprogrammedTunnelDel(tunnelId);  // a move that waited is no longer needed
     return;
   }
   HwTunnelId const newHwTunnelId = getHwTunnelId(hwTunnelIdType, true);
   QTRACE(5, "EvpnHwTunnelIdSm::", " maybeReprogramHwTunnelId ", " oldHwTunnelId ", oldHwTunnelId,
          " oldHwTunnelIdType ", oldHwTunnelId.type(), " newHwTunnelId ", newHwTunnelId, " newHwTunnelIdType ",
          hwTunnelIdType, " hwTunnelIdValid ", newHwTunnelId.valid());
-  // Without a new ID the tunnel keeps the old one: an ID of the other pool still forwards.
-  if (!newHwTunnelId.valid()) return;
+  // Without a new ID the tunnel keeps the old one, which still forwards, and waits with the
+  // unprogrammed tunnels, so that the review retries the move.
+  if (!newHwTunnelId.valid()) {
+    QTRACE(5, "EvpnHwTunnelIdSm::", " maybeReprogramHwTunnelId ", " move waits for the review, tunnelId ",
+           tunnelId);
+    unprogrammedTunnelIs(tunnelId);
+    return;
+  }
   hwTunnelIdHelper_->releaseHwTunnelId(oldHwTunnelId);
   maybeScheduleUnprogrammedReview(true);
   tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdIs(TunnelIdToHwTunnelId(tunnelId, newHwTunnelId));
+  unprogrammedTunnelDel(tunnelId);
 }
 
 HwTunnelId EvpnHwTunnelIdSm::getHwTunnelId(HwTunnelIdType type, bool attemptZombieRelease) {
@@ -384,7 +393,11 @@ void EvpnHwTunnelIdSm::handleUnprogrammedTunnel(TunnelId const& tunnelId) {
   QTRACE(8, "EvpnHwTunnelIdSm::", "handleUnprogrammedTunnel", " tunnelId ", tunnelId, " unprogrammed ",
          unprogrammedTunnelHas(tunnelId));
   if (unprogrammedTunnelHas(tunnelId) && tunnelInfoHas(tunnelId)) {
-    hwTunnelIdOverflowIs(hwTunnelIdTypeOf(tunnelId), true);
+    // A waiting move still forwards with its old ID: it counts for the shared-ES pool's
+    // report, but never raises the default pool's flag, which would stop the switch.
+    HwTunnelIdType const type = hwTunnelIdTypeOf(tunnelId);
+    if (type == hwTunnelIdTypeSharedEs || !tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId))
+      hwTunnelIdOverflowIs(type, true);
   } else if (unprogrammedTunnel_.empty()) {
     hwTunnelIdOverflowIs(hwTunnelIdTypeSharedEs, false);
   }
@@ -395,6 +408,7 @@ void EvpnHwTunnelIdSm::maybeScheduleUnprogrammedReview(bool immediate) {
   if (unprogrammedTunnel_.empty()) return;
   QOR_ASSERT_TEXT(initialized(), "initialized()");
   bookmarkIs(TunnelId());
+  reviewAsked_ = true;
   if (immediate) {
     reviewUnprogrammed_->scheduleTask();
     QTRACE(5, "EvpnHwTunnelIdSm::", "maybeScheduleUnprogrammedReview", " ",
@@ -423,11 +437,14 @@ void EvpnHwTunnelIdSm::doReviewUnprogrammed() {
   // where the previous slice stopped.
   std::vector<TunnelId> tunnels = unprogrammedTunnel_.keys();
   std::sort(tunnels.begin(), tunnels.end());
+  reviewAsked_ = false;
   for (auto it = std::lower_bound(tunnels.begin(), tunnels.end(), bookmark()); it != tunnels.end(); ++it) {
     publishHwTunnelId(*it);
     task->taskWorkCountInc(1);
     if (std::next(it) != tunnels.end() && task->taskShouldYield()) {
-      bookmarkIs(*std::next(it));
+      // A review asked for during this slice (a move freed an ID) starts over: tunnels
+      // already passed may now get what they wait for.
+      bookmarkIs(reviewAsked_ ? TunnelId() : *std::next(it));
       task->scheduleTaskDelay(defaultUnprogrammedRetryInterval());
       QTRACE(5, "EvpnHwTunnelIdSm::", "doReviewUnprogrammed", " yield, resume at ", bookmark());
       return;

@@ -95,7 +95,8 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine {
   bool hwTunnelIdOverflow(HwTunnelIdType type) const { return hwTunnelIdOverflow_.get(type); }
   bool hwTunnelIdOverflowHas(HwTunnelIdType type) const { return hwTunnelIdOverflow_.has(type); }
 
-  // Tunnels that need an ID and could not get one.
+  // Tunnels that need an ID and could not get one, and tunnels waiting to move to the pool
+  // they now need (they keep their published ID meanwhile).
   QOR_ATTRIBUTE_ID(unprogrammedTunnel);
   bool unprogrammedTunnelHas(TunnelId const& tunnelId) const { return unprogrammedTunnel_.has(tunnelId); }
   auto const& unprogrammedTunnel() const noexcept { return unprogrammedTunnel_; }
@@ -156,6 +157,8 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine {
   Qor::ValueMap<HwTunnelIdType, bool> hwTunnelIdOverflow_{this, hwTunnelIdOverflowAttr};
   Qor::Set<TunnelId> unprogrammedTunnel_{this, unprogrammedTunnelAttr};
   Qor::Ptr<Keel::TimerTask> reviewUnprogrammed_;
+  // Whether a review was asked for since the current walk began.
+  bool reviewAsked_ = false;
   std::unique_ptr<QorEvpnStatus> qorEvpnStatus_;
   std::unique_ptr<QorRemoteInfo> qorRemoteInfo_;
   Qor::ReactorMap<Ostra::IntfId, QorSegmentStatus> segmentStatus_;

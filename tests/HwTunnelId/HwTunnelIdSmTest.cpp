@@ -30,6 +30,20 @@ TEST_F(AllocationTest, PoolOfOneIsReclaimedFromAZombie) {
   EXPECT_TRUE(sm->unprogrammedTunnel().empty());
 }
 
+// A zombie used again leaves the zombie set, so no other tunnel can reclaim its ID.
+TEST_F(AllocationTest, ReusedZombieIsNoLongerReclaimable) {
+  freeIds({defaultId(1)});
+  start();
+  addPeer(1, 10);
+  delPeer(1, 10);
+  ASSERT_TRUE(zombie(10));
+  floodInc(10);
+  EXPECT_FALSE(zombie(10));
+  floodInc(20);
+  EXPECT_EQ(hwId(10), defaultId(1));
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(20)));
+}
+
 TEST_F(AllocationTest, CountGoingOneTwoOneAllocatesOnce) {
   freeIds({defaultId(1), defaultId(2)});
   start();
@@ -90,14 +104,49 @@ TEST_F(AllocationTest, SharedLabelToggleMovesTunnelsBetweenPools) {
   EXPECT_EQ(freeCount(hwTunnelIdTypeSharedEs), 1u);
 }
 
-TEST_F(AllocationTest, TunnelKeepsItsIdWhenTheNeededPoolIsEmpty) {
-  freeIds({defaultId(1)});
+// A move between pools that finds the needed pool dry keeps the old ID, which still
+// forwards, and waits for the review like a tunnel without an ID. Only a move into the
+// shared-ES pool raises overflow: the default pool's flag would stop a switch whose
+// tunnel still works.
+TEST_F(AllocationTest, MoveIntoAnEmptyPoolKeepsTheOldIdAndWaitsForTheReview) {
+  freeIds({defaultId(1), sharedId(1)});
+  sharedLabel(2, true);
   start();
+  addPeer(2, 11);
   addPeer(1, 10);
   sharedLabel(1, true);  // shared-ES pool empty, no zombie there
   EXPECT_EQ(hwId(10), defaultId(1));
-  EXPECT_FALSE(sm->unprogrammedTunnelHas(tunnel(10)));
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(10)));
   EXPECT_EQ(helper->releaseHwTunnelIdCount(), 0u);
+  EXPECT_EQ(logged(), std::vector<std::string>({kFull}));
+
+  delPeer(2, 11);  // tunnel 11 becomes a zombie of the shared-ES pool
+  scheduler->runReady();
+  EXPECT_EQ(hwId(10), sharedId(1));
+  EXPECT_FALSE(table->tunnelIdToHwTunnelIdHas(tunnel(11)));
+  EXPECT_EQ(freeCount(hwTunnelIdTypeDefault), 1u);
+  EXPECT_TRUE(sm->unprogrammedTunnel().empty());
+  EXPECT_EQ(logged(), std::vector<std::string>({kFull, kNormal}));
+}
+
+TEST_F(AllocationTest, MoveOutOfTheSharedPoolWaitsWithoutRaisingDefaultOverflow) {
+  unsetenv("SIMULATION_VMID");
+  freeIds({defaultId(1), sharedId(1)});
+  start();
+  floodInc(20);
+  sharedLabel(1, true);
+  addPeer(1, 10);
+  EXPECT_EQ(hwId(10), sharedId(1));
+  sharedLabel(1, false);  // default pool empty: tunnel 20 holds its only ID
+  EXPECT_EQ(hwId(10), sharedId(1));
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(10)));
+  EXPECT_FALSE(sm->hwTunnelIdOverflow(hwTunnelIdTypeDefault));
+
+  floodDec(20);  // retired: its default ID becomes a zombie, and the review reclaims it
+  scheduler->runReady();
+  EXPECT_EQ(hwId(10), defaultId(1));
+  EXPECT_EQ(freeCount(hwTunnelIdTypeSharedEs), 1u);
+  EXPECT_TRUE(sm->unprogrammedTunnel().empty());
   EXPECT_TRUE(logged().empty());
 }
 
@@ -142,6 +191,27 @@ TEST_F(ReviewTest, ReviewDrainsUnprogrammedTunnelsInSlices) {
   EXPECT_TRUE(sm->unprogrammedTunnel().empty());
   EXPECT_EQ(scheduler->pendingTaskCount(), 0u) << "a finished walk does not reschedule";
   for (uint64_t t = 10; t < 15; ++t) EXPECT_EQ(hwId(t), defaultId(static_cast<uint32_t>(t - 9)));
+}
+
+// A pass that had to yield leaves its bookmark behind; the next review asked for starts
+// from the first tunnel again, so one that began waiting below the old bookmark is not
+// skipped.
+TEST_F(ReviewTest, NewReviewStartsOverAfterAPassThatYielded) {
+  scheduler->workQuotaIs(2);
+  start();
+  for (uint64_t t = 10; t < 15; ++t) floodInc(t);
+  freeIds({defaultId(1), defaultId(2), defaultId(3), defaultId(4), defaultId(5)});
+  sm->maybeScheduleUnprogrammedReview(true);
+  scheduler->advanceBy(10);
+  ASSERT_TRUE(sm->unprogrammedTunnel().empty());
+  ASSERT_EQ(sm->bookmark(), tunnel(14));
+
+  floodInc(5);
+  ASSERT_TRUE(sm->unprogrammedTunnelHas(tunnel(5)));
+  freeIds({defaultId(6)});
+  sm->maybeScheduleUnprogrammedReview(true);
+  scheduler->runReady();
+  EXPECT_EQ(hwId(5), defaultId(6));
 }
 
 using LifecycleTest = Harness;

@@ -153,3 +153,40 @@ TEST(SwitchFaultRecovery, FaultyRunConvergesToTheFaultFreeRun) {
 }
 
 }  // namespace
+
+// A tunnel that must change pools, and whose one allocation in the new pool fails, keeps
+// its old ID and is moved by the review that the failure asks for: into the shared-ES pool
+// when its segment gains a shared ESI label, out of it when the label goes.
+TEST(SwitchFaultRecovery, PoolMoveAfterOneAllocationFailureEndsAsWithoutTheFault) {
+  setenv("SIMULATION_VMID", "test", 0);
+  IntfId const segment = IntfId::ethernet(7);
+  std::map<IntfId, Ostra::MplsLabel> const peers{{IntfId::dynamicTunnel(tunnel(1)), Ostra::MplsLabel(501)}};
+  for (bool const intoShared : {true, false}) {
+    SCOPED_TRACE(intoShared ? "into the shared-ES pool" : "out of the shared-ES pool");
+    std::optional<Ostra::MplsLabel> const before =
+        intoShared ? std::nullopt : std::optional(Ostra::MplsLabel(900));
+    std::optional<Ostra::MplsLabel> const after =
+        intoShared ? std::optional(Ostra::MplsLabel(900)) : std::nullopt;
+    Sim::Switch clean(hardware(), "moveClean/");
+    Sim::Switch faulty(hardware(), "moveFaulty/");
+    for (Sim::Switch* sw : {&clean, &faulty}) {
+      sw->destIs(Bridging::VlanId(10), Ostra::EthAddr::broadcast(),
+                 L2Rib::Dest::mpls(tunnel(1), Ostra::MplsLabel(1001)));
+      sw->segmentIs(segment, peers, before);
+    }
+    faulty.faults(Sim::FaultTarget::hwTunnelIdAllocation).failNextIs(1);
+    clean.segmentIs(segment, peers, after);
+    faulty.segmentIs(segment, peers, after);
+    ASSERT_EQ(faulty.faults(Sim::FaultTarget::hwTunnelIdAllocation).failures(), 1u);
+    EXPECT_NE(faulty.state().tunnels, clean.state().tunnels) << "the failed move changed nothing yet";
+    clean.advance(5.0);
+    faulty.advance(5.0);
+    Sim::HardwareState const expected = clean.state();
+    Sim::HardwareState const actual = faulty.state();
+    EXPECT_EQ(actual.tunnels, expected.tunnels);
+    EXPECT_EQ(actual.pools, expected.pools);
+    EXPECT_EQ(actual.fecs, expected.fecs);
+    EXPECT_EQ(actual.floodSets, expected.floodSets);
+    EXPECT_EQ(faulty.hwTunnelIdBadReleases(), 0u);
+  }
+}
