@@ -6,6 +6,7 @@
 // 1 when one failed (all mismatches are printed), 2 for bad usage or a bad scenario.
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 
 #include "Qor/SysLog.h"
@@ -22,13 +23,26 @@ constexpr char const* usage =
     "  --trace            trace every source at levels 0 to 5 (decisions and actions) to stderr\n"
     "  --trace=SPEC       trace as SPEC says, e.g. 'FennEvpnHwTunnelIdSm/0-8,*/1' (see docs/trace.md)\n"
     "  --ringlog-dir DIR  keep the binary ring log in a file under DIR (read it with fenn-ringlog)\n"
-    "With no scenario, runs " FENN_SCENARIO_DIR "/vlan-flooding-three-pes.yaml\n";
+    "With no scenario, runs ";
+
+// The bundled example: next to an installed fenn-sim (share/fenn/scenarios), else in the
+// source tree this binary was built from.
+Qor::String defaultScenario() {
+  std::error_code ec;
+  std::filesystem::path const exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+  std::filesystem::path const installed = exe.parent_path() / FENN_SCENARIO_INSTALL_DIR;
+  Qor::String const dir = !ec && std::filesystem::is_directory(installed, ec)
+                              ? Qor::String(installed.lexically_normal().string())
+                              : Qor::String(FENN_SCENARIO_DIR);
+  return dir + "/vlan-flooding-three-pes.yaml";
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
   bool json = false;
-  Qor::String file = FENN_SCENARIO_DIR "/vlan-flooding-three-pes.yaml";
+  Qor::String const bundled = defaultScenario();
+  Qor::String file = bundled;
   for (int i = 1; i < argc; ++i) {
     char const* a = argv[i];
     if (!std::strcmp(a, "--json")) {
@@ -45,10 +59,10 @@ int main(int argc, char** argv) {
       config.directory = argv[++i];
       Ringlog::configure(config);
     } else if (!std::strcmp(a, "--help") || !std::strcmp(a, "-h")) {
-      std::cout << usage;
+      std::cout << usage << bundled << "\n";
       return 0;
     } else if (a[0] == '-') {
-      std::cerr << "fenn-sim: unknown option " << a << "\n" << usage;
+      std::cerr << "fenn-sim: unknown option " << a << "\n" << usage << bundled << "\n";
       return 2;
     } else {
       file = a;
