@@ -25,12 +25,15 @@ install(TARGETS FennPlatform FennEvpn
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
         INCLUDES DESTINATION ${FENN_INSTALL_INCLUDEDIR})
 
-# Every header of the platform and of the library: the state machines' headers include their
-# reactor and index templates, so a header-only subset would not compile on its own.
-foreach(dir ${FENN_PLATFORM_DIRS} FennEvpn)
-  if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/src/${dir})
-    install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/${dir}/
-            DESTINATION ${FENN_INSTALL_INCLUDEDIR}/${dir}
+# Every header of the platform and of the library (every directory of src/ but the
+# simulator's): the state machines' headers include their reactor and index templates, and
+# some platform directories are headers only, so a chosen subset would not compile.
+file(GLOB header_dirs LIST_DIRECTORIES true CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*)
+foreach(dir ${header_dirs})
+  get_filename_component(name ${dir} NAME)
+  if(IS_DIRECTORY ${dir} AND NOT name STREQUAL "sim")
+    install(DIRECTORY ${dir}/
+            DESTINATION ${FENN_INSTALL_INCLUDEDIR}/${name}
             COMPONENT Development
             FILES_MATCHING PATTERN "*.h")
   endif()
