@@ -87,6 +87,7 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
   esiFilteringDecapSm_ = Fenn::esiFilteringDecapSmFactory(esiPortMaps_, lfibStatus_, scheduler_,
                                                           lfibTrackingStatus_, lfibHwStatus_);
   esiFilteringDecapSm_->initializedIs(true);
+  startAccessSide(config, controlPlane);
   settle();
 }
 
@@ -94,6 +95,7 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
 // another one's output.
 Switch::~Switch() {
   esiFilteringDecapSm_ = nullptr;
+  stopAccessSide();
   vlanFloodSetSm_ = nullptr;
   floodSetFecSm_ = nullptr;
   floodSetFilterSm_ = nullptr;
@@ -186,6 +188,8 @@ FaultInjector& Switch::faults(FaultTarget target) {
       return esiPortMaps_->resourceFullFaults();
     case FaultTarget::esiPortMapTemporaryFailure:
       return esiPortMaps_->temporaryFailureFaults();
+    case FaultTarget::createEsiData:
+      return floodingHardware_->esiDataFaults();
   }
   return floodSetProgrammer_->programmingFaults();
 }
@@ -260,7 +264,150 @@ HardwareState Switch::state() const {
   }
   std::sort(s.unprogrammedRoutes.begin(), s.unprogrammedRoutes.end(),
             [](auto const& a, auto const& b) { return a.topLabel < b.topLabel; });
+  for (auto const& [lag, ports] : lagMemberInfo_->lagToPort()) {
+    s.lagMembers.push_back({lag, std::vector<Ostra::IntfId>(ports.begin(), ports.end())});
+  }
+  std::sort(s.lagMembers.begin(), s.lagMembers.end(),
+            [](auto const& a, auto const& b) { return a.lag < b.lag; });
+  for (auto const& [vlan, info] : evpnVlanStatus_->vlanStatus()) {
+    HardwareState::VlanMembers m{vlan, info->member().keys()};
+    std::sort(m.intfs.begin(), m.intfs.end());
+    s.vlanMembers.push_back(std::move(m));
+  }
+  std::sort(s.vlanMembers.begin(), s.vlanMembers.end(),
+            [](auto const& a, auto const& b) { return a.vlan < b.vlan; });
+  for (auto const& [key, e] : floodingHardware_->esiData()) {
+    auto const& [port, vlan, tunnelId] = key;
+    s.esiData.push_back(
+        {port, vlan, tunnelId, e.parentIntfId, e.hwTunnelId, e.remoteEsiLabel, e.localEsiLabel});
+  }
   return s;
+}
+
+}  // namespace Sim
+
+// ---- Access side ----
+//
+//   control plane --> lagConfigDir --> EvpnLagSm --> lagMemberInfo
+//   control plane --> bridgingConfig + vlanStatusDir + evpnStatus
+//                     --> FennEvpnVlanMembershipSm --> evpnVlanStatus
+//   lagMemberInfo + evpnStatus + tunnelIdToHwTunnelId
+//                     --> EvpnFloodingEsiSm --(FloodingHardware)--> ESI data per port
+namespace Sim {
+
+void Switch::startAccessSide(HardwareConfig const& config, ControlPlane const& controlPlane) {
+  lagConfigDir_ = controlPlane.lagConfigDir ? controlPlane.lagConfigDir : Fenn::lagCreatorConfigDirFactory();
+  bridgingConfig_ = controlPlane.bridgingConfig ? controlPlane.bridgingConfig : Bridging::configFactory();
+  vlanStatusDir_ = controlPlane.vlanStatusDir ? controlPlane.vlanStatusDir : Bridging::vlanStatusDirFactory();
+  lagMemberInfo_ = Fenn::evpnLagMemberInfoFactory();
+  evpnVlanStatus_ = Fenn::evpnVlanStatusFactory();
+  floodingHardware_ = Qor::Ptr<FloodingHardware>(new FloodingHardware("simFloodingHardware"));
+  floodingHardware_->updateSupportedOnCreateEsiDataIs(config.updateSupportedOnCreateEsiData);
+
+  lagSm_ = Fenn::evpnLagSmFactory(commonSmData_, lagConfigDir_, lagMemberInfo_);
+  vlanMembershipSm_ =
+      Fenn::fennEvpnVlanMembershipSmFactory(bridgingConfig_, vlanStatusDir_, evpnStatus_, evpnVlanStatus_);
+  floodingEsiSm_ = Fenn::evpnFloodingEsiSmFactory(floodingHardware_, scheduler_, lagMemberInfo_, evpnStatus_,
+                                                  tunnelIdToHwTunnelIdReader_);
+  lagSm_->initializedIs(true);
+  vlanMembershipSm_->initializedIs(true);
+  floodingEsiSm_->initializedIs(true);
+}
+
+void Switch::stopAccessSide() {
+  floodingEsiSm_ = nullptr;
+  vlanMembershipSm_ = nullptr;
+  lagSm_ = nullptr;
+}
+
+ControlPlane Switch::controlPlane() const {
+  return {floodSetOutput_, evpnStatus_, lagConfigDir_, bridgingConfig_, vlanStatusDir_};
+}
+
+namespace {
+// Makes a collection's keys exactly `wanted`: removes the others, then writes each wanted one.
+template <class K, class Del, class Set>
+void replaceKeys(std::vector<K> const& present, std::vector<K> const& wanted, Del del, Set set) {
+  for (auto const& k : present) {
+    if (std::find(wanted.begin(), wanted.end(), k) == wanted.end()) del(k);
+  }
+  for (auto const& k : wanted) set(k);
+}
+}  // namespace
+
+void Switch::lagIs(Ostra::IntfId lag, std::vector<Ostra::IntfId> const& members) {
+  Fenn::LagInfo* info = lagConfigDir_->lagConfigIs(lag);
+  replaceKeys(
+      info->member().keys(), members, [&](auto const& port) { info->memberDel(port); },
+      [&](auto const& port) { info->memberIs(port, Hardware::Lag::portProgTypeRxTx); });
+  settle();
+}
+
+void Switch::lagDel(Ostra::IntfId lag) {
+  lagConfigDir_->lagConfigDel(lag);
+  settle();
+}
+
+void Switch::vlanConfigIs(Bridging::VlanId vlan, std::vector<Ostra::IntfId> const& intfs) {
+  Bridging::VlanConfig* config = bridgingConfig_->vlanConfigIs(vlan);
+  replaceKeys(
+      config->intf().keys(), intfs, [&](auto const& intf) { config->intfDel(intf); },
+      [&](auto const& intf) { config->intfIs(intf, Bridging::VlanPortConfig(true)); });
+  settle();
+}
+
+void Switch::vlanConfigDel(Bridging::VlanId vlan) {
+  bridgingConfig_->vlanConfigDel(vlan);
+  settle();
+}
+
+void Switch::vlanStatusIs(Bridging::VlanId vlan, std::vector<Ostra::IntfId> const& intfs) {
+  Bridging::VlanStatus* status = vlanStatusDir_->vlanStatusIs(vlan);
+  replaceKeys(
+      status->vlanPortStatus().keys(), intfs, [&](auto const& intf) { status->vlanPortStatusDel(intf); },
+      [&](auto const& intf) { status->vlanPortStatusIs(intf, Bridging::VlanPortStatus(true)); });
+  settle();
+}
+
+void Switch::vlanStatusDel(Bridging::VlanId vlan) {
+  vlanStatusDir_->vlanStatusDel(vlan);
+  settle();
+}
+
+void Switch::encapBumFilterIs(std::vector<Ostra::IntfId> const& intfs) {
+  replaceKeys(
+      evpnStatus_->encapBumFilter().keys(), intfs,
+      [&](auto const& intf) { evpnStatus_->encapBumFilterDel(intf); },
+      [&](auto const& intf) { evpnStatus_->encapBumFilterIs(intf); });
+  settle();
+}
+
+void Switch::segmentVlansIs(Ostra::IntfId intf, std::vector<Bridging::VlanId> const& vlans,
+                            std::map<Bridging::VlanId, Ostra::IntfId> const& designatedForwarders) {
+  Evpn::EthernetSegmentStatus* es = evpnStatus_->ethernetSegmentStatusIs(intf);
+  std::vector<Bridging::VlanId> dfVlans;
+  for (auto const& [vlan, tep] : designatedForwarders) dfVlans.push_back(vlan);
+  replaceKeys(
+      es->designatedForwarderTep().keys(), dfVlans,
+      [&](auto const& vlan) { es->designatedForwarderTepDel(vlan); },
+      [&](auto const& vlan) { es->designatedForwarderTepIs(vlan, designatedForwarders.at(vlan)); });
+  replaceKeys(
+      es->configuredVlan().keys(), vlans, [&](auto const& vlan) { es->configuredVlanDel(vlan); },
+      [&](auto const& vlan) { es->configuredVlanIs(vlan); });
+  settle();
+}
+
+void Switch::localEsiLabelIs(Ostra::IntfId intf, std::optional<Ostra::MplsLabel> label) {
+  if (label) {
+    evpnStatus_->localEsiLabelIs(intf, Evpn::EncapTypeLabel::mpls(*label));
+  } else {
+    evpnStatus_->localEsiLabelDel(intf);
+  }
+  settle();
+}
+
+void Switch::updateSupportedOnCreateEsiDataIs(bool supported) {
+  floodingHardware_->updateSupportedOnCreateEsiDataIs(supported);
 }
 
 }  // namespace Sim

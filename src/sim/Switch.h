@@ -12,23 +12,30 @@
 #include <optional>
 #include <vector>
 
+#include "Bridging/Config.h"
 #include "Bridging/MacVlanPair.h"
+#include "Bridging/VlanStatusDir.h"
 #include "Evpn/EvpnStatus.h"
 #include "Fenn/FecIdToHwFecIdRequest.h"
 #include "Fenn/FecIdToHwFecIdResponse.h"
 #include "Fenn/FennCommonSmData.h"
+#include "Fenn/LagCreatorConfigDir.h"
 #include "FennEvpn/FennEvpnFloodSetFecSm.h"
+#include "FennEvpn/FennEvpnFloodingEsiSm.h"
 #include "FennEvpn/FennEvpnHwTunnelIdSm.h"
+#include "FennEvpn/FennEvpnLagSm.h"
 #include "FennEvpn/FennEvpnRemoteInfoFinderSm.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnVlanFloodSetFilterSm.h"
 #include "FennEvpn/FennEvpnVlanFloodSetSm.h"
+#include "FennEvpn/FennEvpnVlanMembershipSm.h"
 #include "Keel/ManualClock.h"
 #include "Keel/TaskScheduler.h"
 #include "Keel/TimerWheel.h"
 #include "L2Rib/FloodSetOutput.h"
 #include "sim/FecResponder.h"
 #include "sim/FloodSetProgrammer.h"
+#include "sim/FloodingHardware.h"
 #include "sim/HwTunnelIdPools.h"
 
 // ESI filtering at decapsulation.
@@ -44,8 +51,9 @@ namespace Sim {
 struct HardwareConfig {
   uint32_t defaultHwTunnelIds = 1024;
   uint32_t sharedEsHwTunnelIds = 64;
-  double fecResponseDelay = 0.0;           // seconds; 0 answers inside the request's notification
-  uint32_t floodSetCapacity = UINT32_MAX;  // programmed flood-set entries the chip holds
+  double fecResponseDelay = 0.0;                // seconds; 0 answers inside the request's notification
+  uint32_t floodSetCapacity = UINT32_MAX;       // programmed flood-set entries the chip holds
+  bool updateSupportedOnCreateEsiData = false;  // createEsiData overwrites an installed entry
 };
 
 // The control plane's side: what it writes. A switch opens its own unless it is given
@@ -54,6 +62,10 @@ struct HardwareConfig {
 struct ControlPlane {
   Qor::Ptr<L2Rib::FloodSetOutput> floodSetOutput;
   Qor::Ptr<Evpn::EvpnStatus> evpnStatus;
+  // Access side.
+  Qor::Ptr<Fenn::LagCreatorConfigDir> lagConfigDir;
+  Qor::Ptr<Bridging::Config> bridgingConfig;
+  Qor::Ptr<Bridging::VlanStatusDir> vlanStatusDir;
 };
 
 enum class FaultTarget {
@@ -63,6 +75,8 @@ enum class FaultTarget {
   // ESI filtering at decapsulation: a port map answered with code 2, or with code 3.
   esiPortMapResourceFull,
   esiPortMapTemporaryFailure,
+  // Access side: createEsiData reports notProgrammed.
+  createEsiData,
 };
 
 // What the hardware models hold, in a canonical order, for show, expect, JSON and
@@ -113,6 +127,31 @@ struct HardwareState {
   };
   std::vector<EsiPortMap> esiPortMaps;                // by interface
   std::vector<UnprogrammedRoute> unprogrammedRoutes;  // by top label
+
+  // Access side.
+  struct LagMembers {
+    Ostra::IntfId lag;
+    std::vector<Ostra::IntfId> ports;
+    bool operator==(LagMembers const&) const = default;
+  };
+  struct VlanMembers {
+    Bridging::VlanId vlan;
+    std::vector<Ostra::IntfId> intfs;
+    bool operator==(VlanMembers const&) const = default;
+  };
+  struct EsiEntry {
+    Ostra::IntfId port;
+    Bridging::VlanId vlan;
+    ::Tunnel::TunnelTable::TunnelId tunnelId;
+    Ostra::IntfId parentIntf;
+    Fenn::HwTunnelId hwTunnelId;
+    Ostra::MplsLabel remoteEsiLabel;
+    Ostra::MplsLabel localEsiLabel;
+    bool operator==(EsiEntry const&) const = default;
+  };
+  std::vector<LagMembers> lagMembers;    // as EvpnLagMemberInfo publishes them
+  std::vector<VlanMembers> vlanMembers;  // as EvpnVlanStatus publishes them
+  std::vector<EsiEntry> esiData;         // the ESI data table, by (port, VLAN, tunnel)
 };
 
 class Switch {
@@ -174,6 +213,34 @@ class Switch {
   EsiPortMaps const& esiPortMaps() const { return *esiPortMaps_; }
   Fenn::EsiFilteringDecapSm const* esiFilteringDecapSm() const { return esiFilteringDecapSm_.get(); }
 
+  // ---- Access side: LAGs, VLAN membership, ESI labels ----
+  // Control plane: a LAG's member ports (replacing the previous ones; an empty list leaves
+  // the LAG configured without members), and the LAG's removal.
+  void lagIs(Ostra::IntfId lag, std::vector<Ostra::IntfId> const& members);
+  void lagDel(Ostra::IntfId lag);
+  // Bridging: the interfaces configured in a VLAN, and those operationally in it (each
+  // replacing the previous list), and the removal of the VLAN's configuration or status.
+  void vlanConfigIs(Bridging::VlanId vlan, std::vector<Ostra::IntfId> const& intfs);
+  void vlanConfigDel(Bridging::VlanId vlan);
+  void vlanStatusIs(Bridging::VlanId vlan, std::vector<Ostra::IntfId> const& intfs);
+  void vlanStatusDel(Bridging::VlanId vlan);
+  // EVPN status: the interfaces that filter encapsulated BUM traffic (replacing the set);
+  // a segment's configured VLANs and designated forwarder TEP per VLAN (replacing both);
+  // the local ESI label of an access interface (none removes it).
+  void encapBumFilterIs(std::vector<Ostra::IntfId> const& intfs);
+  void segmentVlansIs(Ostra::IntfId intf, std::vector<Bridging::VlanId> const& vlans,
+                      std::map<Bridging::VlanId, Ostra::IntfId> const& designatedForwarders);
+  void localEsiLabelIs(Ostra::IntfId intf, std::optional<Ostra::MplsLabel> label);
+  // Hardware.
+  void updateSupportedOnCreateEsiDataIs(bool supported);
+  FloodingHardware const& floodingHardware() const { return *floodingHardware_; }
+  // What the access side publishes and holds.
+  Fenn::EvpnLagMemberInfo const* lagMemberInfo() const { return lagMemberInfo_.get(); }
+  Fenn::EvpnVlanStatus const* evpnVlanStatus() const { return evpnVlanStatus_.get(); }
+  Fenn::EvpnFloodingEsiSm const* floodingEsiSm() const { return floodingEsiSm_.get(); }
+  // The control plane this switch reads, to build other machines on the same inputs.
+  ControlPlane controlPlane() const;
+
  private:
   // Platform.
   Qor::Ptr<Keel::ManualClock> clock_;
@@ -214,6 +281,19 @@ class Switch {
   LfibTracker lfibTracker_;
   Qor::Ptr<EsiPortMaps> esiPortMaps_;
   Qor::Ptr<Fenn::EsiFilteringDecapSm> esiFilteringDecapSm_;
+
+  // ---- Access side ----
+  void startAccessSide(HardwareConfig const& config, ControlPlane const& controlPlane);
+  void stopAccessSide();
+  Qor::Ptr<Fenn::LagCreatorConfigDir> lagConfigDir_;
+  Qor::Ptr<Bridging::Config> bridgingConfig_;
+  Qor::Ptr<Bridging::VlanStatusDir> vlanStatusDir_;
+  Qor::Ptr<Fenn::EvpnLagMemberInfo> lagMemberInfo_;
+  Qor::Ptr<Fenn::EvpnVlanStatus> evpnVlanStatus_;
+  Qor::Ptr<FloodingHardware> floodingHardware_;
+  Qor::Ptr<Fenn::EvpnLagSm> lagSm_;
+  Qor::Ptr<Fenn::FennEvpnVlanMembershipSm> vlanMembershipSm_;
+  Qor::Ptr<Fenn::EvpnFloodingEsiSm> floodingEsiSm_;
 };
 
 }  // namespace Sim

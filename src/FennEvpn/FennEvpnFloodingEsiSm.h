@@ -1,0 +1,133 @@
+// EvpnFloodingEsiSm programs the split-horizon data of every multihomed access interface
+// (an Ethernet segment): for each VLAN of the segment and each remote TEP that the ESI
+// label is sent to, the TEP's remote ESI label, the hardware tunnel ID of the tunnel to
+// it and the segment's local ESI label, on every physical port of the interface (each
+// current member of a LAG), through the flooding helper's createEsiData/deleteEsiData.
+//
+// The label goes to every remote of the segment when all of them have a hardware tunnel
+// ID from the shared-ES pool, and otherwise only to the designated forwarder of the VLAN.
+// A create that fails is retried by the unprogrammed review without limit; a create that
+// reports an invalid hardware tunnel ID is fatal. Releasing the machine removes what it
+// programmed.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "Evpn/EvpnStatus.h"
+#include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnFloodingRecords.h"
+#include "FennEvpn/FennEvpnFloodingSmHelper.h"
+#include "FennEvpn/FennEvpnLagMemberInfo.h"
+#include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
+#include "FennEvpn/FennEvpnUnprogrammedReview.h"
+#include "Keel/TaskScheduler.h"
+#include "Qor/Collection.h"
+#include "Qor/StateMachine.h"
+
+namespace Fenn {
+
+class EvpnFloodingEsiSm : public Qor::StateMachine {
+ public:
+  static constexpr char traceClass[] = "EvpnFloodingEsiSm::";
+
+  EvpnFloodingEsiSm(Qor::Ptr<FennHelper::EvpnFloodingSmHelper> helper,
+                    Qor::Ptr<Keel::TaskScheduler> scheduler,
+                    Qor::Ptr<EvpnLagMemberInfo const> evpnLagMemberInfo,
+                    Qor::Ptr<Evpn::EvpnStatus const> evpnStatus,
+                    Qor::Ptr<TunnelIdToHwTunnelIdMapping const> tunnelIdHwTunnelId);
+  ~EvpnFloodingEsiSm() override;
+  std::string_view fwkType() const override { return "Fenn::EvpnFloodingEsiSm"; }
+
+  FennHelper::EvpnFloodingSmHelper* floodingHelper() const noexcept { return helper_.get(); }
+  Keel::TaskScheduler* scheduler() const noexcept { return scheduler_.get(); }
+  EvpnLagMemberInfo const* evpnLagMemberInfo() const noexcept { return evpnLagMemberInfo_.get(); }
+  Evpn::EvpnStatus const* evpnStatus() const noexcept { return evpnStatus_.get(); }
+  TunnelIdToHwTunnelIdMapping const* tunnelIdHwTunnelId() const noexcept { return tunnelIdHwTunnelId_.get(); }
+
+  // The (interface, VLAN) pairs flooded with ESI data, both ways.
+  QOR_CHILDREN(intfVlanSet, Ostra::IntfId, IntfVlanSet)
+  QOR_CHILDREN(vlanIntfSet, Bridging::VlanId, VlanIntfSet)
+  // The remote tunnels of each pair, and the reverse indexes a tunnel's change goes through.
+  QOR_CHILDREN(intfVlanTunnelSet, IntfVlanKey, IntfVlanTunnelSet)
+  QOR_CHILDREN(tunnelIntfVlanSet, TunnelId, TunnelIntfVlanSet)
+  QOR_CHILDREN(intfTunnelVlanSet, IntfTunnelKey, IntfTunnelVlanSet)
+  // What is wanted in hardware per (interface, VLAN, tunnel), and what is there per port.
+  QOR_MAP(intfVlanTunnelEsiInfo, IntfVlanTunnelKey, EsiInfo)
+  QOR_CHILDREN(esiStatus, IntfVlanTunnelKey, IntfVlanTunnelEsiStatus)
+  // Keys with a port whose programming failed: exactly those whose esiStatus record has an
+  // unprogrammed port.
+  QOR_SET(unprogrammedEsi, IntfVlanTunnelKey)
+  QOR_SCALAR(defaultUnprogrammedRetryInterval, double, 5.0)
+
+  // Created by handleInitialized.
+  Keel::TimerTask* reviewUnprogrammed() const noexcept { return review_ ? review_->task() : nullptr; }
+  void maybeScheduleUnprogrammedReview(bool immediate);
+
+  // Whether every remote of the segment has a published hardware tunnel ID of the shared-ES
+  // pool (true for a segment without remotes).
+  bool allRemotesHaveSharedEsHwTunnelId(Ostra::IntfId const& intfId) const;
+
+ protected:
+  void handleInitialized() override;
+
+ private:
+  class QorEvpnStatus;
+  class QorSegmentStatus;
+  class QorTunnelIdHwTunnelId;
+  class QorEvpnLagMemberInfo;
+  struct EsiTarget;
+  using Review = UnprogrammedReview<EvpnFloodingEsiSm, Qor::Set<IntfVlanTunnelKey>>;
+  friend Review;
+  friend struct EsiTarget;
+
+  void segmentStatusIs(Ostra::IntfId const& intfId);
+  void segmentStatusDel(Ostra::IntfId const& intfId);
+  void handleSegmentStatus(Ostra::IntfId const& intfId);
+  void handleSegmentVlan(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
+  void handleSegmentVlans(Ostra::IntfId const& intfId);
+  void handleLocalEsiLabel(Ostra::IntfId const& intfId);
+  void handleTunnelIdMapping(TunnelId const& tunnelId);
+  void handleLagPort(Ostra::IntfId const& intfId);
+
+  void addIntfVlanMapping(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
+  void deleteIntfVlanMapping(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
+  void addOrUpdateIntfVlanTunnelMapping(Ostra::IntfId const& intfId, Bridging::VlanId vlanId,
+                                        TunnelId const& tunnelId);
+  void deleteIntfVlanTunnel(Ostra::IntfId const& intfId, Bridging::VlanId vlanId, TunnelId const& tunnelId);
+  void deleteIntfVlanTunnelMapping(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
+  void addOrUpdateIntfVlanTunnelLabelMapping(Ostra::IntfId const& intfId, Bridging::VlanId vlanId,
+                                             TunnelId const& tunnelId, HwTunnelId const& hwTunnelId,
+                                             Ostra::MplsLabel label);
+  void deleteIntfVlanTunnelLabelMapping(Ostra::IntfId const& intfId, Bridging::VlanId vlanId,
+                                        TunnelId const& tunnelId);
+
+  void processIntfVlan(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
+  void processIntfVlanTep(Ostra::IntfId const& intfId, Bridging::VlanId vlanId,
+                          Ostra::IntfId const& tepIntfId, Evpn::EncapTypeLabel const& encapTypeLabel);
+  void programEsi(IntfVlanTunnelKey const& key, EsiInfo const& esiInfo);
+  void programEsiHelper(IntfVlanTunnelKey const& key, Ostra::IntfId const& phyIntfId, EsiInfo const& esiInfo);
+  void unprogramEsi(IntfVlanTunnelKey const& key);
+  void unprogramEsiHelper(IntfVlanTunnelKey const& key, Ostra::IntfId const& phyIntfId);
+  void reviewUnprogrammedKey(IntfVlanTunnelKey const& key);
+
+  Qor::Ptr<FennHelper::EvpnFloodingSmHelper> helper_;
+  Qor::Ptr<Keel::TaskScheduler> scheduler_;
+  Qor::Ptr<EvpnLagMemberInfo const> evpnLagMemberInfo_;
+  Qor::Ptr<Evpn::EvpnStatus const> evpnStatus_;
+  Qor::Ptr<TunnelIdToHwTunnelIdMapping const> tunnelIdHwTunnelId_;
+  std::unique_ptr<Review> review_;
+  Qor::ReactorMap<Ostra::IntfId, QorSegmentStatus> segmentStatus_;
+  std::unique_ptr<QorEvpnStatus> qorEvpnStatus_;
+  std::unique_ptr<QorTunnelIdHwTunnelId> qorTunnelIdHwTunnelId_;
+  std::unique_ptr<QorEvpnLagMemberInfo> qorEvpnLagMemberInfo_;
+};
+
+Qor::Ptr<EvpnFloodingEsiSm> evpnFloodingEsiSmFactory(
+    Qor::Ptr<FennHelper::EvpnFloodingSmHelper> const& helper,
+    Qor::Ptr<Keel::TaskScheduler> const& taskScheduler,
+    Qor::Ptr<EvpnLagMemberInfo const> const& evpnLagMemberInfo,
+    Qor::Ptr<Evpn::EvpnStatus const> const& evpnStatus,
+    Qor::Ptr<TunnelIdToHwTunnelIdMapping const> const& tunnelIdHwTunnelId);
+
+}  // namespace Fenn
