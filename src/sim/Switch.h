@@ -63,9 +63,9 @@ struct ControlPlane {
   Qor::Ptr<L2Rib::FloodSetOutput> floodSetOutput;
   Qor::Ptr<Evpn::EvpnStatus> evpnStatus;
   // Access side.
-  Qor::Ptr<Fenn::LagCreatorConfigDir> lagConfigDir;
-  Qor::Ptr<Bridging::Config> bridgingConfig;
-  Qor::Ptr<Bridging::VlanStatusDir> vlanStatusDir;
+  Qor::Ptr<Fenn::LagCreatorConfigDir> lagConfigDir = nullptr;
+  Qor::Ptr<Bridging::Config> bridgingConfig = nullptr;
+  Qor::Ptr<Bridging::VlanStatusDir> vlanStatusDir = nullptr;
 };
 
 enum class FaultTarget {
