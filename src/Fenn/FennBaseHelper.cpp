@@ -18,12 +18,12 @@ Qor::String qualifiedFunctionName(std::string_view signature) {
 }
 }  // namespace
 
-void FennBaseHelper::fennAssert(Qor::String const& message, std::source_location where) const {
+void FennBaseHelper::fennAssert(Qor::String const& message, Qor::SourceLocation where) const {
   Qor::assertFailed(message.c_str(), where.file_name(), static_cast<int>(where.line()),
                     qualifiedFunctionName(where.function_name()).c_str());
 }
 
-void FennBaseHelper::unimplemented(std::string_view operation, std::source_location where) const {
+void FennBaseHelper::unimplemented(std::string_view operation, Qor::SourceLocation where) const {
   if (std::getenv("FENN_NOOP_AGENT") != nullptr) return;
   fennAssert("Unimplemented " + Qor::String(operation), where);
 }

@@ -6,12 +6,12 @@
 #pragma once
 
 #include <cstdint>
-#include <source_location>
 #include <string_view>
 #include <utility>
 
 #include "Qor/Attribute.h"
 #include "Qor/Entity.h"
+#include "Qor/SourceLocation.h"
 #include "Qor/String.h"
 
 namespace Fenn {
@@ -25,14 +25,14 @@ class FennBaseHelper : public Qor::Entity {
 
   // Prints `message` as an assertion failure at the caller's location and aborts.
   [[noreturn]] void fennAssert(Qor::String const& message,
-                               std::source_location where = std::source_location::current()) const;
+                               Qor::SourceLocation where = Qor::SourceLocation::current()) const;
 
  protected:
   // For base operations that the platform has to override: returns quietly when the
   // environment variable "FENN_NOOP_AGENT" is set (read at each call, so a harness may set
   // it late), otherwise fails with "Unimplemented <operation>".
   void unimplemented(std::string_view operation,
-                     std::source_location where = std::source_location::current()) const;
+                     Qor::SourceLocation where = Qor::SourceLocation::current()) const;
 
  private:
   Qor::String const name_;

@@ -27,7 +27,8 @@ FecId idToFecId(int64_t id, uint8_t adjType) {
 
 // The four RIB tables: each changed key goes to its handler once initialized, and into
 // the backlog before.
-class FennMacAddrFecRequestSm::QorL2RibOutput : public Qor::ReactorOf<L2Rib::HostOutput, FennMacAddrFecRequestSm> {
+class FennMacAddrFecRequestSm::QorL2RibOutput
+    : public Qor::ReactorOf<L2Rib::HostOutput, FennMacAddrFecRequestSm> {
  public:
   using ReactorOf::ReactorOf;
   void onAttribute(Qor::AttributeId id, void const* key) override {
@@ -194,7 +195,8 @@ bool FennMacAddrFecRequestSm::drainBacklog(BacklogPass<K>& pass) {
     } else {
       return hostBackLogQ();
     }
-  }();
+  }
+  ();
   while (!queue.empty()) {
     if (pass.next == pass.keys.size()) {
       pass.keys = queue.keys();
@@ -340,8 +342,8 @@ void FennMacAddrFecRequestSm::handleLb(L2Rib::LoadBalanceId lbId) {
   if (rebuildFec(tuple)) handleDependants(tuple);
 }
 
-void FennMacAddrFecRequestSm::updateMapsForLbTableChange(L2Rib::LoadBalance const* lb, L2Rib::LoadBalanceId lbId,
-                                                         ObjTuple const& tuple) {
+void FennMacAddrFecRequestSm::updateMapsForLbTableChange(L2Rib::LoadBalance const* lb,
+                                                         L2Rib::LoadBalanceId lbId, ObjTuple const& tuple) {
   QTRACE(8, "FennMacAddrFecRequestSm::", "updateMapsForLbTableChange", " LbId:", lbId);
   bool const inUse = isInUse(tuple);
   trackedIs(tuple, inUse);
@@ -369,7 +371,8 @@ void FennMacAddrFecRequestSm::handleDest(L2Rib::DestId destId) {
 // A destination is a leaf: it keeps no maps of its own, it is only checked.
 void FennMacAddrFecRequestSm::updateMapsForDestTableChange(L2Rib::Dest const* dest, L2Rib::DestId destId,
                                                            ObjTuple const& tuple) {
-  QTRACE(8, "FennMacAddrFecRequestSm::", "updateMapsForDestTableChange", " DestId:", destId, " tuple: ", tuple);
+  QTRACE(8, "FennMacAddrFecRequestSm::", "updateMapsForDestTableChange", " DestId:", destId,
+         " tuple: ", tuple);
   if (dest) {
     QOR_ASSERT_TEXT(dest->destType() == L2Rib::destTypeTunnel_, "dest.destType() == L2Rib::destTypeTunnel_");
   }
@@ -388,7 +391,9 @@ void FennMacAddrFecRequestSm::trackedIs(ObjTuple const& tuple, bool tracked) {
 }
 
 void FennMacAddrFecRequestSm::forwardSetIs(ObjTuple const& tuple, std::span<ObjTuple const> members) {
-  auto isMember = [&](ObjTuple const& t) { return std::find(members.begin(), members.end(), t) != members.end(); };
+  auto isMember = [&](ObjTuple const& t) {
+    return std::find(members.begin(), members.end(), t) != members.end();
+  };
   if (ObjTupleSet* forward = nextHopForwardMap(tuple)) {
     for (ObjTuple const& old : forward->objTuple().keys()) {
       if (isMember(old)) continue;
@@ -415,7 +420,8 @@ void FennMacAddrFecRequestSm::handleDependants(ObjTuple const& tuple) {
   if (!users) return;
   for (ObjTuple const& user : users->objTuple().keys()) {
     ObjTupleSet const* forwardMapIter = nextHopForwardMap(user);
-    QOR_ASSERT_TEXT(forwardMapIter && forwardMapIter->isMemberOf(tuple), "forwardMapIter.isMemberOf( iter.key() )");
+    QOR_ASSERT_TEXT(forwardMapIter && forwardMapIter->isMemberOf(tuple),
+                    "forwardMapIter.isMemberOf( iter.key() )");
     // A load balance that gains or loses its FEC takes the labels over it along.
     if (rebuildFec(user) && user.tableType() == L2Rib::tableTypeLoadBalance_) handleDependants(user);
   }
@@ -429,10 +435,12 @@ bool FennMacAddrFecRequestSm::rebuildFec(ObjTuple const& tuple) {
   if (objTupleCacheHas(tuple)) {
     if (tuple.tableType() == L2Rib::tableTypeLabel_) {
       L2Rib::LabelId const id(tuple.objId());
-      if (L2Rib::Label const* label = labelTable_->label().find(id)) fec = buildFecForLabel(*label, id, tuple);
+      if (L2Rib::Label const* label = labelTable_->label().find(id))
+        fec = buildFecForLabel(*label, id, tuple);
     } else if (tuple.tableType() == L2Rib::tableTypeLoadBalance_) {
       L2Rib::LoadBalanceId const id(tuple.objId());
-      if (L2Rib::LoadBalance const* lb = lbTable_->loadBalance().find(id)) fec = buildFecForLb(*lb, id, tuple);
+      if (L2Rib::LoadBalance const* lb = lbTable_->loadBalance().find(id))
+        fec = buildFecForLb(*lb, id, tuple);
     }
   }
   fec.empty() ? deleteFec(tuple) : addFec(fec, tuple);
@@ -565,10 +573,10 @@ Qor::Ptr<FennMacAddrFecRequestSm> fennMacAddrFecRequestSmFactory(
     Qor::Ptr<FecIdToHwFecIdResponse const> fecResponse, Qor::Ptr<FecIdToHwFecIdRequest> fecRequest,
     Qor::Ptr<ObjTupleToHwId> objTupleToHwIdMap, Qor::Ptr<Keel::TimerWheel> timerWheel,
     Qor::Ptr<Keel::TaskScheduler> scheduler) {
-  return Qor::Ptr<FennMacAddrFecRequestSm>(new FennMacAddrFecRequestSm(
-      std::move(labelTable), std::move(lbTable), std::move(destTable), std::move(l2RibOutput),
-      std::move(fecResponse), std::move(fecRequest), std::move(objTupleToHwIdMap), std::move(timerWheel),
-      std::move(scheduler)));
+  return Qor::Ptr<FennMacAddrFecRequestSm>(
+      new FennMacAddrFecRequestSm(std::move(labelTable), std::move(lbTable), std::move(destTable),
+                                  std::move(l2RibOutput), std::move(fecResponse), std::move(fecRequest),
+                                  std::move(objTupleToHwIdMap), std::move(timerWheel), std::move(scheduler)));
 }
 
 }  // namespace Fenn

@@ -65,8 +65,9 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine {
                           Qor::Ptr<L2Rib::DestOutput const> destTable,
                           Qor::Ptr<L2Rib::HostOutput const> l2RibOutput,
                           Qor::Ptr<FecIdToHwFecIdResponse const> fecResponse,
-                          Qor::Ptr<FecIdToHwFecIdRequest> fecRequest, Qor::Ptr<ObjTupleToHwId> objTupleToHwIdMap,
-                          Qor::Ptr<Keel::TimerWheel> timerWheel, Qor::Ptr<Keel::TaskScheduler> scheduler);
+                          Qor::Ptr<FecIdToHwFecIdRequest> fecRequest,
+                          Qor::Ptr<ObjTupleToHwId> objTupleToHwIdMap, Qor::Ptr<Keel::TimerWheel> timerWheel,
+                          Qor::Ptr<Keel::TaskScheduler> scheduler);
   // Withdraws every FEC request and hardware ID this state machine published.
   ~FennMacAddrFecRequestSm() override;
   std::string_view fwkType() const override { return "Fenn::FennMacAddrFecRequestSm"; }
@@ -156,7 +157,8 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine {
     bool oldLostLastHost = false;
     bool newGainedFirstHost = false;
   };
-  HostChange updateMapsForHostTableChange(L2Rib::HostAndSource const* host, Bridging::MacVlanPair const& macVlan);
+  HostChange updateMapsForHostTableChange(L2Rib::HostAndSource const* host,
+                                          Bridging::MacVlanPair const& macVlan);
   // Re-evaluates a label or load balance whose hosts changed.
   void processFirstLevelNextHop(L2Rib::ObjTuple const& tuple);
   // The lower object a label used before and uses now (equal when nothing changed).
@@ -168,7 +170,8 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine {
                                            L2Rib::ObjTuple const& tuple);
   void updateMapsForLbTableChange(L2Rib::LoadBalance const* lb, L2Rib::LoadBalanceId lbId,
                                   L2Rib::ObjTuple const& tuple);
-  void updateMapsForDestTableChange(L2Rib::Dest const* dest, L2Rib::DestId destId, L2Rib::ObjTuple const& tuple);
+  void updateMapsForDestTableChange(L2Rib::Dest const* dest, L2Rib::DestId destId,
+                                    L2Rib::ObjTuple const& tuple);
   // Whether the object needs a FEC: hosts point at it, or a label with a FEC is built over it.
   bool isInUse(L2Rib::ObjTuple const& tuple) const;
   void trackedIs(L2Rib::ObjTuple const& tuple, bool tracked);
@@ -178,7 +181,8 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine {
   // Builds and writes, or withdraws, the FEC of `tuple`; returns whether the tuple gained
   // or lost its FEC request.
   bool rebuildFec(L2Rib::ObjTuple const& tuple);
-  Vasp::Fib::Fec buildFecForLabel(L2Rib::Label const& label, L2Rib::LabelId labelId, L2Rib::ObjTuple const& tuple);
+  Vasp::Fib::Fec buildFecForLabel(L2Rib::Label const& label, L2Rib::LabelId labelId,
+                                  L2Rib::ObjTuple const& tuple);
   Vasp::Fib::Fec buildFecForLb(L2Rib::LoadBalance const& lb, L2Rib::LoadBalanceId lbId,
                                L2Rib::ObjTuple const& tuple);
   // The via over a destination's tunnel, or nothing when the destination is unknown.

@@ -13,7 +13,8 @@ class EcmpIndex : public Ostra::NumericValue<EcmpIndex, uint8_t> {
   static constexpr uint64_t min = 0;
   static constexpr uint64_t max = 15;
   static constexpr uint64_t maxValue = max;
-  static constexpr char const* rangeError = "EcmpIndex::value < EcmpIndex::min or > EcmpIndex::max not allowed";
+  static constexpr char const* rangeError =
+      "EcmpIndex::value < EcmpIndex::min or > EcmpIndex::max not allowed";
   using NumericValue::NumericValue;
 };
 

@@ -1,6 +1,7 @@
 // A layer-2 host as the RIB resolved it: the first object of the chain it forwards
 // through, and who taught the RIB the host. Text form:
-//   Value('L2Rib::HostAndSource', ** {'objTuple': Value('L2Rib::ObjTuple', ** {...}), 'source': hostSourceEvpn})
+//   Value('L2Rib::HostAndSource', ** {'objTuple': Value('L2Rib::ObjTuple', ** {...}), 'source':
+//   hostSourceEvpn})
 #pragma once
 
 #include <array>

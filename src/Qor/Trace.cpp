@@ -1,5 +1,6 @@
 #include "Qor/Trace.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -72,6 +73,17 @@ uint32_t TraceLevels::maskFor(std::string_view sourcePath) const {
   return mask;
 }
 
+std::vector<String> TraceLevels::unmatchedPatterns(std::vector<String> const& sourceNames) const {
+  std::vector<String> out;
+  for (auto const& e : entries_) {
+    bool const matched = std::any_of(sourceNames.begin(), sourceNames.end(), [&](String const& name) {
+      return e.prefix ? name.starts_with(e.pattern) : name == e.pattern;
+    });
+    if (!matched) out.push_back(e.pattern + (e.prefix ? "*" : ""));
+  }
+  return out;
+}
+
 // The settings and every live handle, so a change of settings reaches them all.
 struct TraceRegistry {
   TraceLevels text;
@@ -97,6 +109,14 @@ struct TraceRegistry {
 
   void applyAll() const {
     for (TraceHandle* h = handles; h; h = h->next_) apply(*h);
+  }
+
+  std::vector<String> sourceNames() const {
+    std::vector<String> names;
+    for (TraceHandle* h = handles; h; h = h->next_) names.emplace_back(Ringlog::sourceName(h->sourcePath_));
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
   }
 
   void fileIs(String const& path) {
@@ -178,5 +198,7 @@ void traceReadEnvironment() {
   r.readEnvironment();
   r.applyAll();
 }
+
+std::vector<String> traceSourceNames() { return TraceRegistry::instance().sourceNames(); }
 
 }  // namespace Qor

@@ -29,6 +29,8 @@ class TraceLevels {
   TraceLevels() = default;                      // everything off
   explicit TraceLevels(std::string_view spec);  // throws ParseError
   uint32_t maskFor(std::string_view sourcePath) const;
+  // The patterns that match none of `sourceNames`, as written (a prefix with its '*').
+  std::vector<String> unmatchedPatterns(std::vector<String> const& sourceNames) const;
 
  private:
   struct Entry {
@@ -89,6 +91,8 @@ void traceFileIs(String const& path);
 // Applies FENN_TRACE, FENN_RINGLOG_LEVELS and FENN_TRACE_FILE, as at start-up. A malformed
 // setting is reported on stderr and leaves that trace off.
 void traceReadEnvironment();
+// The names of the registered sources (the last component of each path), sorted, once each.
+std::vector<String> traceSourceNames();
 
 // One QTRACE: the text line and the ring-log record, each if its level is on.
 template <class... A>

@@ -1,12 +1,21 @@
 #include "sim/Switch.h"
 
 #include <algorithm>
+#include <cmath>
+#include <stdexcept>
 
 #include "Qor/SysLog.h"
 
 namespace Sim {
 
 namespace {
+// Infinite or undefined time never reaches the next due task: advance would loop forever.
+void checkSeconds(char const* operation, double seconds) {
+  if (!std::isfinite(seconds) || seconds < 0) {
+    throw std::invalid_argument(Qor::String("Sim::Switch::") + operation + ": " + Qor::valueToStrep(seconds) +
+                                " is not a finite number of seconds, 0 or more");
+  }
+}
 constexpr std::string_view tunnelTable = Fenn::TunnelIdToHwTunnelIdMapping::defaultName;
 constexpr char const* fecRequestTable = "mplsFloodSetFecRequest";
 constexpr char const* fecResponseTable = "mplsFloodSetFecResponse";
@@ -159,7 +168,10 @@ void Switch::hwTunnelIdPoolSizeIs(Fenn::HwTunnelIdType type, uint32_t size) {
   settle();
 }
 
-void Switch::fecResponseDelayIs(double seconds) { fecResponder_->delayIs(seconds); }
+void Switch::fecResponseDelayIs(double seconds) {
+  checkSeconds("fecResponseDelayIs", seconds);
+  fecResponder_->delayIs(seconds);
+}
 
 void Switch::fecResponsesWithheldIs(bool withheld) {
   fecResponder_->withholdIs(withheld);
@@ -206,6 +218,7 @@ void Switch::settle() {
 }
 
 void Switch::advance(double seconds) {
+  checkSeconds("advance", seconds);
   // Step to each due time, so that reviews asked for on the way are not skipped.
   double const end = clock_->now() + seconds;
   while (true) {

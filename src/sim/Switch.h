@@ -187,6 +187,8 @@ class Switch {
   FaultInjector& faults(FaultTarget target);
 
   // Time: runs what is ready now, or moves the clock forward running what falls due.
+  // advance and fecResponseDelayIs throw std::invalid_argument for a negative, infinite or
+  // undefined number of seconds.
   void settle();
   void advance(double seconds);
   double now() const;

@@ -28,13 +28,14 @@ struct Harness {
   explicit Harness(char const* prefix)
       : request(Fenn::fecIdToHwFecIdRequestFactory(Qor::String(prefix) + "Request", Vasp::Mode::writer)),
         response(Fenn::fecIdToHwFecIdResponseFactory(Qor::String(prefix) + "Response", Vasp::Mode::writer)),
-        responseReader(Fenn::fecIdToHwFecIdResponseFactory(Qor::String(prefix) + "Response", Vasp::Mode::reader)) {}
+        responseReader(
+            Fenn::fecIdToHwFecIdResponseFactory(Qor::String(prefix) + "Response", Vasp::Mode::reader)) {}
   ~Harness() { sm = nullptr; }
 
   // Builds the state machine; `initialize` also starts it and works off its backlog.
   void build(uint32_t maxChainLength = 3, bool initialize = true) {
-    sm = Fenn::fennMacAddrFecRequestSmFactory(labels, lbs, dests, hosts, responseReader, request, hwIds, wheel,
-                                              scheduler);
+    sm = Fenn::fennMacAddrFecRequestSmFactory(labels, lbs, dests, hosts, responseReader, request, hwIds,
+                                              wheel, scheduler);
     sm->maxChainLengthIs(maxChainLength);
     if (!initialize) return;
     sm->initializedIs(true);

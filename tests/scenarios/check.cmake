@@ -1,11 +1,36 @@
-# Runs fenn-sim on one scenario and checks its exit status and what it printed.
-#   cmake -DSIM=<fenn-sim> -DSCENARIO=<file> -DEXIT=<status> -DMATCH=<regex> -P check.cmake
-execute_process(COMMAND ${SIM} ${SCENARIO} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+# Runs a tool and checks its exit status and what it printed.
+#   cmake -DSIM=<program> [-DSCENARIO=<file>] [-DARGS=<list>] [-DENV=<VAR=value list>]
+#         -DEXIT=<status> -DMATCH=<regex on stdout and stderr> [-DNOMATCH=<regex>]
+#         [-DJSON=ON: standard output must be one JSON document]
+#         [-DREADER=<fenn-ringlog>: the ring-log file the output names must hold records]
+#         -P check.cmake
+set(command ${SIM} ${ARGS} ${SCENARIO})
+if(ENV)
+  set(command ${CMAKE_COMMAND} -E env ${ENV} ${command})
+endif()
+execute_process(COMMAND ${command} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
 set(all "${out}${err}")
 if(NOT status EQUAL EXIT)
   message(FATAL_ERROR "exit status ${status}, expected ${EXIT}; output:\n${all}")
 endif()
 if(NOT all MATCHES "${MATCH}")
   message(FATAL_ERROR "output does not match '${MATCH}':\n${all}")
+endif()
+if(NOMATCH AND all MATCHES "${NOMATCH}")
+  message(FATAL_ERROR "output matches '${NOMATCH}':\n${all}")
+endif()
+if(JSON)
+  string(JSON type ERROR_VARIABLE problem TYPE "${out}")
+  if(problem)
+    message(FATAL_ERROR "standard output is not JSON (${problem}):\n${out}")
+  endif()
+endif()
+if(READER)
+  string(REGEX MATCH "ring log in ([^\n]+)" named "${err}")
+  execute_process(COMMAND ${READER} ${CMAKE_MATCH_1} RESULT_VARIABLE status OUTPUT_VARIABLE records)
+  file(REMOVE ${CMAKE_MATCH_1})
+  if(NOT status EQUAL 0 OR records STREQUAL "")
+    message(FATAL_ERROR "ring log '${CMAKE_MATCH_1}': status ${status}, records:\n${records}")
+  endif()
 endif()
 message("${all}")

@@ -5,9 +5,25 @@
 
 #include "Ringlog/Reader.h"
 
+namespace {
+constexpr char const* usage =
+    "usage: fenn-ringlog FILE\n"
+    "  prints the records of a ring-log file, oldest first, one text line each\n"
+    "  exit status: 0 all read, 1 damaged records skipped, 2 not a ring log or bad usage\n"
+    "  --version  print the version\n";
+}
+
 int main(int argc, char** argv) {
-  if (argc != 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0) {
-    std::fprintf(stderr, "usage: fenn-ringlog FILE\n  prints the records of a ring-log file, oldest first\n");
+  if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
+    std::fputs(usage, stdout);
+    return 0;
+  }
+  if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+    std::puts("fenn-ringlog " FENN_VERSION);
+    return 0;
+  }
+  if (argc != 2 || argv[1][0] == '-') {
+    std::fputs(usage, stderr);
     return 2;
   }
   try {

@@ -1,5 +1,6 @@
 #include "Report.h"
 
+#include <cstdio>
 #include <iomanip>
 #include <sstream>
 
@@ -54,11 +55,20 @@ Qor::String hex(uint64_t v) {
   return os.str();
 }
 
+// JSON strings may not hold control characters: those become \u00XX.
 Qor::String jsonString(std::string_view s) {
   Qor::String out = "\"";
   for (char c : s) {
-    if (c == '"' || c == '\\') out += '\\';
-    out += c;
+    if (c == '"' || c == '\\') {
+      out += '\\';
+      out += c;
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      char buf[8];
+      std::snprintf(buf, sizeof buf, "\\u%04x", static_cast<unsigned>(c));
+      out += buf;
+    } else {
+      out += c;
+    }
   }
   return out + "\"";
 }

@@ -23,6 +23,7 @@ size_t Runner::run() {
   if (!scenario_.name.empty()) out_ << "== " << scenario_.name << " ==\n";
   if (!scenario_.story.empty()) out_ << scenario_.story << (scenario_.story.back() == '\n' ? "" : "\n");
   for (auto const& [at, step] : scenario_.steps) {
+    at_ = &at;
     std::visit([this](auto const& s) { apply(s); }, step);
   }
   return failures_;
@@ -71,12 +72,17 @@ void Runner::apply(ShowStep const& s) {
 
 void Runner::apply(ExpectStep const& s) {
   Sim::HardwareState const state = switch_->state();
+  size_t const before = failures_;
   for (auto const& e : s.expectations) {
     Qor::String const mismatch = check(e, state);
     if (mismatch.empty()) continue;
     ++failures_;
     out_ << e.at.file << ":" << e.at.line << ":" << e.at.column << ": expect " << e.name << " failed\n"
          << mismatch;
+  }
+  if (failures_ == before) {
+    out_ << at_->file << ":" << at_->line << ":" << at_->column << ": expect passed ("
+         << s.expectations.size() << (s.expectations.size() == 1 ? " check)\n" : " checks)\n");
   }
 }
 

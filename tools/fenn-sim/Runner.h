@@ -36,6 +36,7 @@ class Runner {
   std::ostream& out_;
   std::unique_ptr<Sim::Switch> switch_;
   size_t failures_ = 0;
+  Location const* at_ = nullptr;  // the step being run
 };
 
 }  // namespace SimTool

@@ -3,24 +3,32 @@
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <set>
 
 #include "Qor/SysLog.h"
 
 namespace SimTool {
 
+// Line 0 is the whole file (missing, unreadable, empty): "file: what".
 ScenarioError::ScenarioError(Location const& at, Qor::String const& what)
-    : std::runtime_error(at.file + ":" + std::to_string(at.line) + ":" + std::to_string(at.column) + ": " +
-                         what) {}
+    : std::runtime_error(at.line == 0 ? at.file + ": " + what
+                                      : at.file + ":" + std::to_string(at.line) + ":" +
+                                            std::to_string(at.column) + ": " + what) {}
 
 Qor::String Scenario::tunnelName(Tunnel::TunnelTable::TunnelId tunnelId) const {
-  for (auto const& [name, tid] : tunnels) {
-    if (tid == tunnelId) return name;
-  }
-  return Qor::valueToStrep(tunnelId);
+  auto const it = names.find(tunnelId);
+  return it != names.end() ? it->second : Qor::valueToStrep(tunnelId);
 }
 
 namespace {
+
+constexpr double maxSeconds = maxSimulatedSeconds;
+constexpr char const* maxSecondsText = "1e9";
 
 // Reads one scenario file; every error names the node where it was found.
 class Reader {
@@ -67,17 +75,21 @@ class Reader {
       fail(n, "bad " + what + " '" + s + "' (expected a whole number up to " + std::to_string(max) + ")");
     }
   }
+  // A finite number of seconds from 0 to maxSeconds: the number reader also accepts inf
+  // and nan, and a clock moved by either never reaches its next task.
   double seconds(YAML::Node const& n, Qor::String const& what) const {
     Qor::String const s = text(n, what);
+    double v = -1;
     try {
       Qor::Parser p(s);
-      double const v = p.parseDouble();
+      v = p.parseDouble();
       p.expectEnd();
-      if (v < 0) throw Qor::ParseError(0, "", "");
-      return v;
     } catch (Qor::ParseError const&) {
-      fail(n, "bad " + what + " '" + s + "' (expected seconds, 0 or more)");
+      v = -1;
     }
+    if (!std::isfinite(v) || v < 0 || v > maxSeconds)
+      fail(n, "bad " + what + " '" + s + "' (expected seconds, from 0 to " + maxSecondsText + ")");
+    return v;
   }
   double fraction(YAML::Node const& n) const {
     double const v = seconds(n, "failFraction");
@@ -170,7 +182,11 @@ class Reader {
       }
       uint64_t const index = number(t["index"], "tunnel index", Tunnel::TunnelTable::TunnelId::indexMask);
       if (index == 0) fail(t["index"], "tunnel index 0 is not allowed");
-      scenario_.tunnels.emplace(name, Tunnel::TunnelTable::TunnelId(type, index));
+      Tunnel::TunnelTable::TunnelId const tunnelId(type, index);
+      // Output names a tunnel by its PE, so one tunnel has one name.
+      auto const [it, added] = scenario_.names.emplace(tunnelId, name);
+      if (!added) fail(kv.first, "PE '" + name + "' has the tunnel of PE '" + it->second + "'");
+      scenario_.tunnels.emplace(name, tunnelId);
     }
   }
 
@@ -423,7 +439,13 @@ class Reader {
       hardware(v, h);
       return h;
     }
-    if (kind == "advance") return AdvanceStep{seconds(v, "advance")};
+    if (kind == "advance") {
+      double const s = seconds(v, "advance");
+      if (s > maxSeconds - elapsed_)
+        fail(v, "advance " + v.Scalar() + " takes simulated time past " + maxSecondsText + " seconds");
+      elapsed_ += s;
+      return AdvanceStep{s};
+    }
     if (kind == "show") return showStep(v);
     if (kind == "expect") return expectStep(v);
     static std::set<Qor::String> const lfibSteps = {"route",     "removeRoute",     "viaSet", "removeViaSet",
@@ -436,15 +458,45 @@ class Reader {
              "removeFilterVia or backlog)");
   }
 
-  Scenario read() {
+  // The parser keeps the first of two equal keys and drops the second without a word;
+  // in a scenario that is always a mistake (two values for one PE, one setting written twice).
+  void checkNoDuplicateKeys(YAML::Node const& n) const {
+    if (n.IsSequence()) {
+      for (auto const& item : n) checkNoDuplicateKeys(item);
+    } else if (n.IsMap()) {
+      std::map<Qor::String, int> lines;
+      for (auto const& kv : n) {
+        if (kv.first.IsScalar()) {
+          auto const [it, added] = lines.emplace(kv.first.Scalar(), at(kv.first).line);
+          if (!added)
+            fail(kv.first,
+                 "duplicate key '" + it->first + "' (first at line " + std::to_string(it->second) + ")");
+        }
+        checkNoDuplicateKeys(kv.second);
+      }
+    }
+  }
+
+  YAML::Node load() const {
+    std::error_code ec;
+    if (std::filesystem::is_directory(file_, ec))
+      throw ScenarioError({file_, 0, 0}, "is a directory, not a scenario file");
+    std::ifstream in(file_);
+    if (!in) throw ScenarioError({file_, 0, 0}, Qor::String("cannot read the file: ") + std::strerror(errno));
     YAML::Node root;
     try {
-      root = YAML::LoadFile(file_);
-    } catch (YAML::BadFile const&) {
-      throw ScenarioError({file_, 0, 0}, "cannot read the file");
+      root = YAML::Load(in);
     } catch (YAML::ParserException const& e) {
       throw ScenarioError({file_, e.mark.line + 1, e.mark.column + 1}, "bad YAML: " + e.msg);
     }
+    if (!root.IsDefined() || root.IsNull())
+      throw ScenarioError({file_, 0, 0}, "the file is empty (a scenario needs at least 'steps')");
+    checkNoDuplicateKeys(root);
+    return root;
+  }
+
+  Scenario read() {
+    YAML::Node const root = load();
     scenario_.file = file_;
     checkMap(root, "a scenario", {"name", "story", "hardware", "tunnels", "steps"}, {"steps"});
     if (root["name"]) scenario_.name = text(root["name"], "name");
@@ -470,6 +522,7 @@ class Reader {
  private:
   Qor::String file_;
   Scenario scenario_;
+  double elapsed_ = 0;  // simulated seconds the advance steps so far add up to
 };
 
 }  // namespace

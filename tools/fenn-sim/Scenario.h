@@ -19,6 +19,11 @@ struct Location {
   int column = 0;
 };
 
+// Simulated time ends here (about 31 years): far beyond any review or retry interval, and
+// small enough that a double still resolves a microsecond. A scenario whose advance steps
+// add up to more is rejected; so is any number of seconds above it.
+inline constexpr double maxSimulatedSeconds = 1e9;
+
 class ScenarioError : public std::runtime_error {
  public:
   ScenarioError(Location const& at, Qor::String const& what);
@@ -123,8 +128,9 @@ struct Scenario {
   Qor::String name;
   Qor::String story;
   Sim::HardwareConfig hardware;
-  // Remote PEs by name, and the tunnel that reaches each.
+  // Remote PEs by name, and the tunnel that reaches each; a tunnel has one name.
   std::map<Qor::String, Tunnel::TunnelTable::TunnelId> tunnels;
+  std::map<Tunnel::TunnelTable::TunnelId, Qor::String> names;
   std::vector<std::pair<Location, Step>> steps;
 
   // The PE name of a tunnel, or its number when it has none.

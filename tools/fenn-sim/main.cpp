@@ -4,6 +4,8 @@
 //
 // With no scenario it runs the bundled example. Exit status: 0 when every expect holds,
 // 1 when one failed (all mismatches are printed), 2 for bad usage or a bad scenario.
+#include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -12,6 +14,7 @@
 #include "Qor/SysLog.h"
 #include "Qor/Trace.h"
 #include "Report.h"
+#include "Ringlog/Clock.h"
 #include "Ringlog/Ring.h"
 #include "Runner.h"
 
@@ -22,7 +25,9 @@ constexpr char const* usage =
     "  --json             print the final hardware state as JSON on stdout (the story goes to stderr)\n"
     "  --trace            trace every source at levels 0 to 5 (decisions and actions) to stderr\n"
     "  --trace=SPEC       trace as SPEC says, e.g. 'FennEvpnHwTunnelIdSm/0-8,*/1' (see docs/trace.md)\n"
-    "  --ringlog-dir DIR  keep the binary ring log in a file under DIR (read it with fenn-ringlog)\n"
+    "  --ringlog-dir DIR  keep the binary ring log in a file under DIR, created if missing (read it\n"
+    "                     with fenn-ringlog); without trace levels it records levels 0 to 8\n"
+    "  --version          print the version\n"
     "With no scenario, runs ";
 
 // The bundled example: next to an installed fenn-sim (share/fenn/scenarios), else in the
@@ -37,49 +42,136 @@ Qor::String defaultScenario() {
   return dir + "/vlan-flooding-three-pes.yaml";
 }
 
+constexpr char const* defaultTrace = "*/0-5";
+constexpr char const* defaultRinglogLevels = "*/0-8";
+
+// Trace lines and ring-log records carry simulated time, so a trace reads against the story.
+Sim::Switch const* clockSwitch = nullptr;
+int64_t simulatedNow() noexcept { return clockSwitch ? static_cast<int64_t>(clockSwitch->now() * 1e9) : 0; }
+
+// Why `dir` cannot hold the ring log, or empty when it can.
+Qor::String unusableDirectory(Qor::String const& dir) {
+  std::error_code ec;
+  if (!std::filesystem::exists(dir, ec)) return "it does not exist";
+  if (!std::filesystem::is_directory(dir, ec)) return "it is not a directory";
+  if (::access(dir.c_str(), W_OK | X_OK) != 0)
+    return Qor::String("it is not writable: ") + std::strerror(errno);
+  return "";
+}
+
+// A pattern that matches no source is almost always a typing error; say so, with the names.
+void warnUnmatchedPatterns(std::string_view where, std::string_view spec) {
+  std::vector<Qor::String> const sources = Qor::traceSourceNames();
+  std::vector<Qor::String> const unmatched = Qor::TraceLevels(spec).unmatchedPatterns(sources);
+  if (unmatched.empty()) return;
+  std::cerr << "fenn-sim: " << where << ": no trace source matches";
+  for (auto const& p : unmatched) std::cerr << " '" << p << "'";
+  std::cerr << "; the sources are:";
+  for (auto const& s : sources) std::cerr << " " << s;
+  std::cerr << "\n";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   bool json = false;
   Qor::String const bundled = defaultScenario();
   Qor::String file = bundled;
+  bool fileGiven = false;
+  std::optional<Qor::String> traceSpec;
+  std::optional<Qor::String> ringlogDir;
   for (int i = 1; i < argc; ++i) {
     char const* a = argv[i];
     if (!std::strcmp(a, "--json")) {
       json = true;
     } else if (!std::strcmp(a, "--trace") || !std::strncmp(a, "--trace=", 8)) {
+      traceSpec = a[7] == '=' ? a + 8 : defaultTrace;
       try {
-        Qor::traceLevelsIs(a[7] == '=' ? a + 8 : "*/0-5");
+        Qor::traceLevelsIs(*traceSpec);
       } catch (Qor::ParseError const& e) {
         std::cerr << "fenn-sim: bad trace spec: " << e.what() << "\n";
         return 2;
       }
-    } else if (!std::strcmp(a, "--ringlog-dir") && i + 1 < argc) {
-      Ringlog::Config config = Ringlog::configuration();
-      config.directory = argv[++i];
-      Ringlog::configure(config);
+    } else if (!std::strcmp(a, "--ringlog-dir")) {
+      if (i + 1 == argc) {
+        std::cerr << "fenn-sim: --ringlog-dir needs a directory\n" << usage << bundled << "\n";
+        return 2;
+      }
+      ringlogDir = argv[++i];
     } else if (!std::strcmp(a, "--help") || !std::strcmp(a, "-h")) {
       std::cout << usage << bundled << "\n";
+      return 0;
+    } else if (!std::strcmp(a, "--version")) {
+      std::cout << "fenn-sim " FENN_VERSION "\n";
       return 0;
     } else if (a[0] == '-') {
       std::cerr << "fenn-sim: unknown option " << a << "\n" << usage << bundled << "\n";
       return 2;
+    } else if (fileGiven) {
+      std::cerr << "fenn-sim: one scenario at a time (got " << file << " and " << a << ")\n";
+      return 2;
     } else {
       file = a;
+      fileGiven = true;
     }
   }
+  if (traceSpec) warnUnmatchedPatterns("--trace", *traceSpec);
+  for (char const* variable : {"FENN_TRACE", "FENN_RINGLOG_LEVELS"}) {
+    // A malformed setting was already reported when the library read it.
+    if (char const* spec = std::getenv(variable)) {
+      try {
+        warnUnmatchedPatterns(variable, spec);
+      } catch (Qor::ParseError const&) {
+      }
+    }
+  }
+
+  // The ring log: a directory that was asked for is created, or the run stops; one that
+  // comes from the environment and cannot be used is reported, and the log stays in memory.
+  Ringlog::Config ringlog = Ringlog::configuration();
+  if (ringlogDir) {
+    std::error_code ec;
+    std::filesystem::create_directories(*ringlogDir, ec);
+    Qor::String const why = unusableDirectory(*ringlogDir);
+    if (!why.empty()) {
+      std::cerr << "fenn-sim: --ringlog-dir " << *ringlogDir << ": " << why << "\n";
+      return 2;
+    }
+    ringlog.directory = *ringlogDir;
+  } else if (!ringlog.directory.empty()) {
+    Qor::String const why = unusableDirectory(ringlog.directory);
+    if (!why.empty()) {
+      std::cerr << "fenn-sim: FENN_RINGLOG_DIR=" << ringlog.directory << " cannot hold the ring log (" << why
+                << "); it stays in memory\n";
+      ringlog.directory.clear();
+    }
+  }
+  Ringlog::configure(ringlog);
+  if (!ringlog.directory.empty()) {
+    // A ring log with no level on would leave an empty file: record the usual levels.
+    if (!traceSpec && !std::getenv("FENN_TRACE") && !std::getenv("FENN_RINGLOG_LEVELS"))
+      Qor::ringlogLevelsIs(defaultRinglogLevels);
+    Ringlog::image();  // creates the file now, so its name is known before anything runs
+    if (!Ringlog::filePath().empty()) std::cerr << "fenn-sim: ring log in " << Ringlog::filePath() << "\n";
+  }
+
   // A simulated switch is a simulation: running the default hardware tunnel ID pool dry is
   // a state to watch here, not a reason to stop.
   setenv("SIMULATION_VMID", "fenn-sim", 0);
-  // The simulator shows operators' messages inline instead of sending them to syslog.
+  // With --json, standard output carries only the JSON; the story, and the operators'
+  // messages shown inline instead of going to syslog, go to standard error.
+  std::ostream& story = json ? std::cerr : std::cout;
   Qor::logSinkIs(
-      [](Qor::LogMessage const& m) { std::cout << "  [syslog] " << m.name() << ": " << m.text() << "\n"; });
+      [&story](Qor::LogMessage const& m) { story << "  [syslog] " << m.name() << ": " << m.text() << "\n"; });
   try {
     SimTool::Scenario const scenario = SimTool::loadScenario(file);
-    // With --json, standard output carries only the JSON; the story goes to standard error.
-    SimTool::Runner runner(scenario, json ? std::cerr : std::cout);
+    SimTool::Runner runner(scenario, story);
+    clockSwitch = &runner.simSwitch();
+    Ringlog::clockIs(simulatedNow);
     size_t const failures = runner.run();
     Sim::HardwareState const state = runner.simSwitch().state();
+    Ringlog::clockIs(nullptr);
+    clockSwitch = nullptr;
     if (json) {
       SimTool::printJson(std::cout, state, scenario);
     } else {
@@ -91,6 +183,7 @@ int main(int argc, char** argv) {
         SimTool::printTable(std::cout, t, state, scenario);
       }
     }
+    if (!Ringlog::filePath().empty()) std::cerr << "fenn-sim: ring log in " << Ringlog::filePath() << "\n";
     if (failures) {
       std::cerr << "fenn-sim: " << failures << " expectation(s) failed\n";
       return 1;
