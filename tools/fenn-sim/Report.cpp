@@ -128,6 +128,29 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
       t.print(os, "ESI port maps (decapsulation filter)");
       break;
     }
+    case Table::lagMembers: {
+      TextTable t({"LAG", "member ports"});
+      for (auto const& l : state.lagMembers) t.row({l.lag.name(), intfNames(l.ports)});
+      t.print(os, "LAG members");
+      break;
+    }
+    case Table::evpnVlanMembers: {
+      TextTable t({"VLAN", "EVPN member interfaces"});
+      for (auto const& v : state.vlanMembers) t.row({std::to_string(v.vlan.value()), intfNames(v.intfs)});
+      t.print(os, "EVPN VLAN members");
+      break;
+    }
+    case Table::esiData: {
+      TextTable t(
+          {"port", "VLAN", "PE", "access intf", "hw tunnel ID", "remote ESI label", "local ESI label"});
+      for (auto const& x : state.esiData) {
+        t.row({x.port.name(), std::to_string(x.vlan.value()), scenario.tunnelName(x.tunnelId),
+               x.parentIntf.name(), poolName(x.hwTunnelId.type()) + "/" + std::to_string(x.hwTunnelId.id()),
+               Qor::valueToStrep(x.remoteEsiLabel), Qor::valueToStrep(x.localEsiLabel)});
+      }
+      t.print(os, "ESI data");
+      break;
+    }
     case Table::unprogrammedRoutes: {
       TextTable t({"top label", "code", "reason"});
       for (auto const& r : state.unprogrammedRoutes) {
@@ -199,6 +222,34 @@ void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const
   sep = "";
   for (auto const& r : state.unprogrammedRoutes) {
     os << sep << "\n    {\"topLabel\": " << r.topLabel.value() << ", \"returnCode\": " << r.returnCode << "}";
+    sep = ",";
+  }
+  // Access side.
+  os << "\n  ],\n  \"lagMembers\": [";
+  sep = "";
+  for (auto const& l : state.lagMembers) {
+    os << sep << "\n    {\"lag\": " << jsonString(l.lag.name()) << ", \"ports\": [";
+    for (size_t i = 0; i < l.ports.size(); ++i) os << (i ? ", " : "") << jsonString(l.ports[i].name());
+    os << "]}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"evpnVlanMembers\": [";
+  sep = "";
+  for (auto const& v : state.vlanMembers) {
+    os << sep << "\n    {\"vlan\": " << v.vlan.value() << ", \"intfs\": [";
+    for (size_t i = 0; i < v.intfs.size(); ++i) os << (i ? ", " : "") << jsonString(v.intfs[i].name());
+    os << "]}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"esiData\": [";
+  sep = "";
+  for (auto const& x : state.esiData) {
+    os << sep << "\n    {\"port\": " << jsonString(x.port.name()) << ", \"vlan\": " << x.vlan.value()
+       << ", \"pe\": " << jsonString(scenario.tunnelName(x.tunnelId))
+       << ", \"intf\": " << jsonString(x.parentIntf.name())
+       << ", \"pool\": " << jsonString(poolName(x.hwTunnelId.type()))
+       << ", \"hwTunnelId\": " << x.hwTunnelId.id() << ", \"remoteEsiLabel\": " << x.remoteEsiLabel.value()
+       << ", \"localEsiLabel\": " << x.localEsiLabel.value() << "}";
     sep = ",";
   }
   os << "\n  ]\n}\n";

@@ -55,6 +55,8 @@ void Runner::apply(HardwareStep const& s) {
   if (s.fecResponseDelay) switch_->fecResponseDelayIs(*s.fecResponseDelay);
   if (s.withholdFecResponses) switch_->fecResponsesWithheldIs(*s.withholdFecResponses);
   if (s.floodSetCapacity) switch_->floodSetCapacityIs(*s.floodSetCapacity);
+  if (s.updateSupportedOnCreateEsiData)
+    switch_->updateSupportedOnCreateEsiDataIs(*s.updateSupportedOnCreateEsiData);
 }
 
 void Runner::apply(AdvanceStep const& s) {
@@ -179,8 +181,59 @@ Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state)
       std::sort(actual.begin(), actual.end());
       return differ(joined(e.names), joined(actual));
     }
+    // Access side.
+    case K::lagMembers:
+    case K::evpnVlanMembers:
+    case K::esiData: {
+      std::vector<Qor::String> actual;
+      if (e.kind == K::lagMembers) {
+        for (auto const& l : state.lagMembers) actual.push_back(l.lag.name() + ": " + intfNames(l.ports));
+      } else if (e.kind == K::evpnVlanMembers) {
+        for (auto const& v : state.vlanMembers)
+          actual.push_back(std::to_string(v.vlan.value()) + ": " + intfNames(v.intfs));
+      } else {
+        std::map<Qor::String, std::vector<Qor::String>> rows;
+        for (auto const& x : state.esiData) {
+          rows[x.port.name() + " " + std::to_string(x.vlan.value())].push_back(
+              scenario_.tunnelName(x.tunnelId));
+        }
+        for (auto& [row, pes] : rows) {
+          std::sort(pes.begin(), pes.end());
+          actual.push_back(row + ": " + joinedNames(pes));
+        }
+      }
+      std::sort(actual.begin(), actual.end());
+      return differ(joined(e.names), joined(actual));
+    }
+    case K::esiEntries:
+      return differ(std::to_string(e.count), std::to_string(state.esiData.size()));
   }
   return "";
+}
+
+// ---- Access side ----
+void Runner::apply(AccessStep const& s) {
+  using K = AccessStep::Kind;
+  switch (s.kind) {
+    case K::lag:
+      return switch_->lagIs(s.intf, s.intfs);
+    case K::lagDel:
+      return switch_->lagDel(s.intf);
+    case K::vlanConfig:
+      return switch_->vlanConfigIs(s.vlan, s.intfs);
+    case K::vlanConfigDel:
+      return switch_->vlanConfigDel(s.vlan);
+    case K::vlanStatus:
+      return switch_->vlanStatusIs(s.vlan, s.intfs);
+    case K::vlanStatusDel:
+      return switch_->vlanStatusDel(s.vlan);
+    case K::encapBumFilter:
+      return switch_->encapBumFilterIs(s.intfs);
+    case K::segmentVlans:
+      return switch_->segmentVlansIs(s.intf, s.vlans, s.df);
+    case K::localEsiLabel:
+      return switch_->localEsiLabelIs(s.intf, s.label);
+  }
 }
 
 }  // namespace SimTool

@@ -28,6 +28,7 @@ class Runner {
   void apply(AdvanceStep const& s);
   void apply(ShowStep const& s);
   void apply(ExpectStep const& s);
+  void apply(AccessStep const& s);
   void apply(LfibStep const& s);
   // Empty when the expectation holds; otherwise "expected ..., actual ...".
   Qor::String check(Expectation const& e, Sim::HardwareState const& state) const;

@@ -25,6 +25,18 @@ Qor::String Scenario::tunnelName(Tunnel::TunnelTable::TunnelId tunnelId) const {
   return it != names.end() ? it->second : Qor::valueToStrep(tunnelId);
 }
 
+Qor::String joinedNames(std::vector<Qor::String> const& names) {
+  Qor::String out = "[";
+  for (size_t i = 0; i < names.size(); ++i) out += (i ? ", " : "") + names[i];
+  return out + "]";
+}
+
+Qor::String intfNames(std::vector<Ostra::IntfId> const& intfs) {
+  std::vector<Qor::String> names;
+  for (auto const& i : intfs) names.push_back(i.name());
+  return joinedNames(names);
+}
+
 namespace {
 
 constexpr double maxSeconds = maxSimulatedSeconds;
@@ -153,7 +165,7 @@ class Reader {
   void hardware(YAML::Node const& n, HardwareStep& h) const {
     checkMap(n, "hardware",
              {"defaultHwTunnelIds", "sharedEsHwTunnelIds", "fecResponseDelay", "withholdFecResponses",
-              "floodSetCapacity"});
+              "floodSetCapacity", "updateSupportedOnCreateEsiData"});
     if (n["defaultHwTunnelIds"])
       h.defaultHwTunnelIds = number(n["defaultHwTunnelIds"], "pool size", 1u << 24);
     if (n["sharedEsHwTunnelIds"])
@@ -162,6 +174,9 @@ class Reader {
     if (n["withholdFecResponses"])
       h.withholdFecResponses = boolean(n["withholdFecResponses"], "withholdFecResponses");
     if (n["floodSetCapacity"]) h.floodSetCapacity = number(n["floodSetCapacity"], "capacity", UINT32_MAX);
+    if (n["updateSupportedOnCreateEsiData"])
+      h.updateSupportedOnCreateEsiData =
+          boolean(n["updateSupportedOnCreateEsiData"], "updateSupportedOnCreateEsiData");
   }
 
   void tunnels(YAML::Node const& n) {
@@ -232,10 +247,12 @@ class Reader {
       f.target = Sim::FaultTarget::esiPortMapResourceFull;
     } else if (t == "esiPortMapTemporaryFailure") {
       f.target = Sim::FaultTarget::esiPortMapTemporaryFailure;
+    } else if (t == "createEsiData") {
+      f.target = Sim::FaultTarget::createEsiData;
     } else {
       fail(n["target"], "bad fault target '" + t +
                             "' (expected hwTunnelIdAllocation, fecResponse, floodSetProgramming, "
-                            "esiPortMapResourceFull or esiPortMapTemporaryFailure)");
+                            "esiPortMapResourceFull, esiPortMapTemporaryFailure or createEsiData)");
     }
     if (n["failNext"]) f.failNext = uint32_t(number(n["failNext"], "failNext", UINT32_MAX));
     if (n["failFraction"]) f.failFraction = fraction(n["failFraction"]);
@@ -253,7 +270,10 @@ class Reader {
                                                        {"floodSets", Table::floodSets},
                                                        {"sysLog", Table::sysLog},
                                                        {"esiPortMaps", Table::esiPortMaps},
-                                                       {"unprogrammedRoutes", Table::unprogrammedRoutes}};
+                                                       {"unprogrammedRoutes", Table::unprogrammedRoutes},
+                                                       {"lagMembers", Table::lagMembers},
+                                                       {"evpnVlanMembers", Table::evpnVlanMembers},
+                                                       {"esiData", Table::esiData}};
     ShowStep s;
     auto add = [&](YAML::Node const& item) {
       Qor::String const t = text(item, "table");
@@ -263,9 +283,10 @@ class Reader {
       }
       auto it = names.find(t);
       if (it == names.end())
-        fail(item, "unknown table '" + t +
-                       "' (expected tunnels, pools, fecs, floodSets, sysLog, esiPortMaps, unprogrammedRoutes "
-                       "or all)");
+        fail(item,
+             "unknown table '" + t +
+                 "' (expected tunnels, pools, fecs, floodSets, sysLog, esiPortMaps, unprogrammedRoutes, "
+                 "lagMembers, evpnVlanMembers, esiData or all)");
       s.tables.push_back(it->second);
     };
     if (n.IsSequence()) {
@@ -287,7 +308,8 @@ class Reader {
   Step expectStep(YAML::Node const& n) const {
     checkMap(n, "expect",
              {"tunnels", "tunnelCount", "floodSets", "floodSetEntries", "fecRequests", "fecAnswered", "pools",
-              "sysLog", "esiPortMaps", "unprogrammedRoutes"});
+              "sysLog", "esiPortMaps", "unprogrammedRoutes", "lagMembers", "evpnVlanMembers", "esiData",
+              "esiEntries"});
     ExpectStep e;
     using K = Expectation::Kind;
     if (YAML::Node const& t = n["tunnels"]) {
@@ -344,6 +366,7 @@ class Reader {
       e.expectations.push_back(x);
     }
     lfibExpectations(n, e);
+    accessExpectations(n, e);
     return e;
   }
 
@@ -419,6 +442,110 @@ class Reader {
         [&](YAML::Node const& v) { return std::to_string(number(v, "return code", UINT32_MAX)); });
   }
 
+  // ---- Access side ----
+  std::vector<Ostra::IntfId> intfList(YAML::Node const& n, Qor::String const& what) const {
+    if (!n.IsSequence()) fail(n, what + " must be a list of interfaces (empty: [])");
+    std::vector<Ostra::IntfId> out;
+    for (auto const& i : n) out.push_back(intf(i));
+    std::sort(out.begin(), out.end());
+    if (std::adjacent_find(out.begin(), out.end()) != out.end()) fail(n, what + " names an interface twice");
+    return out;
+  }
+
+  Step accessStep(Qor::String const& kind, YAML::Node const& v) const {
+    using K = AccessStep::Kind;
+    AccessStep s{K::lag, {}, {}, {}, {}, {}, {}};
+    if (kind == "lag") {
+      checkMap(v, "lag", {"intf", "members"}, {"intf", "members"});
+      s.intf = intf(v["intf"]);
+      if (!s.intf.isLag()) fail(v["intf"], "a LAG is a Port-Channel interface");
+      s.intfs = intfList(v["members"], "members");
+      for (auto const& m : s.intfs) {
+        if (!m.isEthernet()) fail(v["members"], "LAG members are Ethernet ports");
+      }
+    } else if (kind == "removeLag") {
+      s = {K::lagDel, intf(v), {}, {}, {}, {}, {}};
+    } else if (kind == "vlanConfig" || kind == "vlanStatus") {
+      checkMap(v, kind, {"vlan", "intfs"}, {"vlan", "intfs"});
+      s.kind = kind == "vlanConfig" ? K::vlanConfig : K::vlanStatus;
+      s.vlan = vlan(v["vlan"]);
+      s.intfs = intfList(v["intfs"], "intfs");
+    } else if (kind == "removeVlanConfig" || kind == "removeVlanStatus") {
+      s.kind = kind == "removeVlanConfig" ? K::vlanConfigDel : K::vlanStatusDel;
+      s.vlan = vlan(v);
+    } else if (kind == "encapBumFilter") {
+      s.kind = K::encapBumFilter;
+      s.intfs = intfList(v, "encapBumFilter");
+    } else if (kind == "segmentVlans") {
+      checkMap(v, "segmentVlans", {"intf", "vlans", "df"}, {"intf"});
+      s.kind = K::segmentVlans;
+      s.intf = intf(v["intf"]);
+      if (YAML::Node const& vlans = v["vlans"]) {
+        if (!vlans.IsSequence()) fail(vlans, "vlans must be a list of VLANs");
+        for (auto const& x : vlans) s.vlans.push_back(vlan(x));
+      }
+      if (YAML::Node const& df = v["df"]) {
+        if (!df.IsMap()) fail(df, "df must map VLANs to the PE that is their designated forwarder");
+        for (auto const& kv : df) s.df[vlan(kv.first)] = Ostra::IntfId::dynamicTunnel(tunnel(kv.second));
+      }
+    } else {
+      checkMap(v, "localEsiLabel", {"intf", "label"}, {"intf", "label"});
+      s.kind = K::localEsiLabel;
+      s.intf = intf(v["intf"]);
+      if (!v["label"].IsNull()) s.label = label(v["label"]);
+    }
+    return s;
+  }
+
+  void accessExpectations(YAML::Node const& n, ExpectStep& e) const {
+    using K = Expectation::Kind;
+    auto table = [&](char const* key, K kind, auto left, auto right) {
+      YAML::Node const& t = n[key];
+      if (!t) return;
+      if (!t.IsMap()) fail(t, Qor::String("expect ") + key + " must be a mapping (empty: {})");
+      Expectation x{kind, at(t), key, {}, {}, {}, 0};
+      for (auto const& kv : t) x.names.push_back(left(kv.first) + ": " + right(kv.second));
+      std::sort(x.names.begin(), x.names.end());
+      e.expectations.push_back(x);
+    };
+    auto intfs = [&](YAML::Node const& v) { return intfNames(intfList(v, "the interfaces")); };
+    table(
+        "lagMembers", K::lagMembers, [&](YAML::Node const& k) { return intf(k).name(); }, intfs);
+    table(
+        "evpnVlanMembers", K::evpnVlanMembers,
+        [&](YAML::Node const& k) { return std::to_string(vlan(k).value()); }, intfs);
+    table(
+        "esiData", K::esiData,
+        [&](YAML::Node const& k) {
+          // "Ethernet1 10"
+          Qor::String const s = text(k, "port and VLAN");
+          auto const blank = s.find(' ');
+          if (blank == Qor::String::npos)
+            fail(k, "an ESI data row is written '<port> <vlan>', like 'Ethernet1 10'");
+          Ostra::IntfId port;
+          try {
+            port = Ostra::IntfId(s.substr(0, blank));
+          } catch (std::exception const&) {
+          }
+          if (!port.isEthernet())
+            fail(k, "bad port '" + s.substr(0, blank) + "' (expected an Ethernet port)");
+          return port.name() + " " + std::to_string(vlanFrom(s.substr(blank + 1), k).value());
+        },
+        [&](YAML::Node const& v) {
+          if (!v.IsSequence()) fail(v, "expected a list of PE names");
+          std::vector<Qor::String> pes;
+          for (auto const& pe : v) {
+            tunnel(pe);
+            pes.push_back(pe.Scalar());
+          }
+          std::sort(pes.begin(), pes.end());
+          return joinedNames(pes);
+        });
+    if (YAML::Node const& c = n["esiEntries"])
+      e.expectations.push_back(
+          {K::esiEntries, at(c), "esiEntries", {}, {}, {}, number(c, "esiEntries", UINT64_MAX)});
+  }
+
   Step step(YAML::Node const& n) {
     if (!n.IsMap() || n.size() != 1) fail(n, "a step is a mapping with exactly one step kind");
     auto const& kv = *n.begin();
@@ -451,11 +578,17 @@ class Reader {
     static std::set<Qor::String> const lfibSteps = {"route",     "removeRoute",     "viaSet", "removeViaSet",
                                                     "filterVia", "removeFilterVia", "backlog"};
     if (lfibSteps.count(kind)) return lfibStep(kind, v);
+    static std::set<Qor::String> const accessSteps = {
+        "lag",          "removeLag",        "vlanConfig",     "removeVlanConfig",
+        "vlanStatus",   "removeVlanStatus", "encapBumFilter", "segmentVlans",
+        "localEsiLabel"};
+    if (accessSteps.count(kind)) return accessStep(kind, v);
     fail(kv.first,
          "unknown step '" + kind +
              "' (expected say, addDest, removeDest, removeFloodSet, segment, removeSegment, fault, "
              "hardware, advance, show, expect, route, removeRoute, viaSet, removeViaSet, filterVia, "
-             "removeFilterVia or backlog)");
+             "removeFilterVia, backlog, lag, removeLag, vlanConfig, removeVlanConfig, vlanStatus, "
+             "removeVlanStatus, encapBumFilter, segmentVlans or localEsiLabel)");
   }
 
   // The parser keeps the first of two equal keys and drops the second without a word;
@@ -511,6 +644,8 @@ class Reader {
       c.sharedEsHwTunnelIds = h.sharedEsHwTunnelIds.value_or(c.sharedEsHwTunnelIds);
       c.fecResponseDelay = h.fecResponseDelay.value_or(c.fecResponseDelay);
       c.floodSetCapacity = h.floodSetCapacity.value_or(c.floodSetCapacity);
+      c.updateSupportedOnCreateEsiData =
+          h.updateSupportedOnCreateEsiData.value_or(c.updateSupportedOnCreateEsiData);
     }
     if (root["tunnels"]) tunnels(root["tunnels"]);
     YAML::Node const& steps = root["steps"];

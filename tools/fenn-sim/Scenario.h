@@ -61,6 +61,7 @@ struct HardwareStep {
   std::optional<double> fecResponseDelay;
   std::optional<bool> withholdFecResponses;
   std::optional<uint32_t> floodSetCapacity;
+  std::optional<bool> updateSupportedOnCreateEsiData;
 };
 struct AdvanceStep {
   double seconds;
@@ -79,6 +80,28 @@ struct LfibStep {
   Mpls::LfibViaKey viaKey;        // viaSet, filterVia, filterViaDel
   Ostra::IntfId intf;             // filterVia
 };
+// Access side: one change to the LAG configuration, the bridging configuration or VLAN
+// status, or the EVPN status of the access interfaces; lists replace what was there.
+struct AccessStep {
+  enum class Kind {
+    lag,             // intf's members are `intfs`
+    lagDel,          // intf
+    vlanConfig,      // vlan's configured interfaces are `intfs`
+    vlanConfigDel,   // vlan
+    vlanStatus,      // vlan's operational interfaces are `intfs`
+    vlanStatusDel,   // vlan
+    encapBumFilter,  // the filtering interfaces are `intfs`
+    segmentVlans,    // intf's configured VLANs are `vlans`, its DF per VLAN `df`
+    localEsiLabel,   // intf's local ESI label is `label` (none removes it)
+  };
+  Kind kind;
+  Ostra::IntfId intf;
+  Bridging::VlanId vlan;
+  std::vector<Ostra::IntfId> intfs;
+  std::vector<Bridging::VlanId> vlans;
+  std::map<Bridging::VlanId, Ostra::IntfId> df;
+  std::optional<Ostra::MplsLabel> label;
+};
 enum class Table {
   tunnels,
   pools,
@@ -88,6 +111,10 @@ enum class Table {
   // ESI filtering at decapsulation.
   esiPortMaps,
   unprogrammedRoutes,
+  // Access side.
+  lagMembers,
+  evpnVlanMembers,
+  esiData,
 };
 struct ShowStep {
   std::vector<Table> tables;
@@ -107,6 +134,11 @@ struct Expectation {
     // ESI filtering at decapsulation; `names` holds "<left>: <right>" rows, sorted.
     esiPortMaps,         // every installed port map, interface: label
     unprogrammedRoutes,  // every listed route, top label: return code
+    // Access side; `names` holds "<left>: <right>" rows, sorted.
+    lagMembers,       // every LAG with members, LAG: [ports]
+    evpnVlanMembers,  // every VLAN with EVPN members, VLAN: [interfaces]
+    esiData,          // every (port, VLAN) with ESI data, port VLAN: [PEs]
+    esiEntries,       // number of ESI data entries
   };
   Kind kind;
   Location at;
@@ -121,7 +153,7 @@ struct ExpectStep {
 };
 
 using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
-                          HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep>;
+                          HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep>;
 
 struct Scenario {
   Qor::String file;
@@ -139,5 +171,10 @@ struct Scenario {
 
 // Throws ScenarioError.
 Scenario loadScenario(Qor::String const& file);
+
+// Lists as the access-side expectations and checks write them: "[a, b]", interfaces in
+// interface order.
+Qor::String joinedNames(std::vector<Qor::String> const& names);
+Qor::String intfNames(std::vector<Ostra::IntfId> const& intfs);
 
 }  // namespace SimTool

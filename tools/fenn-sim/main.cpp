@@ -178,7 +178,8 @@ int main(int argc, char** argv) {
       std::cout << "\n== final hardware state ==\n";
       for (auto t :
            {SimTool::Table::tunnels, SimTool::Table::pools, SimTool::Table::fecs, SimTool::Table::floodSets,
-            SimTool::Table::sysLog, SimTool::Table::esiPortMaps, SimTool::Table::unprogrammedRoutes}) {
+            SimTool::Table::sysLog, SimTool::Table::esiPortMaps, SimTool::Table::unprogrammedRoutes,
+            SimTool::Table::lagMembers, SimTool::Table::evpnVlanMembers, SimTool::Table::esiData}) {
         std::cout << "\n";
         SimTool::printTable(std::cout, t, state, scenario);
       }
