@@ -36,6 +36,9 @@ constexpr char const* fecResponseTable = "mplsFloodSetFecResponse";
 //   control plane --(LfibTracker)--> lfibStatus + lfibTrackingStatus (route-key backlog)
 //                     --> EsiFilteringDecapSm --(EsiPortMaps)--> ESI port maps;  --> lfibHwStatus
 //
+//   evpnStatus + tunnelEndpointStatus (tunnel RIB) --> FennEvpnTepSegmentSm
+//                     (one FennEvpnSegmentSm per segment) --> evpnTepSegmentDir
+//
 // Every state machine is created first and marked initialized afterwards, producers before
 // consumers, so that each one's first full pass sees its inputs attached.
 Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, ControlPlane const& controlPlane)
@@ -66,7 +69,10 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
       lfibTrackingStatus_(Mpls::lfibTrackingStatusFactory()),
       lfibHwStatus_(Mpls::lfibHwStatusFactory()),
       lfibTracker_(lfibStatus_, lfibTrackingStatus_),
-      esiPortMaps_(new EsiPortMaps("simEsiPortMaps")) {
+      esiPortMaps_(new EsiPortMaps("simEsiPortMaps")),
+      // Ethernet segment tracking per remote TEP.
+      tunnelEndpointStatus_(::Tunnel::TunnelTable::tunnelEndpointStatusFactory()),
+      evpnTepSegmentDir_(Fenn::evpnTepSegmentDirFactory()) {
   hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeDefault, config.defaultHwTunnelIds);
   hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeSharedEs, config.sharedEsHwTunnelIds);
   fecResponder_ = Qor::Ptr<FecResponder>(new FecResponder(fecRequestReader_, fecResponse_, timerWheel_));
@@ -97,12 +103,17 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
                                                           lfibTrackingStatus_, lfibHwStatus_);
   esiFilteringDecapSm_->initializedIs(true);
   startAccessSide(config, controlPlane);
+
+  // Ethernet segment tracking per remote TEP.
+  tepSegmentSm_ = Fenn::fennEvpnTepSegmentSmFactory(evpnStatus_, tunnelEndpointStatus_, evpnTepSegmentDir_);
+  tepSegmentSm_->initializedIs(true);
   settle();
 }
 
 // Consumers go before their producers, so no state machine reacts to the teardown of
 // another one's output.
 Switch::~Switch() {
+  tepSegmentSm_ = nullptr;
   esiFilteringDecapSm_ = nullptr;
   stopAccessSide();
   vlanFloodSetSm_ = nullptr;
@@ -156,6 +167,13 @@ void Switch::segmentIs(Ostra::IntfId intf, std::map<Ostra::IntfId, Ostra::MplsLa
 
 void Switch::segmentDel(Ostra::IntfId intf) {
   evpnStatus_->ethernetSegmentStatusDel(intf);
+  settle();
+}
+
+void Switch::tunnelEndpointIs(::Tunnel::TunnelTable::TunnelId tunnelId,
+                              std::optional<Ostra::IpGenAddr> addr) {
+  addr ? tunnelEndpointStatus_->tunnelEndpointIs(tunnelId, *addr)
+       : void(tunnelEndpointStatus_->tunnelEndpointDel(tunnelId));
   settle();
 }
 
@@ -294,6 +312,15 @@ HardwareState Switch::state() const {
     s.esiData.push_back(
         {port, vlan, tunnelId, e.parentIntfId, e.hwTunnelId, e.remoteEsiLabel, e.localEsiLabel});
   }
+
+  // Ethernet segment tracking per remote TEP.
+  for (auto const& [addr, entry] : evpnTepSegmentDir_->evpnTepSegment()) {
+    HardwareState::TepSegments t{addr, entry->segmentSet().keys()};
+    std::sort(t.segments.begin(), t.segments.end());
+    s.tepSegments.push_back(std::move(t));
+  }
+  std::sort(s.tepSegments.begin(), s.tepSegments.end(),
+            [](auto const& a, auto const& b) { return a.tepAddr < b.tepAddr; });
   return s;
 }
 

@@ -46,6 +46,10 @@
 #include "sim/EsiPortMaps.h"
 #include "sim/LfibTracker.h"
 
+// Ethernet segment tracking per remote TEP.
+#include "FennEvpn/FennEvpnTepSegmentSm.h"
+#include "Tunnel/TunnelEndpointStatus.h"
+
 namespace Sim {
 
 struct HardwareConfig {
@@ -152,6 +156,14 @@ struct HardwareState {
   std::vector<LagMembers> lagMembers;    // as EvpnLagMemberInfo publishes them
   std::vector<VlanMembers> vlanMembers;  // as EvpnVlanStatus publishes them
   std::vector<EsiEntry> esiData;         // the ESI data table, by (port, VLAN, tunnel)
+
+  // Ethernet segment tracking per remote TEP.
+  struct TepSegments {
+    Ostra::IpGenAddr tepAddr;
+    std::vector<Ostra::IntfId> segments;  // in interface order
+    bool operator==(TepSegments const&) const = default;
+  };
+  std::vector<TepSegments> tepSegments;  // by address
 };
 
 class Switch {
@@ -243,6 +255,11 @@ class Switch {
   // The control plane this switch reads, to build other machines on the same inputs.
   ControlPlane controlPlane() const;
 
+  // Ethernet segment tracking per remote TEP. The tunnel RIB's endpoint of a tunnel (its PE's
+  // address), or none.
+  void tunnelEndpointIs(::Tunnel::TunnelTable::TunnelId tunnelId, std::optional<Ostra::IpGenAddr> addr);
+  Fenn::EvpnTepSegmentDir const* evpnTepSegmentDir() const { return evpnTepSegmentDir_.get(); }
+
  private:
   // Platform.
   Qor::Ptr<Keel::ManualClock> clock_;
@@ -296,6 +313,11 @@ class Switch {
   Qor::Ptr<Fenn::EvpnLagSm> lagSm_;
   Qor::Ptr<Fenn::FennEvpnVlanMembershipSm> vlanMembershipSm_;
   Qor::Ptr<Fenn::EvpnFloodingEsiSm> floodingEsiSm_;
+
+  // Ethernet segment tracking per remote TEP.
+  Qor::Ptr<::Tunnel::TunnelTable::TunnelEndpointStatus> tunnelEndpointStatus_;
+  Qor::Ptr<Fenn::EvpnTepSegmentDir> evpnTepSegmentDir_;
+  Qor::Ptr<Fenn::FennEvpnTepSegmentSm> tepSegmentSm_;
 };
 
 }  // namespace Sim

@@ -163,6 +163,17 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
       t.print(os, "Unprogrammed LFIB routes");
       break;
     }
+    // Ethernet segment tracking per remote TEP.
+    case Table::tepSegments: {
+      TextTable t({"TEP", "segments"});
+      for (auto const& r : state.tepSegments) {
+        Qor::String segments;
+        for (auto const& intf : r.segments) segments += (segments.empty() ? "" : ", ") + intf.name();
+        t.row({r.tepAddr.toString(), segments});
+      }
+      t.print(os, "Segments per remote TEP");
+      break;
+    }
   }
 }
 
@@ -250,6 +261,15 @@ void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const
        << ", \"pool\": " << jsonString(poolName(x.hwTunnelId.type()))
        << ", \"hwTunnelId\": " << x.hwTunnelId.id() << ", \"remoteEsiLabel\": " << x.remoteEsiLabel.value()
        << ", \"localEsiLabel\": " << x.localEsiLabel.value() << "}";
+    sep = ",";
+  }
+  // Ethernet segment tracking per remote TEP.
+  os << "\n  ],\n  \"tepSegments\": [";
+  sep = "";
+  for (auto const& t : state.tepSegments) {
+    os << sep << "\n    {\"tep\": " << jsonString(t.tepAddr.toString()) << ", \"segments\": [";
+    for (size_t i = 0; i < t.segments.size(); ++i) os << (i ? ", " : "") << jsonString(t.segments[i].name());
+    os << "]}";
     sep = ",";
   }
   os << "\n  ]\n}\n";

@@ -15,7 +15,11 @@ Qor::String joined(std::vector<Qor::String> const& names) {
 }  // namespace
 
 Runner::Runner(Scenario const& scenario, std::ostream& out)
-    : scenario_(scenario), out_(out), switch_(std::make_unique<Sim::Switch>(scenario.hardware)) {}
+    : scenario_(scenario), out_(out), switch_(std::make_unique<Sim::Switch>(scenario.hardware)) {
+  // The tunnel RIB knows the PEs' addresses from the start.
+  for (auto const& [name, addr] : scenario.tunnelAddresses)
+    switch_->tunnelEndpointIs(scenario.tunnels.at(name), addr);
+}
 
 Runner::~Runner() = default;
 
@@ -117,6 +121,9 @@ void Runner::apply(LfibStep const& s) {
   switch_->settle();
 }
 
+// Ethernet segment tracking per remote TEP.
+void Runner::apply(TunnelEndpointStep const& s) { switch_->tunnelEndpointIs(s.tunnelId, s.addr); }
+
 Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state) const {
   using K = Expectation::Kind;
   auto differ = [](Qor::String const& expected, Qor::String const& actual) -> Qor::String {
@@ -207,6 +214,17 @@ Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state)
     }
     case K::esiEntries:
       return differ(std::to_string(e.count), std::to_string(state.esiData.size()));
+    // Ethernet segment tracking per remote TEP.
+    case K::tepSegments: {
+      std::vector<Qor::String> actual;
+      for (auto const& t : state.tepSegments) {
+        std::vector<Qor::String> segments;
+        for (auto const& intf : t.segments) segments.push_back(intf.name());
+        actual.push_back(t.tepAddr.toString() + ": " + joined(segments));
+      }
+      std::sort(actual.begin(), actual.end());
+      return differ(joined(e.names), joined(actual));
+    }
   }
   return "";
 }

@@ -30,6 +30,7 @@ class Runner {
   void apply(ExpectStep const& s);
   void apply(AccessStep const& s);
   void apply(LfibStep const& s);
+  void apply(TunnelEndpointStep const& s);
   // Empty when the expectation holds; otherwise "expected ..., actual ...".
   Qor::String check(Expectation const& e, Sim::HardwareState const& state) const;
 

@@ -184,7 +184,8 @@ class Reader {
     for (auto const& kv : n) {
       auto const name = kv.first.as<Qor::String>();
       YAML::Node const& t = kv.second;
-      checkMap(t, "tunnel '" + name + "'", {"type", "index"}, {"index"});
+      checkMap(t, "tunnel '" + name + "'", {"type", "index", "address"}, {"index"});
+      if (t["address"]) scenario_.tunnelAddresses.emplace(name, address(t["address"]));
       Tunnel::TunnelType type = Tunnel::tunnelTypeLdp;
       if (t["type"]) {
         try {
@@ -273,7 +274,8 @@ class Reader {
                                                        {"unprogrammedRoutes", Table::unprogrammedRoutes},
                                                        {"lagMembers", Table::lagMembers},
                                                        {"evpnVlanMembers", Table::evpnVlanMembers},
-                                                       {"esiData", Table::esiData}};
+                                                       {"esiData", Table::esiData},
+                                                       {"tepSegments", Table::tepSegments}};
     ShowStep s;
     auto add = [&](YAML::Node const& item) {
       Qor::String const t = text(item, "table");
@@ -286,7 +288,7 @@ class Reader {
         fail(item,
              "unknown table '" + t +
                  "' (expected tunnels, pools, fecs, floodSets, sysLog, esiPortMaps, unprogrammedRoutes, "
-                 "lagMembers, evpnVlanMembers, esiData or all)");
+                 "lagMembers, evpnVlanMembers, esiData, tepSegments or all)");
       s.tables.push_back(it->second);
     };
     if (n.IsSequence()) {
@@ -309,7 +311,7 @@ class Reader {
     checkMap(n, "expect",
              {"tunnels", "tunnelCount", "floodSets", "floodSetEntries", "fecRequests", "fecAnswered", "pools",
               "sysLog", "esiPortMaps", "unprogrammedRoutes", "lagMembers", "evpnVlanMembers", "esiData",
-              "esiEntries"});
+              "esiEntries", "tepSegments"});
     ExpectStep e;
     using K = Expectation::Kind;
     if (YAML::Node const& t = n["tunnels"]) {
@@ -440,6 +442,35 @@ class Reader {
         "unprogrammedRoutes", K::unprogrammedRoutes,
         [&](YAML::Node const& k) { return Qor::valueToStrep(label(k)); },
         [&](YAML::Node const& v) { return std::to_string(number(v, "return code", UINT32_MAX)); });
+    // Ethernet segment tracking per remote TEP.
+    table(
+        "tepSegments", K::tepSegments, [&](YAML::Node const& k) { return address(k).toString(); },
+        [&](YAML::Node const& v) {
+          if (!v.IsSequence()) fail(v, "expected a list of segment interfaces");
+          std::vector<Ostra::IntfId> segments;
+          for (auto const& i : v) segments.push_back(intf(i));
+          std::sort(segments.begin(), segments.end());
+          Qor::String out = "[";
+          for (size_t i = 0; i < segments.size(); ++i) out += (i ? ", " : "") + segments[i].name();
+          return out + "]";
+        });
+  }
+
+  // Ethernet segment tracking per remote TEP.
+  Ostra::IpGenAddr address(YAML::Node const& n) const {
+    Qor::String const s = text(n, "address");
+    try {
+      return Ostra::IpGenAddr(s);
+    } catch (std::exception const&) {
+      fail(n, "bad address '" + s + "' (expected an IPv4 or IPv6 address like 10.0.0.1 or 2001:db8::1)");
+    }
+  }
+
+  Step tunnelEndpointStep(YAML::Node const& v) const {
+    checkMap(v, "tunnelEndpoint", {"tunnel", "address"}, {"tunnel", "address"});
+    TunnelEndpointStep s{tunnel(v["tunnel"]), std::nullopt};
+    if (!v["address"].IsNull()) s.addr = address(v["address"]);
+    return s;
   }
 
   // ---- Access side ----
@@ -583,12 +614,13 @@ class Reader {
         "vlanStatus",   "removeVlanStatus", "encapBumFilter", "segmentVlans",
         "localEsiLabel"};
     if (accessSteps.count(kind)) return accessStep(kind, v);
+    if (kind == "tunnelEndpoint") return tunnelEndpointStep(v);
     fail(kv.first,
          "unknown step '" + kind +
              "' (expected say, addDest, removeDest, removeFloodSet, segment, removeSegment, fault, "
              "hardware, advance, show, expect, route, removeRoute, viaSet, removeViaSet, filterVia, "
              "removeFilterVia, backlog, lag, removeLag, vlanConfig, removeVlanConfig, vlanStatus, "
-             "removeVlanStatus, encapBumFilter, segmentVlans or localEsiLabel)");
+             "removeVlanStatus, encapBumFilter, segmentVlans, localEsiLabel or tunnelEndpoint)");
   }
 
   // The parser keeps the first of two equal keys and drops the second without a word;

@@ -80,6 +80,12 @@ struct LfibStep {
   Mpls::LfibViaKey viaKey;        // viaSet, filterVia, filterViaDel
   Ostra::IntfId intf;             // filterVia
 };
+
+// Ethernet segment tracking per remote TEP: the tunnel RIB's endpoint of a PE's tunnel.
+struct TunnelEndpointStep {
+  Tunnel::TunnelTable::TunnelId tunnelId;
+  std::optional<Ostra::IpGenAddr> addr;  // none: the endpoint is withdrawn
+};
 // Access side: one change to the LAG configuration, the bridging configuration or VLAN
 // status, or the EVPN status of the access interfaces; lists replace what was there.
 struct AccessStep {
@@ -115,6 +121,8 @@ enum class Table {
   lagMembers,
   evpnVlanMembers,
   esiData,
+  // Ethernet segment tracking per remote TEP.
+  tepSegments,
 };
 struct ShowStep {
   std::vector<Table> tables;
@@ -139,6 +147,8 @@ struct Expectation {
     evpnVlanMembers,  // every VLAN with EVPN members, VLAN: [interfaces]
     esiData,          // every (port, VLAN) with ESI data, port VLAN: [PEs]
     esiEntries,       // number of ESI data entries
+    // Ethernet segment tracking per remote TEP.
+    tepSegments,  // every TEP entry, address: [segment interfaces]
   };
   Kind kind;
   Location at;
@@ -152,8 +162,9 @@ struct ExpectStep {
   std::vector<Expectation> expectations;
 };
 
-using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
-                          HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep>;
+using Step =
+    std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep, HardwareStep,
+                 AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep, TunnelEndpointStep>;
 
 struct Scenario {
   Qor::String file;
@@ -162,6 +173,8 @@ struct Scenario {
   Sim::HardwareConfig hardware;
   // Remote PEs by name, and the tunnel that reaches each; a tunnel has one name.
   std::map<Qor::String, Tunnel::TunnelTable::TunnelId> tunnels;
+  // Their addresses (the tunnel RIB's endpoints), where the scenario gives one.
+  std::map<Qor::String, Ostra::IpGenAddr> tunnelAddresses;
   std::map<Tunnel::TunnelTable::TunnelId, Qor::String> names;
   std::vector<std::pair<Location, Step>> steps;
 

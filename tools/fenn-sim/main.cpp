@@ -176,10 +176,10 @@ int main(int argc, char** argv) {
       SimTool::printJson(std::cout, state, scenario);
     } else {
       std::cout << "\n== final hardware state ==\n";
-      for (auto t :
-           {SimTool::Table::tunnels, SimTool::Table::pools, SimTool::Table::fecs, SimTool::Table::floodSets,
-            SimTool::Table::sysLog, SimTool::Table::esiPortMaps, SimTool::Table::unprogrammedRoutes,
-            SimTool::Table::lagMembers, SimTool::Table::evpnVlanMembers, SimTool::Table::esiData}) {
+      for (auto t : {SimTool::Table::tunnels, SimTool::Table::pools, SimTool::Table::fecs,
+                     SimTool::Table::floodSets, SimTool::Table::sysLog, SimTool::Table::esiPortMaps,
+                     SimTool::Table::unprogrammedRoutes, SimTool::Table::lagMembers,
+                     SimTool::Table::evpnVlanMembers, SimTool::Table::esiData, SimTool::Table::tepSegments}) {
         std::cout << "\n";
         SimTool::printTable(std::cout, t, state, scenario);
       }

@@ -1,0 +1,134 @@
+// The segments-per-TEP index: TEPs reached through two tunnel interfaces, TEPs waiting for
+// their endpoint, segments and endpoints coming and going, start and teardown; and a
+// randomized test over segment, TEP and endpoint churn that compares the index with the one
+// a fresh machine builds on the final inputs and with the index computed from them directly.
+// The seed is printed; FENN_SEED replays one.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <random>
+#include <set>
+
+#include "FennEvpn/FennEvpnTepSegmentSm.h"
+
+namespace TepSegmentTest {
+namespace {
+
+using Tunnel::TunnelTable::TunnelId;
+using Index = std::map<Ostra::IpGenAddr, std::set<Ostra::IntfId>>;
+
+TunnelId tunnel(uint64_t n) { return TunnelId(Tunnel::tunnelTypeLdp, n); }
+Ostra::IntfId tep(uint64_t n) { return Ostra::IntfId::dynamicTunnel(tunnel(n)); }
+Ostra::IntfId srTep(uint64_t n) { return Ostra::IntfId::srTePolicy(tunnel(n)); }
+Ostra::IntfId segment(uint32_t n) { return Ostra::IntfId::portChannel(n); }
+Ostra::IpGenAddr addr(uint32_t n) { return Ostra::IpGenAddr::ipv4(0x0a000000 + n); }
+
+Index indexOf(Fenn::EvpnTepSegmentDir const& dir) {
+  Index out;
+  for (auto const& [a, entry] : dir.evpnTepSegment()) {
+    EXPECT_FALSE(entry->segmentSet().empty()) << "an empty entry is removed";
+    for (auto const& intf : entry->segmentSet()) out[a].insert(intf);
+  }
+  return out;
+}
+
+class TepSegmentTest : public ::testing::Test {
+ protected:
+  void TearDown() override { sm = nullptr; }
+
+  void start() {
+    sm = Fenn::fennEvpnTepSegmentSmFactory(evpnStatus, endpoints, dir);
+    sm->initializedIs(true);
+  }
+  Evpn::EthernetSegmentStatus* es(uint32_t n) { return evpnStatus->ethernetSegmentStatusIs(segment(n)); }
+  Index index() const { return indexOf(*dir); }
+
+  Qor::Ptr<Evpn::EvpnStatus> evpnStatus = Evpn::evpnStatusFactory();
+  Qor::Ptr<Tunnel::TunnelTable::TunnelEndpointStatus> endpoints =
+      Tunnel::TunnelTable::tunnelEndpointStatusFactory();
+  Qor::Ptr<Fenn::EvpnTepSegmentDir> dir = Fenn::evpnTepSegmentDirFactory();
+  Qor::Ptr<Fenn::FennEvpnTepSegmentSm> sm;
+};
+
+TEST_F(TepSegmentTest, TwoTunnelInterfacesToOnePeKeepTheSegmentUntilBothGo) {
+  endpoints->tunnelEndpointIs(tunnel(1), addr(1));
+  endpoints->tunnelEndpointIs(tunnel(2), addr(1));  // an SR-TE policy to the same PE
+  es(10)->remoteTepIs(tep(1));
+  start();
+  es(10)->remoteTepIs(srTep(2));
+  EXPECT_EQ(index(), (Index{{addr(1), {segment(10)}}}));
+  es(10)->remoteTepDel(tep(1));
+  EXPECT_EQ(index(), (Index{{addr(1), {segment(10)}}}));
+  es(10)->remoteTepDel(srTep(2));
+  EXPECT_TRUE(dir->evpnTepSegment().empty());
+}
+
+TEST_F(TepSegmentTest, EndpointsArriveMoveAndLeave) {
+  start();
+  es(10)->remoteTepIs(tep(1));
+  es(10)->remoteTepIs(Ostra::IntfId::ethernet(7));  // not a tunnel: skipped
+  es(20)->remoteTepIs(tep(1));
+  EXPECT_TRUE(dir->evpnTepSegment().empty()) << "no endpoint yet";
+  endpoints->tunnelEndpointIs(tunnel(1), addr(1));
+  EXPECT_EQ(index(), (Index{{addr(1), {segment(10), segment(20)}}}));
+  endpoints->tunnelEndpointIs(tunnel(1), addr(2));  // renumbered
+  EXPECT_EQ(index(), (Index{{addr(2), {segment(10), segment(20)}}}));
+  evpnStatus->ethernetSegmentStatusDel(segment(20));
+  EXPECT_EQ(index(), (Index{{addr(2), {segment(10)}}}));
+  endpoints->tunnelEndpointDel(tunnel(1));
+  EXPECT_TRUE(dir->evpnTepSegment().empty());
+
+  endpoints->tunnelEndpointIs(tunnel(1), addr(3));
+  sm = nullptr;
+  EXPECT_TRUE(dir->evpnTepSegment().empty()) << "teardown withdraws everything";
+}
+
+class TepSegmentRandomTest : public TepSegmentTest {
+ protected:
+  void churn(std::mt19937& rng) {
+    auto pick = [&](uint32_t n) { return std::uniform_int_distribution<uint32_t>(1, n)(rng); };
+    std::function<void()> const changes[] = {
+        [&] { es(pick(3))->remoteTepIs(tep(pick(5))); },
+        [&] { es(pick(3))->remoteTepIs(srTep(pick(5))); },
+        [&] { es(pick(3))->remoteTepDel(tep(pick(5))); },
+        [&] { es(pick(3))->remoteTepDel(srTep(pick(5))); },
+        [&] { evpnStatus->ethernetSegmentStatusDel(segment(pick(3))); },
+        [&] { endpoints->tunnelEndpointIs(tunnel(pick(5)), addr(pick(3))); },
+        [&] { endpoints->tunnelEndpointDel(tunnel(pick(5))); },
+    };
+    changes[pick(std::size(changes)) - 1]();
+  }
+
+  Index expected() const {
+    Index out;
+    for (auto const& [intf, status] : evpnStatus->ethernetSegmentStatus()) {
+      for (auto const& t : status->remoteTep()) {
+        if (endpoints->tunnelEndpointHas(t.tunnelId()))
+          out[endpoints->tunnelEndpoint(t.tunnelId())].insert(intf);
+      }
+    }
+    return out;
+  }
+};
+
+TEST_F(TepSegmentRandomTest, IndexMatchesAFreshMachineAndTheInputs) {
+  char const* env = std::getenv("FENN_SEED");
+  unsigned const seed = env ? unsigned(std::strtoul(env, nullptr, 10)) : std::random_device()();
+  std::cout << "seed " << seed << " (FENN_SEED=" << seed << " replays it)\n";
+  std::mt19937 rng(seed);
+  start();
+  for (int round = 0; round < 20; ++round) {
+    for (int i = 0; i < 50; ++i) churn(rng);
+    EXPECT_EQ(index(), expected()) << "seed " << seed << " round " << round;
+  }
+  Qor::Ptr<Fenn::EvpnTepSegmentDir> freshDir = Fenn::evpnTepSegmentDirFactory();
+  auto fresh = Fenn::fennEvpnTepSegmentSmFactory(evpnStatus, endpoints, freshDir);
+  fresh->initializedIs(true);
+  EXPECT_EQ(indexOf(*freshDir), index()) << "seed " << seed;
+}
+
+}  // namespace
+}  // namespace TepSegmentTest
