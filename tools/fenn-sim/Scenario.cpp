@@ -1,6 +1,6 @@
 #include "Scenario.h"
 
-#include <yaml-cpp/yaml.h>
+#include <yaml-cpp/exceptions.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -8,8 +8,10 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <set>
 
+#include "Document.h"
 #include "Qor/SysLog.h"
 
 namespace SimTool {
@@ -47,16 +49,16 @@ class Reader {
  public:
   explicit Reader(Qor::String file) : file_(std::move(file)) {}
 
-  Location at(YAML::Node const& n) const {
-    YAML::Mark const m = n.Mark();
+  Location at(Yaml::Node const& n) const {
+    Yaml::Position const m = n.Mark();
     return {file_, m.line + 1, m.column + 1};
   }
-  [[noreturn]] void fail(YAML::Node const& n, Qor::String const& what) const {
+  [[noreturn]] void fail(Yaml::Node const& n, Qor::String const& what) const {
     throw ScenarioError(at(n), what);
   }
 
   // A mapping whose keys must all be in `allowed`; `required` keys must be present.
-  void checkMap(YAML::Node const& n, Qor::String const& what, std::set<Qor::String> const& allowed,
+  void checkMap(Yaml::Node const& n, Qor::String const& what, std::set<Qor::String> const& allowed,
                 std::set<Qor::String> const& required = {}) const {
     if (!n.IsMap()) fail(n, what + " must be a mapping");
     for (auto const& kv : n) {
@@ -72,11 +74,11 @@ class Reader {
     }
   }
 
-  Qor::String text(YAML::Node const& n, Qor::String const& what) const {
+  Qor::String text(Yaml::Node const& n, Qor::String const& what) const {
     if (!n.IsScalar()) fail(n, what + " must be a scalar");
     return n.Scalar();
   }
-  uint64_t number(YAML::Node const& n, Qor::String const& what, uint64_t max) const {
+  uint64_t number(Yaml::Node const& n, Qor::String const& what, uint64_t max) const {
     Qor::String const s = text(n, what);
     try {
       Qor::Parser p(s);
@@ -89,7 +91,7 @@ class Reader {
   }
   // A finite number of seconds from 0 to maxSeconds: the number reader also accepts inf
   // and nan, and a clock moved by either never reaches its next task.
-  double seconds(YAML::Node const& n, Qor::String const& what) const {
+  double seconds(Yaml::Node const& n, Qor::String const& what) const {
     Qor::String const s = text(n, what);
     double v = -1;
     try {
@@ -103,19 +105,19 @@ class Reader {
       fail(n, "bad " + what + " '" + s + "' (expected seconds, from 0 to " + maxSecondsText + ")");
     return v;
   }
-  double fraction(YAML::Node const& n) const {
+  double fraction(Yaml::Node const& n) const {
     double const v = seconds(n, "failFraction");
     if (v > 1) fail(n, "bad failFraction (expected 0 to 1)");
     return v;
   }
-  bool boolean(YAML::Node const& n, Qor::String const& what) const {
+  bool boolean(Yaml::Node const& n, Qor::String const& what) const {
     Qor::String const s = text(n, what);
     if (s == "true") return true;
     if (s == "false") return false;
     fail(n, "bad " + what + " '" + s + "' (expected true or false)");
   }
-  Bridging::VlanId vlan(YAML::Node const& n) const { return vlanFrom(text(n, "vlan"), n); }
-  Bridging::VlanId vlanFrom(Qor::String const& s, YAML::Node const& where) const {
+  Bridging::VlanId vlan(Yaml::Node const& n) const { return vlanFrom(text(n, "vlan"), n); }
+  Bridging::VlanId vlanFrom(Qor::String const& s, Yaml::Node const& where) const {
     uint64_t v = 0;
     try {
       Qor::Parser p(s);
@@ -127,8 +129,8 @@ class Reader {
     if (v < 1 || v > 4094) fail(where, "bad VLAN " + s + " (expected 1 to 4094)");
     return Bridging::VlanId(v);
   }
-  Ostra::EthAddr mac(YAML::Node const& n) const { return macFrom(text(n, "mac"), n); }
-  Ostra::EthAddr macFrom(Qor::String const& s, YAML::Node const& where) const {
+  Ostra::EthAddr mac(Yaml::Node const& n) const { return macFrom(text(n, "mac"), n); }
+  Ostra::EthAddr macFrom(Qor::String const& s, Yaml::Node const& where) const {
     if (s == "broadcast") return Ostra::EthAddr::broadcast();
     try {
       return Ostra::EthAddr(s);
@@ -136,10 +138,10 @@ class Reader {
       fail(where, "bad MAC '" + s + "' (expected broadcast or six hex pairs like 01:00:5e:00:00:01)");
     }
   }
-  Ostra::MplsLabel label(YAML::Node const& n) const {
+  Ostra::MplsLabel label(Yaml::Node const& n) const {
     return Ostra::MplsLabel(number(n, "MPLS label", (1u << 20) - 1));
   }
-  Ostra::IntfId intf(YAML::Node const& n) const {
+  Ostra::IntfId intf(Yaml::Node const& n) const {
     Qor::String const s = text(n, "interface");
     try {
       Ostra::IntfId const id(s);
@@ -149,20 +151,20 @@ class Reader {
       fail(n, "bad interface '" + s + "' (expected a name like Ethernet1, Ethernet3/1 or Port-Channel10)");
     }
   }
-  Tunnel::TunnelTable::TunnelId tunnel(YAML::Node const& n) const {
+  Tunnel::TunnelTable::TunnelId tunnel(Yaml::Node const& n) const {
     Qor::String const s = text(n, "tunnel");
     auto it = scenario_.tunnels.find(s);
     if (it == scenario_.tunnels.end()) fail(n, "unknown tunnel '" + s + "' (declare it under 'tunnels')");
     return it->second;
   }
-  Fenn::HwTunnelIdType pool(YAML::Node const& n) const {
+  Fenn::HwTunnelIdType pool(Yaml::Node const& n) const {
     Qor::String const s = text(n, "pool");
     if (s == "default") return Fenn::hwTunnelIdTypeDefault;
     if (s == "sharedEs") return Fenn::hwTunnelIdTypeSharedEs;
     fail(n, "bad pool '" + s + "' (expected default or sharedEs)");
   }
 
-  void hardware(YAML::Node const& n, HardwareStep& h) const {
+  void hardware(Yaml::Node const& n, HardwareStep& h) const {
     checkMap(n, "hardware",
              {"defaultHwTunnelIds", "sharedEsHwTunnelIds", "fecResponseDelay", "withholdFecResponses",
               "floodSetCapacity", "updateSupportedOnCreateEsiData"});
@@ -179,11 +181,11 @@ class Reader {
           boolean(n["updateSupportedOnCreateEsiData"], "updateSupportedOnCreateEsiData");
   }
 
-  void tunnels(YAML::Node const& n) {
+  void tunnels(Yaml::Node const& n) {
     if (!n.IsMap()) fail(n, "tunnels must be a mapping of PE names");
     for (auto const& kv : n) {
       auto const name = kv.first.as<Qor::String>();
-      YAML::Node const& t = kv.second;
+      Yaml::Node const& t = kv.second;
       checkMap(t, "tunnel '" + name + "'", {"type", "index", "address"}, {"index"});
       if (t["address"]) scenario_.tunnelAddresses.emplace(name, address(t["address"]));
       Tunnel::TunnelType type = Tunnel::tunnelTypeLdp;
@@ -206,25 +208,25 @@ class Reader {
     }
   }
 
-  L2Rib::Dest dest(YAML::Node const& n, Qor::String const& what) const {
+  L2Rib::Dest dest(Yaml::Node const& n, Qor::String const& what) const {
     int const kinds = !!n["mpls"] + !!n["intf"];
     if (kinds != 1) fail(n, what + " needs exactly one destination: mpls or intf");
     if (n["intf"]) return L2Rib::Dest::intf(intf(n["intf"]));
-    YAML::Node const& m = n["mpls"];
+    Yaml::Node const& m = n["mpls"];
     checkMap(m, "mpls destination", {"tunnel", "label"}, {"tunnel", "label"});
     return L2Rib::Dest::mpls(tunnel(m["tunnel"]), label(m["label"]));
   }
 
-  Step destStep(YAML::Node const& n, bool add) const {
+  Step destStep(Yaml::Node const& n, bool add) const {
     Qor::String const what = add ? "addDest" : "removeDest";
     checkMap(n, what, {"vlan", "mac", "mpls", "intf"}, {"vlan", "mac"});
     return DestStep{add, vlan(n["vlan"]), mac(n["mac"]), dest(n, what)};
   }
 
-  Step segmentStep(YAML::Node const& n) const {
+  Step segmentStep(Yaml::Node const& n) const {
     checkMap(n, "segment", {"intf", "peers", "sharedEsiLabel"}, {"intf"});
     SegmentStep s{intf(n["intf"]), {}, std::nullopt};
-    if (YAML::Node const& peers = n["peers"]) {
+    if (Yaml::Node const& peers = n["peers"]) {
       if (!peers.IsMap()) fail(peers, "peers must map PE names to their ESI labels");
       for (auto const& kv : peers) {
         s.peers.emplace(Ostra::IntfId::dynamicTunnel(tunnel(kv.first)), label(kv.second));
@@ -234,7 +236,7 @@ class Reader {
     return s;
   }
 
-  Step faultStep(YAML::Node const& n) const {
+  Step faultStep(Yaml::Node const& n) const {
     checkMap(n, "fault", {"target", "failNext", "failFraction", "seed", "clear"}, {"target"});
     FaultStep f;
     Qor::String const t = text(n["target"], "fault target");
@@ -264,7 +266,7 @@ class Reader {
     return f;
   }
 
-  Step showStep(YAML::Node const& n) const {
+  Step showStep(Yaml::Node const& n) const {
     static std::map<Qor::String, Table> const names = {{"tunnels", Table::tunnels},
                                                        {"pools", Table::pools},
                                                        {"fecs", Table::fecs},
@@ -277,7 +279,7 @@ class Reader {
                                                        {"esiData", Table::esiData},
                                                        {"tepSegments", Table::tepSegments}};
     ShowStep s;
-    auto add = [&](YAML::Node const& item) {
+    auto add = [&](Yaml::Node const& item) {
       Qor::String const t = text(item, "table");
       if (t == "all") {
         for (auto const& [name, table] : names) s.tables.push_back(table);
@@ -299,7 +301,7 @@ class Reader {
     return s;
   }
 
-  Bridging::MacVlanPair floodSetKey(YAML::Node const& n) const {
+  Bridging::MacVlanPair floodSetKey(Yaml::Node const& n) const {
     // "10 broadcast" or "10 01:00:5e:00:00:01"
     Qor::String const s = text(n, "flood set");
     auto const blank = s.find(' ');
@@ -307,14 +309,14 @@ class Reader {
     return Bridging::MacVlanPair(macFrom(s.substr(blank + 1), n), vlanFrom(s.substr(0, blank), n));
   }
 
-  Step expectStep(YAML::Node const& n) const {
+  Step expectStep(Yaml::Node const& n) const {
     checkMap(n, "expect",
              {"tunnels", "tunnelCount", "floodSets", "floodSetEntries", "fecRequests", "fecAnswered", "pools",
               "sysLog", "esiPortMaps", "unprogrammedRoutes", "lagMembers", "evpnVlanMembers", "esiData",
               "esiEntries", "tepSegments"});
     ExpectStep e;
     using K = Expectation::Kind;
-    if (YAML::Node const& t = n["tunnels"]) {
+    if (Yaml::Node const& t = n["tunnels"]) {
       if (!t.IsMap()) fail(t, "expect tunnels must map PE names to default, sharedEs or none");
       for (auto const& kv : t) {
         Expectation x{K::tunnelPool, at(kv.first), kv.first.as<Qor::String>(), {}, {}, {}, 0};
@@ -324,14 +326,14 @@ class Reader {
       }
     }
     auto count = [&](char const* key, K kind) {
-      if (YAML::Node const& c = n[key])
+      if (Yaml::Node const& c = n[key])
         e.expectations.push_back({kind, at(c), key, {}, {}, {}, number(c, key, UINT64_MAX)});
     };
     count("tunnelCount", K::tunnelCount);
     count("floodSetEntries", K::floodSetEntries);
     count("fecRequests", K::fecRequests);
     count("fecAnswered", K::fecAnswered);
-    if (YAML::Node const& f = n["floodSets"]) {
+    if (Yaml::Node const& f = n["floodSets"]) {
       if (!f.IsMap()) fail(f, "expect floodSets must map '<vlan> <mac>' to a list of PE names");
       for (auto const& kv : f) {
         Expectation x{
@@ -345,7 +347,7 @@ class Reader {
         e.expectations.push_back(x);
       }
     }
-    if (YAML::Node const& p = n["pools"]) {
+    if (Yaml::Node const& p = n["pools"]) {
       if (!p.IsMap()) fail(p, "expect pools must map default or sharedEs to the IDs in use");
       for (auto const& kv : p) {
         e.expectations.push_back({K::poolInUse,
@@ -357,7 +359,7 @@ class Reader {
                                   number(kv.second, "IDs in use", UINT32_MAX)});
       }
     }
-    if (YAML::Node const& s = n["sysLog"]) {
+    if (Yaml::Node const& s = n["sysLog"]) {
       if (!s.IsSequence()) fail(s, "expect sysLog must be a list of message names, oldest first");
       Expectation x{K::sysLog, at(s), "sysLog", {}, {}, {}, 0};
       for (auto const& m : s) {
@@ -373,15 +375,15 @@ class Reader {
   }
 
   // ESI filtering at decapsulation.
-  Mpls::RouteKey routeKey(YAML::Node const& n) const { return Mpls::RouteKey(label(n)); }
-  uint32_t index(YAML::Node const& n, Qor::String const& what) const {
+  Mpls::RouteKey routeKey(Yaml::Node const& n) const { return Mpls::RouteKey(label(n)); }
+  uint32_t index(Yaml::Node const& n, Qor::String const& what) const {
     return uint32_t(number(n, what + " index", UINT32_MAX));
   }
-  Mpls::LfibViaKey filterViaKey(YAML::Node const& n) const {
+  Mpls::LfibViaKey filterViaKey(Yaml::Node const& n) const {
     return Mpls::LfibViaKey(Mpls::lfibViaTypeEvpnEthernetSegmentFilter, index(n, "filter via"));
   }
 
-  Step lfibStep(Qor::String const& kind, YAML::Node const& v) const {
+  Step lfibStep(Qor::String const& kind, Yaml::Node const& v) const {
     using K = LfibStep::Kind;
     LfibStep s{K::route, {}, {}, {}, {}};
     if (kind == "route") {
@@ -424,10 +426,10 @@ class Reader {
     return s;
   }
 
-  void lfibExpectations(YAML::Node const& n, ExpectStep& e) const {
+  void lfibExpectations(Yaml::Node const& n, ExpectStep& e) const {
     using K = Expectation::Kind;
     auto table = [&](char const* key, K kind, auto left, auto right) {
-      YAML::Node const& t = n[key];
+      Yaml::Node const& t = n[key];
       if (!t) return;
       if (!t.IsMap()) fail(t, Qor::String("expect ") + key + " must be a mapping (empty: {})");
       Expectation x{kind, at(t), key, {}, {}, {}, 0};
@@ -436,16 +438,16 @@ class Reader {
       e.expectations.push_back(x);
     };
     table(
-        "esiPortMaps", K::esiPortMaps, [&](YAML::Node const& k) { return intf(k).name(); },
-        [&](YAML::Node const& v) { return Qor::valueToStrep(label(v)); });
+        "esiPortMaps", K::esiPortMaps, [&](Yaml::Node const& k) { return intf(k).name(); },
+        [&](Yaml::Node const& v) { return Qor::valueToStrep(label(v)); });
     table(
         "unprogrammedRoutes", K::unprogrammedRoutes,
-        [&](YAML::Node const& k) { return Qor::valueToStrep(label(k)); },
-        [&](YAML::Node const& v) { return std::to_string(number(v, "return code", UINT32_MAX)); });
+        [&](Yaml::Node const& k) { return Qor::valueToStrep(label(k)); },
+        [&](Yaml::Node const& v) { return std::to_string(number(v, "return code", UINT32_MAX)); });
     // Ethernet segment tracking per remote TEP.
     table(
-        "tepSegments", K::tepSegments, [&](YAML::Node const& k) { return address(k).toString(); },
-        [&](YAML::Node const& v) {
+        "tepSegments", K::tepSegments, [&](Yaml::Node const& k) { return address(k).toString(); },
+        [&](Yaml::Node const& v) {
           if (!v.IsSequence()) fail(v, "expected a list of segment interfaces");
           std::vector<Ostra::IntfId> segments;
           for (auto const& i : v) segments.push_back(intf(i));
@@ -457,7 +459,7 @@ class Reader {
   }
 
   // Ethernet segment tracking per remote TEP.
-  Ostra::IpGenAddr address(YAML::Node const& n) const {
+  Ostra::IpGenAddr address(Yaml::Node const& n) const {
     Qor::String const s = text(n, "address");
     try {
       return Ostra::IpGenAddr(s);
@@ -466,7 +468,7 @@ class Reader {
     }
   }
 
-  Step tunnelEndpointStep(YAML::Node const& v) const {
+  Step tunnelEndpointStep(Yaml::Node const& v) const {
     checkMap(v, "tunnelEndpoint", {"tunnel", "address"}, {"tunnel", "address"});
     TunnelEndpointStep s{tunnel(v["tunnel"]), std::nullopt};
     if (!v["address"].IsNull()) s.addr = address(v["address"]);
@@ -474,7 +476,7 @@ class Reader {
   }
 
   // ---- Access side ----
-  std::vector<Ostra::IntfId> intfList(YAML::Node const& n, Qor::String const& what) const {
+  std::vector<Ostra::IntfId> intfList(Yaml::Node const& n, Qor::String const& what) const {
     if (!n.IsSequence()) fail(n, what + " must be a list of interfaces (empty: [])");
     std::vector<Ostra::IntfId> out;
     for (auto const& i : n) out.push_back(intf(i));
@@ -483,7 +485,7 @@ class Reader {
     return out;
   }
 
-  Step accessStep(Qor::String const& kind, YAML::Node const& v) const {
+  Step accessStep(Qor::String const& kind, Yaml::Node const& v) const {
     using K = AccessStep::Kind;
     AccessStep s{K::lag, {}, {}, {}, {}, {}, {}};
     if (kind == "lag") {
@@ -511,11 +513,11 @@ class Reader {
       checkMap(v, "segmentVlans", {"intf", "vlans", "df"}, {"intf"});
       s.kind = K::segmentVlans;
       s.intf = intf(v["intf"]);
-      if (YAML::Node const& vlans = v["vlans"]) {
+      if (Yaml::Node const& vlans = v["vlans"]) {
         if (!vlans.IsSequence()) fail(vlans, "vlans must be a list of VLANs");
         for (auto const& x : vlans) s.vlans.push_back(vlan(x));
       }
-      if (YAML::Node const& df = v["df"]) {
+      if (Yaml::Node const& df = v["df"]) {
         if (!df.IsMap()) fail(df, "df must map VLANs to the PE that is their designated forwarder");
         for (auto const& kv : df) s.df[vlan(kv.first)] = Ostra::IntfId::dynamicTunnel(tunnel(kv.second));
       }
@@ -528,10 +530,10 @@ class Reader {
     return s;
   }
 
-  void accessExpectations(YAML::Node const& n, ExpectStep& e) const {
+  void accessExpectations(Yaml::Node const& n, ExpectStep& e) const {
     using K = Expectation::Kind;
     auto table = [&](char const* key, K kind, auto left, auto right) {
-      YAML::Node const& t = n[key];
+      Yaml::Node const& t = n[key];
       if (!t) return;
       if (!t.IsMap()) fail(t, Qor::String("expect ") + key + " must be a mapping (empty: {})");
       Expectation x{kind, at(t), key, {}, {}, {}, 0};
@@ -539,15 +541,15 @@ class Reader {
       std::sort(x.names.begin(), x.names.end());
       e.expectations.push_back(x);
     };
-    auto intfs = [&](YAML::Node const& v) { return intfNames(intfList(v, "the interfaces")); };
+    auto intfs = [&](Yaml::Node const& v) { return intfNames(intfList(v, "the interfaces")); };
     table(
-        "lagMembers", K::lagMembers, [&](YAML::Node const& k) { return intf(k).name(); }, intfs);
+        "lagMembers", K::lagMembers, [&](Yaml::Node const& k) { return intf(k).name(); }, intfs);
     table(
         "evpnVlanMembers", K::evpnVlanMembers,
-        [&](YAML::Node const& k) { return std::to_string(vlan(k).value()); }, intfs);
+        [&](Yaml::Node const& k) { return std::to_string(vlan(k).value()); }, intfs);
     table(
         "esiData", K::esiData,
-        [&](YAML::Node const& k) {
+        [&](Yaml::Node const& k) {
           // "Ethernet1 10"
           Qor::String const s = text(k, "port and VLAN");
           auto const blank = s.find(' ');
@@ -562,7 +564,7 @@ class Reader {
             fail(k, "bad port '" + s.substr(0, blank) + "' (expected an Ethernet port)");
           return port.name() + " " + std::to_string(vlanFrom(s.substr(blank + 1), k).value());
         },
-        [&](YAML::Node const& v) {
+        [&](Yaml::Node const& v) {
           if (!v.IsSequence()) fail(v, "expected a list of PE names");
           std::vector<Qor::String> pes;
           for (auto const& pe : v) {
@@ -572,16 +574,16 @@ class Reader {
           std::sort(pes.begin(), pes.end());
           return joinedNames(pes);
         });
-    if (YAML::Node const& c = n["esiEntries"])
+    if (Yaml::Node const& c = n["esiEntries"])
       e.expectations.push_back(
           {K::esiEntries, at(c), "esiEntries", {}, {}, {}, number(c, "esiEntries", UINT64_MAX)});
   }
 
-  Step step(YAML::Node const& n) {
+  Step step(Yaml::Node const& n) {
     if (!n.IsMap() || n.size() != 1) fail(n, "a step is a mapping with exactly one step kind");
     auto const& kv = *n.begin();
     auto const kind = kv.first.as<Qor::String>();
-    YAML::Node const& v = kv.second;
+    Yaml::Node const& v = kv.second;
     if (kind == "say") return SayStep{text(v, "say")};
     if (kind == "addDest") return destStep(v, true);
     if (kind == "removeDest") return destStep(v, false);
@@ -625,7 +627,7 @@ class Reader {
 
   // The parser keeps the first of two equal keys and drops the second without a word;
   // in a scenario that is always a mistake (two values for one PE, one setting written twice).
-  void checkNoDuplicateKeys(YAML::Node const& n) const {
+  void checkNoDuplicateKeys(Yaml::Node const& n) const {
     if (n.IsSequence()) {
       for (auto const& item : n) checkNoDuplicateKeys(item);
     } else if (n.IsMap()) {
@@ -642,26 +644,28 @@ class Reader {
     }
   }
 
-  YAML::Node load() const {
+  std::unique_ptr<Yaml::Document> load() const {
     std::error_code ec;
     if (std::filesystem::is_directory(file_, ec))
       throw ScenarioError({file_, 0, 0}, "is a directory, not a scenario file");
     std::ifstream in(file_);
     if (!in) throw ScenarioError({file_, 0, 0}, Qor::String("cannot read the file: ") + std::strerror(errno));
-    YAML::Node root;
+    std::unique_ptr<Yaml::Document> doc;
     try {
-      root = YAML::Load(in);
+      doc = std::make_unique<Yaml::Document>(in);
     } catch (YAML::ParserException const& e) {
       throw ScenarioError({file_, e.mark.line + 1, e.mark.column + 1}, "bad YAML: " + e.msg);
     }
+    Yaml::Node const root = doc->root();
     if (!root.IsDefined() || root.IsNull())
       throw ScenarioError({file_, 0, 0}, "the file is empty (a scenario needs at least 'steps')");
     checkNoDuplicateKeys(root);
-    return root;
+    return doc;
   }
 
   Scenario read() {
-    YAML::Node const root = load();
+    std::unique_ptr<Yaml::Document> const doc = load();
+    Yaml::Node const root = doc->root();
     scenario_.file = file_;
     checkMap(root, "a scenario", {"name", "story", "hardware", "tunnels", "steps"}, {"steps"});
     if (root["name"]) scenario_.name = text(root["name"], "name");
@@ -680,7 +684,7 @@ class Reader {
           h.updateSupportedOnCreateEsiData.value_or(c.updateSupportedOnCreateEsiData);
     }
     if (root["tunnels"]) tunnels(root["tunnels"]);
-    YAML::Node const& steps = root["steps"];
+    Yaml::Node const& steps = root["steps"];
     if (!steps.IsSequence()) fail(steps, "steps must be a list");
     for (auto const& s : steps) scenario_.steps.emplace_back(at(s), step(s));
     return std::move(scenario_);
