@@ -12,7 +12,9 @@ class EvpnLagSm::QorLagConfigDir : public Qor::ReactorOf<LagCreatorConfigDir, Ev
  public:
   using ReactorOf::ReactorOf;
   void onAttribute(Qor::AttributeId id, void const* key) override {
-    if (id == LagCreatorConfigDir::lagConfigAttr) sm()->handleLagConfigDir(Qor::keyAs<Ostra::IntfId>(key));
+    if (id != LagCreatorConfigDir::lagConfigAttr) return;
+    auto const& lagIntfId = Qor::keyAs<Ostra::IntfId>(key);
+    notifier()->lagConfigHas(lagIntfId) ? sm()->lagConfigIs(lagIntfId) : sm()->lagConfigDel(lagIntfId);
   }
 };
 
@@ -41,12 +43,13 @@ EvpnLagSm::~EvpnLagSm() {
   lagConfig_.delAll();
 }
 
-void EvpnLagSm::handleLagConfigDir(Ostra::IntfId const& lagIntfId) {
-  QTRACE(8, "EvpnLagSm::", "handleLagConfigDir", " lagIntfId ", lagIntfId);
-  if (LagInfo const* info = lagConfigDir_->lagConfig(lagIntfId)) {
-    lagConfig_.add(lagIntfId, info, this);
-    return;
-  }
+void EvpnLagSm::lagConfigIs(Ostra::IntfId const& lagIntfId) {
+  QTRACE(8, "EvpnLagSm::", "lagConfigIs", " lagIntfId ", lagIntfId);
+  lagConfig_.add(lagIntfId, lagConfigDir_->lagConfig(lagIntfId), this);
+}
+
+void EvpnLagSm::lagConfigDel(Ostra::IntfId const& lagIntfId) {
+  QTRACE(8, "EvpnLagSm::", "lagConfigDel", " lagIntfId ", lagIntfId);
   if (lagConfig_.del(lagIntfId)) handleLagConfig(lagIntfId, false);
 }
 

@@ -38,7 +38,8 @@ class EvpnLagSm : public Qor::StateMachine {
   class QorLagConfigDir;
   class QorLagConfig;
 
-  void handleLagConfigDir(Ostra::IntfId const& lagIntfId);
+  void lagConfigIs(Ostra::IntfId const& lagIntfId);
+  void lagConfigDel(Ostra::IntfId const& lagIntfId);
   void handleLagConfig(Ostra::IntfId const& lagIntfId, bool present);
   void handleLagMemberConfigured(Ostra::IntfId const& lagIntfId, Ostra::IntfId const& memberIntfId);
 
