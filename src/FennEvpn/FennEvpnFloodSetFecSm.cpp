@@ -1,6 +1,7 @@
 #include "FennEvpn/FennEvpnFloodSetFecSm.h"
 
 #include <utility>
+#include <vector>
 
 #include "FennEvpn/FennEvpn.h"
 #include "Qor/Assert.h"
@@ -159,12 +160,30 @@ void EvpnFloodSetFecSm::handleInitialized() {
   QTRACE(8, "EvpnFloodSetFecSm::", "handleInitialized");
   numAllocatorConfig_ = Keel::NumAllocatorConfig(Keel::Range(fecIndexFirst, fecIndexLast), fecIndexHoldBack);
   numAllocator_ = Qor::Ptr<Keel::NumAllocator>(new Keel::NumAllocator(numAllocatorConfig_, timerWheel_));
+  reservePreviousRunFecIds();
   // The reactors ignored everything until now; show each of them its input's whole state.
   // The hardware status goes first, so that no via that is still programmed looks unused.
   qorVlanFloodSetHwStatus_->onCreate();
   qorFloodSetOutput_->onCreate();
   qorMplsFloodSetFecResponse_->onCreate();
   qorHwTunnelIdMapping_->onCreate();
+}
+
+// A restarted machine starts with a fresh allocator, while the tables may still hold rows
+// of the instance before it: requests, when it did not stop cleanly, and responses the
+// hardware has not dropped yet. The requests are withdrawn (this machine is their only
+// writer, and it requests afresh what the flood sets use); an ID with a response stays out
+// of use until the response goes, so that no new via is published with an old answer.
+void EvpnFloodSetFecSm::reservePreviousRunFecIds() {
+  std::vector<FecId> const leftRequests = mplsFloodSetFecRequest_->rowKeys();
+  for (FecId const fecId : leftRequests) {
+    QTRACE(5, "   withdrawing request of a previous run, fecId: ", fecId);
+    mplsFloodSetFecRequest_->rowDel(fecId);
+  }
+  for (auto const& [fecId, response] : mplsFloodSetFecResponse_->rows()) {
+    QTRACE(5, "   fecId answered for a previous run, kept until its response goes: ", fecId);
+    previousRunFecIdIs(fecId, false);
+  }
 }
 
 bool EvpnFloodSetFecSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
@@ -290,7 +309,13 @@ void EvpnFloodSetFecSm::maybeDeleteFecId(FecId fecId) {
 FecId EvpnFloodSetFecSm::getOrAllocateFecId(MplsFloodSetVia const& via) {
   FecId const cached = mplsFloodSetViaCache(via);
   if (cached.valid()) return cached;
-  Keel::NumAllocator::Number const index = numAllocator_->getNumber();
+  Keel::NumAllocator::Number index = numAllocator_->getNumber();
+  // A number whose ID a previous instance still has a response for is held until it goes.
+  while (index != numAllocator_->invalidNumber() && previousRunFecIdHas(indexToFecId(index))) {
+    QTRACE(5, "   fecId still answered for a previous run, skipped: ", indexToFecId(index));
+    previousRunFecIdIs(indexToFecId(index), true);
+    index = numAllocator_->getNumber();
+  }
   QOR_ASSERT_TEXT(index != numAllocator()->invalidNumber() && "FecId range exhausted, Not possible",
                   "index != numAllocator()->invalidNumber() && \"FecId range exhausted, Not possible\"");
   FecId const fecId = indexToFecId(index);
@@ -336,6 +361,13 @@ bool EvpnFloodSetFecSm::hasFecResponse(FecId fecId) const { return mplsFloodSetF
 void EvpnFloodSetFecSm::handleFecResponse(FecId fecId) {
   QTRACE(8, "EvpnFloodSetFecSm::", "handleFecResponse", " fecId: ", fecId);
   if (!fecIdCacheHas(fecId)) {
+    if (previousRunFecIdHas(fecId) && !hasFecResponse(fecId)) {
+      QTRACE(5, "   response of a previous run gone, fecId free: ", fecId);
+      if (previousRunFecId(fecId))
+        numAllocator_->releaseNumber(static_cast<Keel::NumAllocator::Number>(fecId.index()));
+      previousRunFecIdDel(fecId);
+      return;
+    }
     QTRACE(1, " got stale response for FecId:", fecId);
     return;
   }

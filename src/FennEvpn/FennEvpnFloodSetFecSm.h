@@ -86,6 +86,9 @@ class EvpnFloodSetFecSm : public Qor::StateMachine {
   // Each via's FEC ID and its inverse; changed together, only by updateCachesForFecId.
   QOR_MAP(mplsFloodSetViaCache, MplsFloodSetVia, Vasp::Fib::FecId)
   QOR_MAP(fecIdCache, Vasp::Fib::FecId, MplsFloodSetVia)
+  // FEC IDs that a previous instance left a response for: kept out of use until the
+  // response goes. True once the allocator handed the number out and it is held here.
+  QOR_MAP(previousRunFecId, Vasp::Fib::FecId, bool)
 
  protected:
   void handleInitialized() override;
@@ -111,6 +114,8 @@ class EvpnFloodSetFecSm : public Qor::StateMachine {
   void updateCachesForFecId(Vasp::Fib::FecId fecId, MplsFloodSetVia const& via, bool add);
   void updateTunnelInfoCache(MplsFloodSetVia const& via, bool add);
   void handleFecResponse(Vasp::Fib::FecId fecId);
+  // Withdraws the requests a previous instance left and records the IDs it left answered.
+  void reservePreviousRunFecIds();
   bool hasFecResponse(Vasp::Fib::FecId fecId) const;
   void handleHwTunnelIdMapping(TunnelId tunnelId);
   void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config);

@@ -32,6 +32,9 @@ constexpr char const* reviewUnprogrammedTaskName = "reviewUnprogrammed";
 
 // Read at every check, so that a harness may set it at any time.
 bool simulation() { return std::getenv("SIMULATION_VMID") != nullptr; }
+// An agent without hardware: every allocation fails by design, so pools are never
+// reported exhausted.
+bool noopAgent() { return std::getenv("FENN_NOOP_AGENT") != nullptr; }
 
 TunnelId tunnelOfTep(Ostra::IntfId const& tepIntfId) {
   return srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId);
@@ -371,6 +374,11 @@ void EvpnHwTunnelIdSm::handleHwTunnelIdOverflow(HwTunnelIdType hwTunnelIdType) {
   QTRACE(8, "EvpnHwTunnelIdSm::", "handleHwTunnelIdOverflow", " hwTunnelIdType ", hwTunnelIdType,
          " overflow ", overflow);
   if (!initialized()) return;
+  if (noopAgent()) {
+    QTRACE(1, "EvpnHwTunnelIdSm::", "handleHwTunnelIdOverflow",
+           " no hardware (FENN_NOOP_AGENT), not reported");
+    return;
+  }
   if (hwTunnelIdType == hwTunnelIdTypeDefault) {
     if (overflow) QTRACE(1, "EvpnHwTunnelIdSm::", "handleHwTunnelIdOverflow", " default pool exhausted");
     if (!simulation()) QOR_ASSERT_TEXT(!overflow, "!hwTunnelIdOverflow( hwTunnelIdType )");

@@ -1,5 +1,6 @@
 #include "FennEvpn/FennEvpnRemoteInfoFinderSm.h"
 
+#include "FennEvpn/FennEvpn.h"
 #include "Qor/Assert.h"
 #include "Qor/Trace.h"
 
@@ -47,12 +48,28 @@ void EvpnRemoteInfoFinderSm::processMplsDest(Bridging::VlanId vlanId, Ostra::Eth
          " dest: ", dest);
   if (dest.destType() != L2Rib::destTypeMpls_) return;
   TunnelId const tunnelId = dest.mpls().tunnelId();
+  TunnelId const configuredTunnelId = destMplsTunnelId(dest);
+  bool const present = isDestPresent(vlanId, macAddr, dest);
+  // A destination steered into an SR-TE policy is configured over the policy's tunnel. When
+  // its own tunnel is another one, the policy's tunnel is counted as well, so that it gets
+  // the hardware tunnel ID that the configuration needs.
+  if (configuredTunnelId != tunnelId && configuredTunnelId != TunnelId::invalid()) {
+    uint32_t const inconsistent = present ? inconsistentSrTeDestCount() + 1 : inconsistentSrTeDestCount() - 1;
+    QTRACE(1, "  SR-TE destination over tunnelId ", tunnelId, " steered into policy tunnelId ",
+           configuredTunnelId, ", counting both; inconsistent SR-TE destinations: ", inconsistent);
+    inconsistentSrTeDestCountIs(inconsistent);
+    countRemoteTunnel(configuredTunnelId, present);
+  }
   if (tunnelId == TunnelId::invalid()) {
     QTRACE(1, "  Invalid tunnelId not supported ");
     return;
   }
+  countRemoteTunnel(tunnelId, present);
+}
+
+void EvpnRemoteInfoFinderSm::countRemoteTunnel(TunnelId const& tunnelId, bool present) {
   uint32_t count;
-  if (isDestPresent(vlanId, macAddr, dest)) {
+  if (present) {
     count = remoteInfo()->remoteTunnelIdInc(tunnelId, 1);
     QTRACE(5, " Incrementing remoteTunnelId reference to ", count);
   } else {

@@ -1,5 +1,6 @@
 // EvpnRemoteInfoFinderSm counts, per remote tunnel, how many (VLAN, MAC flood set,
-// destination) entries of the layer-2 RIB's flood sets lead to it, and keeps those counts
+// destination) entries of the layer-2 RIB's flood sets lead to it (an SR-TE destination
+// whose own tunnel is not its policy's tunnel leads to both), and keeps those counts
 // in EvpnRemoteInfo. Counts follow notifications one step at a time (an add notification
 // for a destination present in its flood set counts up, a removal counts down); they are
 // never recomputed from the input. Its reactors walk the input when they are created, so
@@ -28,6 +29,10 @@ class EvpnRemoteInfoFinderSm : public Qor::StateMachine {
   L2Rib::FloodSetOutput const* floodSetOutput() const noexcept { return floodSetOutput_.get(); }
   EvpnRemoteInfo* remoteInfo() const noexcept { return remoteInfo_.get(); }
 
+  // Flood-set entries of SR-TE destinations whose own tunnel is not their policy's tunnel:
+  // both tunnels are counted for them (see processMplsDest). Counted like the references.
+  QOR_SCALAR(inconsistentSrTeDestCount, uint32_t, 0)
+
  private:
   // What a flood-set change means here: defined with the handlers.
   struct FloodSetHooks;
@@ -37,6 +42,7 @@ class EvpnRemoteInfoFinderSm : public Qor::StateMachine {
 
   // The one place where counts change.
   void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest);
+  void countRemoteTunnel(Tunnel::TunnelTable::TunnelId const& tunnelId, bool present);
   bool isDestPresent(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest) const;
 
   Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;

@@ -117,11 +117,13 @@ EvpnVlanFloodSetSm::~EvpnVlanFloodSetSm() {
   qorVlanFloodSetHwStatus_.reset();
   vlanFloodSetStatus_.delAll();
   vlanFloodSetHwConfig_->configDelAll();
+  configSharers_.clear();
 }
 
 void EvpnVlanFloodSetSm::handleInitialized() {
   QTRACE(8, "EvpnVlanFloodSetSm::", "handleInitialized");
   vlanFloodSetHwConfig_->configDelAll();
+  configSharers_.clear();
   // Processing writes only this state machine's own state and the output, never the
   // input, so the input can be walked directly.
   for (auto const& [vlanId, vlanFloodSet] : floodSetOutput_->vlanFloodSet()) {
@@ -209,15 +211,15 @@ void EvpnVlanFloodSetSm::addOrUpdateMplsDestHwConfig(VlanMacDest const& d) {
            " hwId: ", config.hwIdForTunnelProgramming(), " l2IntfId: ", config.l2IntfId(), " )");
     mplsDestHwConfigIs(d, config);
     Qor::Ptr<VlanFloodSetConfig> const out(vlanFloodSetHwConfig_->configIs(pair));
-    out->mplsDestConfigDel(old);
-    out->mplsDestConfigIs(config);
+    releaseConfigElement(*out, pair, old);
+    claimConfigElement(*out, pair, config);
     return;
   }
   QTRACE(1, "   add hardware config: tunnelId: ", config.tunnelId(), " label: ", config.label(),
          " hwTunnelId: ", config.hwTunnelId(), " hwId: ", config.hwIdForTunnelProgramming(),
          " l2IntfId: ", config.l2IntfId(), " vlanId: ", d.vlanId());
   mplsDestHwConfigIs(d, config);
-  vlanFloodSetHwConfig_->configIs(pair)->mplsDestConfigIs(config);
+  claimConfigElement(*vlanFloodSetHwConfig_->configIs(pair), pair, config);
 }
 
 void EvpnVlanFloodSetSm::deleteMplsDestHwConfig(VlanMacDest const& d) {
@@ -231,8 +233,29 @@ void EvpnVlanFloodSetSm::deleteMplsDestHwConfig(VlanMacDest const& d) {
   Bridging::MacVlanPair const pair(d.macAddr(), d.vlanId());
   VlanFloodSetConfig* out = vlanFloodSetHwConfig_->config(pair);
   if (!out) return;
-  out->mplsDestConfigDel(old);
+  releaseConfigElement(*out, pair, old);
   if (out->mplsDestConfig().empty()) vlanFloodSetHwConfig_->configDel(pair);
+}
+
+void EvpnVlanFloodSetSm::claimConfigElement(VlanFloodSetConfig& out, Bridging::MacVlanPair const& pair,
+                                            MplsDestConfig const& config) {
+  if (!out.mplsDestConfigHas(config)) {
+    out.mplsDestConfigIs(config);
+    return;
+  }
+  QTRACE(1, "   hardware config shared with another destination: ", config);
+  ++configSharers_.try_emplace(PairConfig{pair, config}, 0u).first->second;
+}
+
+void EvpnVlanFloodSetSm::releaseConfigElement(VlanFloodSetConfig& out, Bridging::MacVlanPair const& pair,
+                                              MplsDestConfig const& config) {
+  auto const sharers = configSharers_.find(PairConfig{pair, config});
+  if (sharers == configSharers_.end()) {
+    out.mplsDestConfigDel(config);
+    return;
+  }
+  QTRACE(1, "   hardware config still used by another destination: ", config);
+  if (--sharers->second == 0) configSharers_.erase(sharers);
 }
 
 void EvpnVlanFloodSetSm::handleHwTunnelIdMapping(TunnelId const& tunnelId) {

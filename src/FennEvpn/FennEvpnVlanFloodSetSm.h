@@ -74,6 +74,13 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine {
   MplsDestConfig createMplsDestConfig(VlanMacDest const& d) const;
   void addOrUpdateMplsDestHwConfig(VlanMacDest const& d);
   void deleteMplsDestHwConfig(VlanMacDest const& d);
+  // Two destinations of one flood set can yield one configuration (a destination steered
+  // into an SR-TE policy and a plain one over the policy's tunnel, with one label): the
+  // element is written for the first and removed with the last of them.
+  void claimConfigElement(VlanFloodSetConfig& out, Bridging::MacVlanPair const& pair,
+                          MplsDestConfig const& config);
+  void releaseConfigElement(VlanFloodSetConfig& out, Bridging::MacVlanPair const& pair,
+                            MplsDestConfig const& config);
   void handleHwTunnelIdMapping(TunnelId const& tunnelId);
   void handleHwInfoMapping(MplsFloodSetVia const& via);
   void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const;
@@ -85,6 +92,17 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine {
   Qor::Ptr<HwInfoMapping const> hwInfoMapping_;
   Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig_;
   Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus_;
+
+  // One configuration element of one flood set.
+  struct PairConfig {
+    Bridging::MacVlanPair pair;
+    MplsDestConfig config;
+    bool operator==(PairConfig const&) const = default;
+    uint32_t hash(uint32_t seed) const noexcept { return config.hash(Qor::hashOf(pair, seed)); }
+  };
+  // Per element that more than one destination yields, how many beyond the first; empty
+  // unless such destinations exist, so the common path pays one lookup in an empty table.
+  Qor::HashMap<PairConfig, uint32_t> configSharers_;
 
   Qor::ReactorMap<Bridging::MacVlanPair, QorVlanFloodSetStatus> vlanFloodSetStatus_;
   std::unique_ptr<QorFloodSetOutput> qorFloodSetOutput_;

@@ -80,6 +80,13 @@ void FloodSetProgrammer::syncEntry(MacVlanPair const& pair, MplsDestConfig const
   if (wanted && wanted->mplsDestConfigHas(config)) {
     if (status && status->mplsDestStatusHas(config) && status->mplsDestStatus(config) == Fenn::programmed)
       return;
+    // Without a hardware tunnel ID the chip has no tunnel to send the copy into: the entry
+    // takes no room and does not forward. A valid ID comes as a new configuration.
+    if (!config.hwTunnelId().valid()) {
+      if (!status) status = Qor::Ptr<Fenn::VlanFloodSetStatus>(status_->statusIs(pair));
+      status->mplsDestStatusIs(config, Fenn::invalidHwId);
+      return;
+    }
     bool const ok = programmedCount_ < capacity_ && !faults_.shouldFail();
     Fenn::HwProgrammingStatus const result = ok ? Fenn::programmed : Fenn::notProgrammed;
     if (ok) {

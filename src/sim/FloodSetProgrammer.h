@@ -3,7 +3,8 @@
 // VLAN and MAC. An entry is reported `programmed` while fewer than `capacity` entries are
 // programmed, `notProgrammed` beyond that (it stays so until its configuration is written
 // again); an entry whose configuration goes loses its status, and a flood set with no
-// status left is removed.
+// status left is removed. An entry without a valid hardware tunnel ID is `invalidHwId`:
+// like a real chip, the hardware cannot forward into a tunnel it has no ID for.
 //
 // Timing is the test's to choose: unpaused, status follows configuration synchronously,
 // inside the configuration's notification. Paused, changes are only remembered (per VLAN

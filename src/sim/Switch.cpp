@@ -287,6 +287,10 @@ HardwareState Switch::state() const {
     return std::tie(a.macVlanPair, a.config) < std::tie(b.macVlanPair, b.config);
   });
   for (Qor::LogMessage const* m : Qor::sysLogRecords()) s.sysLog.emplace_back(m->name());
+  for (auto const& tunnelId : hwTunnelIdSm_->unprogrammedTunnel().keys()) {
+    if (!tunnelIdToHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId)) s.waitingTunnels.push_back(tunnelId);
+  }
+  std::sort(s.waitingTunnels.begin(), s.waitingTunnels.end());
 
   // ESI filtering at decapsulation.
   for (auto const& [intfId, label] : esiPortMaps_->maps()) s.esiPortMaps.push_back({intfId, label});

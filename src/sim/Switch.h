@@ -117,6 +117,9 @@ struct HardwareState {
   std::vector<FloodSetEntry> floodSets;
   std::vector<Qor::String> sysLog;  // message names, oldest first
   double time = 0;
+  // Tunnels that need a hardware tunnel ID and have none (their pools are exhausted, or
+  // allocation failed), in tunnel ID order; their flood-set entries do not forward.
+  std::vector<::Tunnel::TunnelTable::TunnelId> waitingTunnels;
 
   // ESI filtering at decapsulation.
   struct EsiPortMap {
@@ -219,6 +222,7 @@ class Switch {
   Fenn::EvpnVlanFloodSetHwConfig const* floodSetHwConfig() const { return floodSetHwConfig_.get(); }
   Fenn::EvpnVlanFloodSetHwStatus const* floodSetHwStatus() const { return floodSetHwStatus_.get(); }
   Fenn::EvpnFloodSetFecSm const* floodSetFecSm() const { return floodSetFecSm_.get(); }
+  Fenn::EvpnRemoteInfoFinderSm const* remoteInfoFinderSm() const { return remoteInfoFinderSm_.get(); }
 
   // ESI filtering at decapsulation. The control plane writes the LFIB through lfib(); the
   // changes take effect at the next settle() or advance().

@@ -1,6 +1,7 @@
 // EvpnRemoteInfoFinderSm: per-tunnel reference counts of the flood sets' MPLS destinations.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <iostream>
 #include <map>
 #include <random>
@@ -8,6 +9,7 @@
 #include <tuple>
 #include <vector>
 
+#include "FennEvpn/FennEvpn.h"
 #include "FennEvpn/FennEvpnRemoteInfoFinderSm.h"
 
 namespace {
@@ -159,7 +161,15 @@ class Randomized : public RemoteInfoFinderSmTest {
 
   Dest randomDest() {
     if (below(10) == 0) return Dest::intf(Ostra::IntfId::ethernet(1 + below(4)));
-    return mplsDest(TunnelId(Tunnel::TunnelType(1 + below(14)), 1 + below(3)), 16 + below(3));
+    TunnelId const own(Tunnel::TunnelType(1 + below(14)), 1 + below(3));
+    if (below(5) == 0) {  // steered into an SR-TE policy, whose tunnel may or may not be its own
+      TunnelId const policy(Tunnel::tunnelTypeSrTePolicy, 1 + below(3));
+      return Dest::mpls(below(2) ? own : policy, MplsLabel(16 + below(3)), Ostra::IntfId::srTePolicy(policy));
+    }
+    return mplsDest(own, 16 + below(3));
+  }
+  static bool inconsistent(Dest const& dest) {
+    return dest.destType() == L2Rib::destTypeMpls_ && Fenn::destMplsTunnelId(dest) != dest.mpls().tunnelId();
   }
   EthAddr randomMac() { return below(3) == 0 ? bcast : EthAddr(1 + below(3)); }
 
@@ -214,7 +224,9 @@ class Randomized : public RemoteInfoFinderSmTest {
   std::map<TunnelId, uint32_t> expectedCounts() const {
     std::map<TunnelId, uint32_t> out;
     for (auto const& [vlan, mac, dest] : live) {
-      if (dest.destType() == L2Rib::destTypeMpls_) ++out[dest.mpls().tunnelId()];
+      if (dest.destType() != L2Rib::destTypeMpls_) continue;
+      ++out[dest.mpls().tunnelId()];
+      if (inconsistent(dest)) ++out[Fenn::destMplsTunnelId(dest)];  // its policy's tunnel too
     }
     return out;
   }
@@ -245,6 +257,9 @@ TEST_F(Randomized, CountsEqualTheTriplesReachingEachTunnel) {
     auto const expected = expectedCounts();
     ASSERT_EQ(counts(*remoteInfo), expected) << "round " << round;
     for (auto const& [tunnel, n] : counts(*remoteInfo)) ASSERT_GT(n, 0u);
+    ASSERT_EQ(sm->inconsistentSrTeDestCount(),
+              static_cast<uint32_t>(std::count_if(
+                  live.begin(), live.end(), [](Triple const& t) { return inconsistent(std::get<2>(t)); })));
 
     auto freshInfo = Fenn::evpnRemoteInfoFactory();
     auto freshSm = Fenn::evpnRemoteInfoFinderSmFactory(input, freshInfo);

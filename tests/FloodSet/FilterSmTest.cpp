@@ -83,6 +83,21 @@ TEST_F(FilterSmTest, InitializationReconcilesWhatCameBefore) {
   EXPECT_TRUE(out->vlanFloodSetHas(VlanId(12)));
 }
 
+// Each change shows at once: the mirrored source, and the pruning of a flood set and then
+// of its VLAN flood set when their last matching destination goes.
+TEST_F(FilterSmTest, MirrorsTheSourceAndPrunesAtOnce) {
+  in->sourceIs(L2Rib::floodSetSourceStatic);
+  EXPECT_EQ(out->source(), L2Rib::floodSetSourceStatic);
+  addDest(*in, VlanId(10), bcast, mpls(1, 100));
+  addDest(*in, VlanId(10), unknownUcast, mpls(2, 100));
+  addDest(*in, VlanId(10), unknownUcast, intf(1));
+  delDest(*in, VlanId(10), bcast, mpls(1, 100));
+  ASSERT_TRUE(out->vlanFloodSetHas(VlanId(10)));
+  EXPECT_FALSE(out->vlanFloodSet(VlanId(10))->floodSetHas(bcast));
+  delDest(*in, VlanId(10), unknownUcast, mpls(2, 100));
+  EXPECT_FALSE(out->vlanFloodSetHas(VlanId(10))) << "the input still has the VLAN, with no MPLS destination";
+}
+
 TEST_F(FilterSmTest, ReleasingTheStateMachineWithdrawsItsOutput) {
   addDest(*in, VlanId(10), bcast, mpls(1, 100));
   in->sourceIs(L2Rib::floodSetSourceL2Rib);

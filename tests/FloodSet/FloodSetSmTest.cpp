@@ -101,12 +101,14 @@ TEST_F(FloodSetSmTest, DestinationWaitsForItsHardwareInformation) {
             std::string::npos)
       << text;
 
-  // No hardware tunnel ID yet: the configuration carries the default one.
+  // No hardware tunnel ID yet: the configuration carries the default one, which the
+  // hardware cannot forward into.
   answer(via(t1, 100), 77, 1);
   EXPECT_EQ(configOf(pair(10)), std::set{config(t1, 77, 1)});
-  EXPECT_EQ(programmer->programmedCount(), 1u);
+  EXPECT_EQ(programmer->programmedCount(), 0u);
   hwTunnelIdIs(t1, id5);
   EXPECT_EQ(configOf(pair(10)), std::set{config(t1, 77, 1, id5)});
+  EXPECT_EQ(programmer->programmedCount(), 1u);
 }
 
 TEST_F(FloodSetSmTest, ChangedConfigurationIsRemovedThenInserted) {
@@ -128,9 +130,31 @@ TEST_F(FloodSetSmTest, ChangedConfigurationIsRemovedThenInserted) {
   EXPECT_EQ(sm->mplsDestHwConfig(Fenn::VlanMacDest(VlanId(10), bcast, mpls(t1, 100))),
             config(t1, 78, 2, id9));
 
-  // The tunnel loses its ID: back to the default ID, the destination stays configured.
+  // The tunnel loses its ID: back to the default ID, the destination stays configured and
+  // the hardware reports that it cannot forward it.
   table->tunnelIdToHwTunnelIdDel(t1);
-  EXPECT_EQ(view(*hwStatus), (HwStatusView{{pair(10), {{config(t1, 78, 2), Fenn::programmed}}}}));
+  EXPECT_EQ(view(*hwStatus), (HwStatusView{{pair(10), {{config(t1, 78, 2), Fenn::invalidHwId}}}}));
+}
+
+// A destination steered into an SR-TE policy and a plain one over the policy's tunnel,
+// with one label, yield one configuration: it stays until the last of them goes, also when
+// one of them changes it.
+TEST_F(FloodSetSmTest, ConfigurationOfTwoDestinationsStaysUntilTheLastGoes) {
+  TunnelId const policy(Tunnel::tunnelTypeSrTePolicy, 1);
+  L2Rib::Dest const steered = L2Rib::Dest::mpls(policy, MplsLabel(100), IntfId::srTePolicy(policy));
+  hwTunnelIdIs(policy, id5);
+  answer(via(policy, 100), 77, 1);
+  addDest(*in, VlanId(10), bcast, steered);
+  add(10, policy);
+  delDest(*in, VlanId(10), bcast, steered);
+  EXPECT_EQ(configOf(pair(10)), std::set{config(policy, 77, 1, id5)});
+  addDest(*in, VlanId(10), bcast, steered);
+  answer(via(policy, 100), 78, 1);  // both are rewritten
+  EXPECT_EQ(configOf(pair(10)), std::set{config(policy, 78, 1, id5)});
+  delDest(*in, VlanId(10), bcast, mpls(policy, 100));
+  EXPECT_EQ(configOf(pair(10)), std::set{config(policy, 78, 1, id5)});
+  delDest(*in, VlanId(10), bcast, steered);
+  EXPECT_TRUE(hwConfig->config().empty());
 }
 
 TEST_F(FloodSetSmTest, UnchangedOrUnusedInputsOnlyTrace) {
@@ -191,6 +215,8 @@ TEST_F(FloodSetSmTest, RemovedDestinationsTakeTheirConfigurationAndIndexesAlong)
 
 TEST_F(FloodSetSmTest, HardwareStatusIsTracedAndChangesNothing) {
   programmer->capacityIs(1);
+  hwTunnelIdIs(t1, id5);
+  hwTunnelIdIs(t2, HwTunnelId(Fenn::hwTunnelIdTypeDefault, 6));
   answer(via(t1, 100), 1, 1);
   answer(via(t2, 100), 2, 2);
   TraceCapture capture("FennEvpnVlanFloodSetSm/1");
@@ -269,7 +295,8 @@ TEST_F(FloodSetSmTest, RandomChangesEndWhereAFreshStartDoes) {
   HwStatusView expectedStatus;
   for (auto const& [p, configs] : view(*hwConfig)) {
     EXPECT_FALSE(configs.empty());
-    for (auto const& c : configs) expectedStatus[p][c] = Fenn::programmed;
+    for (auto const& c : configs)
+      expectedStatus[p][c] = c.hwTunnelId().valid() ? Fenn::programmed : Fenn::invalidHwId;
   }
   EXPECT_EQ(view(*hwStatus), expectedStatus);
   for (auto const& [tunnel, entry] : sm->tunnelToFloodSetEntry())

@@ -18,8 +18,8 @@ using Ostra::IntfId;
 using Ostra::MplsLabel;
 using Tunnel::TunnelTable::TunnelId;
 
-MplsDestConfig config(uint32_t label) {
-  return MplsDestConfig(TunnelId(Tunnel::tunnelTypeEvpnMpls, 1), MplsLabel(label), HwTunnelId(), label,
+MplsDestConfig config(uint32_t label, HwTunnelId hwTunnelId = HwTunnelId(Fenn::hwTunnelIdTypeDefault, 1)) {
+  return MplsDestConfig(TunnelId(Tunnel::tunnelTypeEvpnMpls, 1), MplsLabel(label), hwTunnelId, label,
                         IntfId::ethernet(1));
 }
 MacVlanPair pair(uint16_t vlan) { return MacVlanPair(bcast, VlanId(vlan)); }
@@ -67,6 +67,19 @@ TEST_F(FloodSetProgrammerTest, EntriesBeyondCapacityAreNotProgrammed) {
   unconfigure(10, 3);
   configure(10, 5);
   EXPECT_EQ(statusOf(5), Fenn::notProgrammed);
+}
+
+// An entry whose tunnel has no hardware tunnel ID does not forward: reported as such,
+// taking no room, and programmed once it is configured with an ID.
+TEST_F(FloodSetProgrammerTest, EntryWithoutHardwareTunnelIdIsNotForwarding) {
+  programmer->capacityIs(1);
+  hwConfig->configIs(pair(10))->mplsDestConfigIs(config(1, HwTunnelId()));
+  EXPECT_EQ(hwStatus->status(pair(10))->mplsDestStatus(config(1, HwTunnelId())), Fenn::invalidHwId);
+  EXPECT_EQ(programmer->programmedCount(), 0u);
+  hwConfig->config(pair(10))->mplsDestConfigDel(config(1, HwTunnelId()));
+  hwConfig->config(pair(10))->mplsDestConfigIs(config(1));
+  EXPECT_EQ(statusOf(1), Fenn::programmed);
+  EXPECT_FALSE(hwStatus->status(pair(10))->mplsDestStatusHas(config(1, HwTunnelId())));
 }
 
 TEST_F(FloodSetProgrammerTest, PausedChangesAreAnsweredOnResume) {

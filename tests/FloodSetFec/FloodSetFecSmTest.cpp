@@ -103,6 +103,33 @@ TEST_F(FloodSetFecTest, ViaStaysRequestedWhileAnyDestinationUsesIt) {
   EXPECT_TRUE(sm->fecIdCache().empty());
 }
 
+// A restarted machine keeps away from what its predecessor left in the tables: a request
+// left behind is withdrawn, and an ID whose response the hardware has not dropped yet is
+// not handed out until it goes.
+TEST_F(FloodSetFecTest, RestartSkipsIdsThePreviousInstanceLeftUntilTheirRowsGo) {
+  add(10, ldpTunnel(1));
+  FecId const answered = fecIdOf(ldpTunnel(1));
+  answer(answered, 0x2000);
+  sm = nullptr;  // withdraws its request; the hardware has not dropped the response yet
+  FecId const leftRequest(Fenn::floodSetFecAdjType, 5);
+  request->rowIs(Vasp::Fib::Fec(leftRequest));  // as an instance that stopped without cleaning up
+
+  sm = Fenn::evpnFloodSetFecSmFactory(floodSets,
+                                      Fenn::tunnelIdToHwTunnelIdMappingReaderFactory("fecTestHwTid"),
+                                      hwStatus, request, responseReader, hwInfo, wheel);
+  sm->initializedIs(true);
+  EXPECT_FALSE(request->rowHas(leftRequest));
+  // Requested afresh, without index 0, which is still answered for the previous run.
+  EXPECT_EQ(fecIdOf(ldpTunnel(1)).index(), 1u);
+  EXPECT_FALSE(hwInfo->mappingHas(via(ldpTunnel(1)))) << "published with the old FEC's answer";
+
+  add(10, ldpTunnel(2));
+  EXPECT_EQ(fecIdOf(ldpTunnel(2)).index(), 2u);
+  response->rowDel(answered);
+  EXPECT_TRUE(sm->previousRunFecId().empty());
+  EXPECT_FALSE(sm->numAllocator()->numberInUse(0));
+}
+
 TEST_F(FloodSetFecTest, DestroyingTheStateMachineWithdrawsWhatItPublished) {
   add(10, ldpTunnel(1));
   answer(FecId(11, 0), 0x2000);

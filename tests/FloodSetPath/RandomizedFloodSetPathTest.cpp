@@ -1,5 +1,6 @@
 // The flood-set path of the simulated switch under a long random sequence of input changes:
-// destinations of every type coming and going, hardware tunnel IDs moving between pools, FEC
+// destinations of every type coming and going (SR-TE-steered ones included, whose
+// configuration can equal another destination's), hardware tunnel IDs moving between pools, FEC
 // answers delayed or withheld and flood-set programming lagging. Once the inputs stop and
 // the simulated hardware has caught up, the switch must hold exactly what a fresh switch
 // built on the final inputs holds, with a FEC request and a HwInfoMapping entry for exactly
@@ -61,7 +62,12 @@ std::set<std::string> configurationOf(Sim::Switch const& sw) {
       Fenn::FecToHwFecId const answer = sw.fecResponse()->row(sw.floodSetFecSm()->mplsFloodSetViaCache(via));
       EXPECT_EQ(entry.hwIdForTunnelProgramming(), answer.hwFecId());
       EXPECT_EQ(entry.l2IntfId(), answer.intfId());
-      EXPECT_TRUE(status && status->mplsDestStatus(entry) == Fenn::programmed) << Qor::valueToStrep(entry);
+      // Every tunnel that configuration uses is counted, so it has an ID or waits for one;
+      // an entry without an ID is not forwarding.
+      EXPECT_TRUE(sw.remoteInfo()->remoteTunnelIdHas(entry.tunnelId())) << Qor::valueToStrep(entry);
+      Fenn::HwProgrammingStatus const expected =
+          entry.hwTunnelId().valid() ? Fenn::programmed : Fenn::invalidHwId;
+      EXPECT_TRUE(status && status->mplsDestStatus(entry) == expected) << Qor::valueToStrep(entry);
       out.insert(Qor::valueToStrep(pair) + " " + Qor::valueToStrep(entry.tunnelId()) + " " +
                  Qor::valueToStrep(entry.label()) + " " + Qor::valueToStrep(entry.l2IntfId()));
     }
@@ -80,13 +86,24 @@ class RandomizedFloodSetPath : public ::testing::Test {
     evpnStatus->ethernetSegmentStatusIs(segment);
     for (uint64_t i = 1; i <= 5; ++i) tunnels.emplace_back(Tunnel::tunnelTypeLdp, i);
     for (uint64_t i = 1; i <= 3; ++i) tunnels.emplace_back(Tunnel::tunnelTypeEvpnVlan, i);
+    for (uint64_t i = 1; i <= 2; ++i) policies.emplace_back(Tunnel::tunnelTypeSrTePolicy, i);
   }
 
   size_t pick(size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(rng); }
   bool chance(double p) { return std::bernoulli_distribution(p)(rng); }
 
+  Ostra::MplsLabel randomLabel() { return Ostra::MplsLabel(100 * (1 + pick(2))); }
+
   L2Rib::Dest randomDest() {
-    switch (pick(10)) {
+    switch (pick(12)) {
+      case 10: {
+        // Steered into an SR-TE policy: over the policy's own tunnel, or over another one.
+        TunnelId const policy = policies[pick(policies.size())];
+        TunnelId const own = chance(0.5) ? policy : tunnels[pick(tunnels.size())];
+        return L2Rib::Dest::mpls(own, randomLabel(), Ostra::IntfId::srTePolicy(policy));
+      }
+      case 11:  // a plain destination over a policy's tunnel: its configuration can equal a steered one's
+        return L2Rib::Dest::mpls(policies[pick(policies.size())], randomLabel());
       case 0:
         return L2Rib::Dest::intf(Ostra::IntfId::ethernet(static_cast<uint32_t>(1 + pick(3))));
       case 1:
@@ -95,7 +112,7 @@ class RandomizedFloodSetPath : public ::testing::Test {
         if (chance(0.3)) return L2Rib::Dest::mpls(TunnelId::invalid(), Ostra::MplsLabel(100));
         [[fallthrough]];
       default:
-        return L2Rib::Dest::mpls(tunnels[pick(tunnels.size())], Ostra::MplsLabel(100 * (1 + pick(2))));
+        return L2Rib::Dest::mpls(tunnels[pick(tunnels.size())], randomLabel());
     }
   }
 
@@ -176,6 +193,7 @@ class RandomizedFloodSetPath : public ::testing::Test {
   uint64_t seed = 0;
   std::mt19937_64 rng;
   std::vector<TunnelId> tunnels;
+  std::vector<TunnelId> policies;
   std::vector<Ostra::EthAddr> const macs{Ostra::EthAddr::broadcast(), Ostra::EthAddr(0x010000000001),
                                          Ostra::EthAddr(0x010000000002)};
   Qor::Ptr<L2Rib::FloodSetOutput> l2Rib = L2Rib::floodSetOutputFactory();
@@ -202,6 +220,12 @@ TEST_F(RandomizedFloodSetPath, SettlesToWhatAFreshPathBuildsOnTheFinalInputs) {
     EXPECT_EQ(published, inUse) << "seed " << seed << " run " << run;
     EXPECT_EQ(sw.fecResponse()->rowCount(), sw.fecRequest()->rowCount());
     EXPECT_EQ(sw.floodSetFecSm()->numAllocatorStatus().inUseCount(), inUse.size());
+    size_t inconsistent = 0;
+    for (Entry const& e : entries()) {
+      inconsistent += e.dest.destType() == L2Rib::destTypeMpls_ && e.dest.mpls().intfId().isSrTePolicy() &&
+                      Fenn::destMplsTunnelId(e.dest) != e.dest.mpls().tunnelId();
+    }
+    EXPECT_EQ(sw.remoteInfoFinderSm()->inconsistentSrTeDestCount(), inconsistent);
 
     Sim::Switch fresh(hardware, "fresh", {l2Rib, evpnStatus});
     fresh.advance(60.0);

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
+#include <vector>
 
 #include "AttributeLog.h"
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
@@ -44,15 +46,34 @@ TEST_F(FloodingSmHelperStubTest, CallsRecordWhatTheHardwareWouldBeGivenAndReturn
   EXPECT_EQ(stub->createEsiDataLabel(), MplsLabel(100));  // the remote label only
 }
 
-// A watcher of the counter reads the whole call: every argument is written before it.
-TEST_F(FloodingSmHelperStubTest, ArgumentsNotifyInOrderBeforeTheCounter) {
-  auto log = AttributeLog::watch(stub.get());
-  stub->createEsiData(lag, member, VlanId(10), TunnelId(7), hwTid, MplsLabel(100), MplsLabel(200));
-  EXPECT_EQ(log->ids,
-            (std::vector<Qor::AttributeId>{Stub::createEsiDataParentIntfIdAttr,
-                                           Stub::createEsiDataMemberIntfIdAttr, Stub::createEsiDataVlanIdAttr,
-                                           Stub::createEsiDataTidAttr, Stub::createEsiDataHwTidAttr,
-                                           Stub::createEsiDataLabelAttr, Stub::createEsiDataCountAttr}));
+// A watcher of the counter reads the whole call: every operation writes its arguments
+// before it counts the call, so the count is always the last notification.
+TEST_F(FloodingSmHelperStubTest, EveryOperationCountsAfterRecordingItsArguments) {
+  struct Call {
+    std::function<void()> run;
+    Qor::AttributeId count;
+    size_t notifications;  // arguments recorded, and the count
+  };
+  VlanId const vlan(10);
+  VlanIdOrNone const dot1q(20);
+  std::vector<Call> const calls{
+      {[&] { stub->createVlan(vlan, dot1q); }, Stub::createVlanCountAttr, 3},
+      {[&] { stub->deleteVlan(vlan, dot1q); }, Stub::deleteVlanCountAttr, 3},
+      {[&] { stub->createNonDfPort(lag, member, vlan); }, Stub::createNonDfPortCountAttr, 3},
+      {[&] { stub->deleteNonDfPort(lag, member, vlan); }, Stub::deleteNonDfPortCountAttr, 3},
+      {[&] { stub->createVlanToDot1qMapping(lag, member, vlan, dot1q); }, Stub::createVlanToDot1qCountAttr,
+       5},
+      {[&] { stub->deleteVlanToDot1qMapping(lag, member, vlan, dot1q); }, Stub::deleteVlanToDot1qCountAttr,
+       5},
+      {[&] { stub->createEsiData(lag, member, vlan, TunnelId(7), hwTid, MplsLabel(100), MplsLabel(200)); },
+       Stub::createEsiDataCountAttr, 7},
+      {[&] { stub->deleteEsiData(lag, member, vlan, TunnelId(7), hwTid); }, Stub::deleteEsiDataCountAttr, 6}};
+  for (size_t i = 0; i < calls.size(); ++i) {
+    auto log = AttributeLog::watch(stub.get());
+    calls[i].run();
+    ASSERT_EQ(log->ids.size(), calls[i].notifications) << "call " << i;
+    EXPECT_EQ(log->ids.back(), calls[i].count) << "call " << i;
+  }
 }
 
 class FloodingSmHelperBaseTest : public ::testing::Test {

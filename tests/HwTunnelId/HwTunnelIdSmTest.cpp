@@ -4,6 +4,7 @@
 // randomized test's; these cases pin the choices it cannot see.
 #include <cstdlib>
 
+#include "FennEvpn/FennEvpnHwTunnelIdSmHelper.h"
 #include "HwTunnelIdHarness.h"
 
 namespace HwTunnelIdTest {
@@ -260,6 +261,25 @@ TEST_F(OverflowDeathTest, DefaultPoolExhaustionAbortsOutsideSimulationOnly) {
   unsetenv("SIMULATION_VMID");
   EXPECT_TRUE(sm->hwTunnelIdOverflow(hwTunnelIdTypeDefault));
   EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(10)));
+  EXPECT_TRUE(logged().empty());
+}
+
+// An agent without a hardware layer runs the base helper with FENN_NOOP_AGENT: every
+// allocation fails, and that is neither fatal nor reported.
+TEST_F(OverflowDeathTest, NoopAgentWithTheBaseHelperRunsQuietly) {
+  unsetenv("SIMULATION_VMID");
+  setenv("FENN_NOOP_AGENT", "1", 1);
+  sm = Fenn::evpnHwTunnelIdSmFactory(
+      Qor::Ptr<FennHelper::EvpnHwTunnelIdSmHelper>(new FennHelper::EvpnHwTunnelIdSmHelper("noopHelper")),
+      scheduler, acsd, evpnStatus, remoteInfo, table);
+  sm->initializedIs(true);
+  sharedLabel(2, true);
+  addPeer(1, 10);
+  addPeer(2, 11);
+  floodInc(12);
+  unsetenv("FENN_NOOP_AGENT");
+  EXPECT_EQ(sm->unprogrammedTunnel().size(), 3u);
+  EXPECT_EQ(table->tunnelIdToHwTunnelIdSize(), 0u);
   EXPECT_TRUE(logged().empty());
 }
 

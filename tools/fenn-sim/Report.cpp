@@ -49,6 +49,25 @@ Qor::String status(std::optional<Fenn::HwProgrammingStatus> s) {
   return s ? Qor::String(Fenn::stringValue(*s)) : "pending";
 }
 
+// For people: an entry the chip cannot forward for want of a tunnel ID says so.
+Qor::String statusText(std::optional<Fenn::HwProgrammingStatus> s) {
+  return s == Fenn::invalidHwId ? "no tunnel ID" : status(s);
+}
+
+Qor::String hwTunnelIdText(Fenn::HwTunnelId id) {
+  return id.valid() ? poolName(id.type()) + "/" + std::to_string(id.id()) : "none";
+}
+
+// The first few names of a long list, and how many more.
+Qor::String someNames(std::vector<::Tunnel::TunnelTable::TunnelId> const& tunnels, Scenario const& scenario) {
+  constexpr size_t shown = 10;
+  Qor::String out;
+  for (size_t i = 0; i < tunnels.size() && i < shown; ++i)
+    out += (i ? ", " : "") + scenario.tunnelName(tunnels[i]);
+  if (tunnels.size() > shown) out += ", ... (" + std::to_string(tunnels.size() - shown) + " more)";
+  return out;
+}
+
 Qor::String hex(uint64_t v) {
   std::ostringstream os;
   os << "0x" << std::hex << v;
@@ -83,16 +102,24 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
         t.row({scenario.tunnelName(r.tunnelId), Qor::valueToStrep(r.tunnelId), poolName(r.hwTunnelId.type()),
                std::to_string(r.hwTunnelId.id())});
       }
+      for (auto const& tunnelId : state.waitingTunnels) {
+        t.row({scenario.tunnelName(tunnelId), Qor::valueToStrep(tunnelId), "none", "(waiting)"});
+      }
       t.print(os, "Published hardware tunnel IDs");
       break;
     }
     case Table::pools: {
-      TextTable t({"pool", "size", "in use", "free"});
+      TextTable t({"pool", "size", "in use", "free", ""});
       for (auto const& p : state.pools) {
         uint32_t const free = p.size > p.inUse ? p.size - p.inUse : 0;
-        t.row({poolName(p.type), std::to_string(p.size), std::to_string(p.inUse), std::to_string(free)});
+        t.row({poolName(p.type), std::to_string(p.size), std::to_string(p.inUse), std::to_string(free),
+               free == 0 ? "exhausted" : ""});
       }
       t.print(os, "Hardware tunnel ID pools");
+      if (!state.waitingTunnels.empty()) {
+        os << "  " << state.waitingTunnels.size() << " PE(s) wait for a hardware tunnel ID; their flood-set "
+           << "entries do not forward: " << someNames(state.waitingTunnels, scenario) << "\n";
+      }
       break;
     }
     case Table::fecs: {
@@ -109,8 +136,8 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
       for (auto const& e : state.floodSets) {
         t.row({Qor::valueToStrep(e.macVlanPair.vlanId()), macName(e.macVlanPair.macAddr()),
                scenario.tunnelName(e.config.tunnelId()), Qor::valueToStrep(e.config.label()),
-               poolName(e.config.hwTunnelId().type()) + "/" + std::to_string(e.config.hwTunnelId().id()),
-               hex(e.config.hwIdForTunnelProgramming()), status(e.status)});
+               hwTunnelIdText(e.config.hwTunnelId()), hex(e.config.hwIdForTunnelProgramming()),
+               statusText(e.status)});
       }
       t.print(os, "Flood-set hardware configuration");
       break;
@@ -215,7 +242,13 @@ void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const
        << ", \"status\": " << jsonString(status(e.status)) << "}";
     sep = ",";
   }
-  os << "\n  ],\n  \"sysLog\": [";
+  os << "\n  ],\n  \"waitingTunnels\": [";
+  sep = "";
+  for (auto const& tunnelId : state.waitingTunnels) {
+    os << sep << jsonString(scenario.tunnelName(tunnelId));
+    sep = ", ";
+  }
+  os << "],\n  \"sysLog\": [";
   sep = "";
   for (auto const& m : state.sysLog) {
     os << sep << jsonString(m);

@@ -209,17 +209,33 @@ class Reader {
   }
 
   L2Rib::Dest dest(Yaml::Node const& n, Qor::String const& what) const {
-    int const kinds = !!n["mpls"] + !!n["intf"];
-    if (kinds != 1) fail(n, what + " needs exactly one destination: mpls or intf");
+    int const kinds = !!n["mpls"] + !!n["intf"] + !!n["vxlan"];
+    if (kinds != 1) fail(n, what + " needs exactly one destination: mpls, vxlan or intf");
     if (n["intf"]) return L2Rib::Dest::intf(intf(n["intf"]));
+    if (n["vxlan"]) return vxlanDest(n["vxlan"]);
     Yaml::Node const& m = n["mpls"];
-    checkMap(m, "mpls destination", {"tunnel", "label"}, {"tunnel", "label"});
-    return L2Rib::Dest::mpls(tunnel(m["tunnel"]), label(m["label"]));
+    checkMap(m, "mpls destination", {"tunnel", "label", "policy"}, {"tunnel", "label"});
+    // Steered into an SR-TE policy: the destination carries the policy's interface.
+    Ostra::IntfId const policy = m["policy"] ? srTePolicy(m["policy"]) : Ostra::IntfId();
+    return L2Rib::Dest::mpls(tunnel(m["tunnel"]), label(m["label"]), policy);
+  }
+  Ostra::IntfId srTePolicy(Yaml::Node const& n) const {
+    Tunnel::TunnelTable::TunnelId const policy = tunnel(n);
+    if (policy.tunnelType() != Tunnel::tunnelTypeSrTePolicy) {
+      fail(n, "'" + n.Scalar() + "' is not an SR-TE policy (declare it with type tunnelTypeSrTePolicy)");
+    }
+    return Ostra::IntfId::srTePolicy(policy);
+  }
+  L2Rib::Dest vxlanDest(Yaml::Node const& n) const {
+    checkMap(n, "vxlan destination", {"vtep", "vni", "tunnel"}, {"vtep", "vni"});
+    auto const vni = static_cast<uint32_t>(number(n["vni"], "VNI", (1u << 24) - 1));
+    return L2Rib::Dest::vxlan(address(n["vtep"]), vni,
+                              n["tunnel"] ? tunnel(n["tunnel"]) : Tunnel::TunnelTable::TunnelId());
   }
 
   Step destStep(Yaml::Node const& n, bool add) const {
     Qor::String const what = add ? "addDest" : "removeDest";
-    checkMap(n, what, {"vlan", "mac", "mpls", "intf"}, {"vlan", "mac"});
+    checkMap(n, what, {"vlan", "mac", "mpls", "vxlan", "intf"}, {"vlan", "mac"});
     return DestStep{add, vlan(n["vlan"]), mac(n["mac"]), dest(n, what)};
   }
 
