@@ -32,7 +32,8 @@ struct World {
   explicit World(uint32_t routes) {
     for (uint32_t n = 1; n <= routes; ++n) {
       Mpls::LfibViaKey const via(Mpls::lfibViaTypeEvpnEthernetSegmentFilter, n);
-      lfib->evpnEthernetSegmentFilterViaIs(via, Mpls::LfibEvpnEthernetSegmentFilterVia(Ostra::IntfId::portChannel(n)));
+      lfib->evpnEthernetSegmentFilterViaIs(
+          via, Mpls::LfibEvpnEthernetSegmentFilterVia(Ostra::IntfId::portChannel(n)));
       lfib->viaSetIs(Mpls::LfibViaSetKey(n), Mpls::LfibViaSet(via));
     }
     sm = Fenn::esiFilteringDecapSmFactory(helper, lfib, scheduler, tracking, hwStatus);
@@ -77,8 +78,9 @@ void BM_ReviewUnprogrammed(benchmark::State& state) {
   w.addRoutes(routes);
   if (w.hwStatus->unprogrammedRoute().size() != routes) state.SkipWithError("routes not listed");
   // One pass is routes / quota slices, one retry interval apart.
-  double const pass = w.sm->defaultUnprogrammedRetryInterval() *
-                      double((routes + Keel::TaskScheduler::defaultWorkQuota - 1) / Keel::TaskScheduler::defaultWorkQuota);
+  double const pass =
+      w.sm->defaultUnprogrammedRetryInterval() *
+      double((routes + Keel::TaskScheduler::defaultWorkQuota - 1) / Keel::TaskScheduler::defaultWorkQuota);
   uint64_t const calls = w.helper->createEsiPortMapCount();
   for (auto _ : state) w.scheduler->advanceBy(pass);
   if (w.helper->createEsiPortMapCount() - calls != uint64_t(state.iterations()) * routes) {

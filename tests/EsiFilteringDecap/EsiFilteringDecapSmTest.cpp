@@ -94,18 +94,23 @@ TEST_F(RetryTest, CodesAboveThreeAreNeitherRecordedNorRetried) {
   EXPECT_EQ(helper->createEsiPortMapCount(), 2u);
 }
 
-using DeletionTest = Harness;
+class DeletionTest : public Harness {
+ protected:
+  // Three filter routes; the first loses its route, the second its via set, the third its via.
+  void routeViaSetAndViaDeleted() {
+    filterRoute(900, 10);
+    filterRoute(901, 11);
+    filterRoute(902, 12);
+    lfib.routeDel(route(900));
+    lfib.viaSetDel(Mpls::LfibViaSetKey(901));
+    lfib.filterViaDel(filterVia(902));
+    scheduler->runReady();
+  }
+};
 
 TEST_F(DeletionTest, RouteViaSetAndViaDeletionEachRemoveTheMap) {
   start();
-  filterRoute(900, 10);
-  filterRoute(901, 11);
-  filterRoute(902, 12);
-
-  lfib.routeDel(route(900));
-  lfib.viaSetDel(Mpls::LfibViaSetKey(901));
-  lfib.filterViaDel(filterVia(902));
-  scheduler->runReady();
+  routeViaSetAndViaDeleted();
   EXPECT_EQ(helper->deleteEsiPortMapCount(), 3u);
   EXPECT_TRUE(sm->routeEsiFilterVia().empty());
   EXPECT_TRUE(sm->intfRoute().empty());
@@ -121,13 +126,7 @@ TEST_F(DeletionTest, RouteViaSetAndViaDeletionEachRemoveTheMap) {
 TEST_F(DeletionTest, AListedRouteThatGoesIsNoLongerListed) {
   start();
   helper->createEsiPortMapRcIs(Mpls::lfibHwResourceFull);
-  filterRoute(900, 10);
-  filterRoute(901, 11);
-  filterRoute(902, 12);
-  lfib.routeDel(route(900));
-  lfib.viaSetDel(Mpls::LfibViaSetKey(901));
-  lfib.filterViaDel(filterVia(902));
-  scheduler->runReady();
+  routeViaSetAndViaDeleted();
   EXPECT_TRUE(hwStatus->unprogrammedRoute().empty());
   EXPECT_EQ(helper->deleteEsiPortMapCount(), 0u) << "nothing was programmed";
 }

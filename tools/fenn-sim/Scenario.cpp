@@ -442,16 +442,24 @@ class Reader {
     return s;
   }
 
+  // An expectation of a whole table written as a mapping: every row "<left(key)>: <right(value)>",
+  // sorted, compared with the state's rows rendered the same way.
+  template <class Left, class Right>
+  void tableExpectation(Yaml::Node const& n, char const* key, Expectation::Kind kind, Left left, Right right,
+                        ExpectStep& e) const {
+    Yaml::Node const& t = n[key];
+    if (!t) return;
+    if (!t.IsMap()) fail(t, Qor::String("expect ") + key + " must be a mapping (empty: {})");
+    Expectation x{kind, at(t), key, {}, {}, {}, 0};
+    for (auto const& kv : t) x.names.push_back(left(kv.first) + ": " + right(kv.second));
+    std::sort(x.names.begin(), x.names.end());
+    e.expectations.push_back(x);
+  }
+
   void lfibExpectations(Yaml::Node const& n, ExpectStep& e) const {
     using K = Expectation::Kind;
     auto table = [&](char const* key, K kind, auto left, auto right) {
-      Yaml::Node const& t = n[key];
-      if (!t) return;
-      if (!t.IsMap()) fail(t, Qor::String("expect ") + key + " must be a mapping (empty: {})");
-      Expectation x{kind, at(t), key, {}, {}, {}, 0};
-      for (auto const& kv : t) x.names.push_back(left(kv.first) + ": " + right(kv.second));
-      std::sort(x.names.begin(), x.names.end());
-      e.expectations.push_back(x);
+      tableExpectation(n, key, kind, left, right, e);
     };
     table(
         "esiPortMaps", K::esiPortMaps, [&](Yaml::Node const& k) { return intf(k).name(); },
@@ -549,13 +557,7 @@ class Reader {
   void accessExpectations(Yaml::Node const& n, ExpectStep& e) const {
     using K = Expectation::Kind;
     auto table = [&](char const* key, K kind, auto left, auto right) {
-      Yaml::Node const& t = n[key];
-      if (!t) return;
-      if (!t.IsMap()) fail(t, Qor::String("expect ") + key + " must be a mapping (empty: {})");
-      Expectation x{kind, at(t), key, {}, {}, {}, 0};
-      for (auto const& kv : t) x.names.push_back(left(kv.first) + ": " + right(kv.second));
-      std::sort(x.names.begin(), x.names.end());
-      e.expectations.push_back(x);
+      tableExpectation(n, key, kind, left, right, e);
     };
     auto intfs = [&](Yaml::Node const& v) { return intfNames(intfList(v, "the interfaces")); };
     table(
