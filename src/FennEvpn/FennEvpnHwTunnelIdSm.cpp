@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Qor/Assert.h"
 #include "Qor/SysLog.h"
 #include "Qor/Trace.h"
@@ -36,8 +38,17 @@ bool simulation() { return std::getenv("SIMULATION_VMID") != nullptr; }
 // reported exhausted.
 bool noopAgent() { return std::getenv("FENN_NOOP_AGENT") != nullptr; }
 
-TunnelId tunnelOfTep(Ostra::IntfId const& tepIntfId) {
-  return srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId);
+// The tunnel behind a peer's TEP interface. An interface that names no tunnel is skipped:
+// reported where it arrives (trace and system log), quietly passed over by later walks.
+std::optional<TunnelId> tunnelOfTep(Ostra::IntfId const& tepIntfId, char const* function = nullptr) {
+  TunnelId tunnelId;
+  auto const convert = [&] { tunnelId = srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId); };
+  if (!function) return usableInput(convert) ? std::optional(tunnelId) : std::nullopt;
+  if (auto const error = skipUnusableInput(convert)) {
+    QTRACE(1, "EvpnHwTunnelIdSm::", function, " skipped tep ", tepIntfId, " ", *error);
+    return std::nullopt;
+  }
+  return tunnelId;
 }
 
 }  // namespace
@@ -82,7 +93,9 @@ class EvpnHwTunnelIdSm::QorSegmentStatus
     QTRACE(8, "EvpnHwTunnelIdSm::QorSegmentStatus::", "handleRemoteEsiLabel", " intfId ", esIntfId(), " tep ",
            tepIntfId);
     if (!sm()->initialized()) return;
-    TunnelId const tunnelId = tunnelOfTep(tepIntfId);
+    std::optional<TunnelId> const converted = tunnelOfTep(tepIntfId, "handleRemoteEsiLabel");
+    if (!converted) return;
+    TunnelId const tunnelId = *converted;
     // Another TEP interface of the segment may lead to the same tunnel.
     bool used = false;
     for (auto const& [tep, label] : notifier()->remoteEsiLabel()) {
@@ -192,7 +205,9 @@ void EvpnHwTunnelIdSm::processSegmentStatus(Ostra::IntfId const& esIntfId) {
   QTRACE(8, "EvpnHwTunnelIdSm::", "processSegmentStatus", " intfId ", esIntfId);
   std::vector<TunnelId> peers;
   if (auto const* status = evpnStatus_->ethernetSegmentStatus(esIntfId)) {
-    for (auto const& [tep, label] : status->remoteEsiLabel()) peers.push_back(tunnelOfTep(tep));
+    for (auto const& [tep, label] : status->remoteEsiLabel()) {
+      if (auto const tunnelId = tunnelOfTep(tep, "processSegmentStatus")) peers.push_back(*tunnelId);
+    }
   }
   std::sort(peers.begin(), peers.end());
   peers.erase(std::unique(peers.begin(), peers.end()), peers.end());

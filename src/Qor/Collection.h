@@ -1,7 +1,8 @@
 // Observable attributes: the generic templates behind every entity attribute. Entities
 // declare them with the macros of Attribute.h, which generate the conventional names.
 //
-// Notification rules (all synchronous, after the write, with a copy of the key):
+// Notification rules (all synchronous, after the write, with a copy of the key; a write made
+// while the entity notifies is heard after the notification in progress, see Entity.h):
 //   Scalar::set          notifies (id, nullptr) only when the value changed.
 //   ValueMap::set        notifies (id, key) when the key is new or the value differs.
 //   ValueMap::inc/dec    read the count (0 when absent), store the result with set and
@@ -38,7 +39,7 @@ template <class K>
 void notifyKey(Entity* owner, AttributeId id, K const& key) {
   if (owner->hasReactors()) {
     K const copy = key;  // a handler may erase the element that `key` refers to
-    owner->notify(id, &copy);
+    owner->notify(id, copy);
   }
 }
 
@@ -61,7 +62,7 @@ class Scalar final : public AttributeBase {
   void set(T const& v) {
     if (value_ == v) return;
     value_ = v;
-    owner()->notify(attributeId(), nullptr);
+    owner()->notify(attributeId());
   }
   void walk(Reactor& reactor) const override { reactor.onAttribute(attributeId(), nullptr); }
 

@@ -14,7 +14,7 @@ AttributeBase::AttributeBase(Entity* owner, AttributeId id) : owner_(owner), id_
   *link = this;
 }
 
-Entity::~Entity() { assert(dispatchDepth_ == 0 && "entity destroyed while notifying"); }
+Entity::~Entity() { assert(!dispatching_ && "entity destroyed while notifying"); }
 
 size_t Entity::reactorCount() const noexcept {
   return static_cast<size_t>(
@@ -25,16 +25,41 @@ void Entity::dispatch(AttributeId id, void const* key) const {
   // A handler may drop the last reference to this entity (say, by deleting the reactor
   // that held it); keep it alive until the loop is done.
   Ptr<Entity const> keepAlive(refCount() > 0 ? this : nullptr);
-  ++dispatchDepth_;
-  size_t const n = reactors_.size();  // reactors added during dispatch start next time
-  for (size_t i = 0; i < n; ++i) {
-    Reactor* r = reactors_[i];
-    if (r && r->deliveryActive()) r->onAttribute(id, key);
+  dispatching_ = true;
+  std::exception_ptr failure;
+  deliver(id, key, failure);
+  if (deferred_) {
+    // Handlers may defer more while these are delivered: index, and move each one out.
+    for (size_t i = 0; i < deferred_->size(); ++i) {
+      Deferred const next = std::move((*deferred_)[i]);
+      deliver(next.id, next.key.get(), failure);
+    }
+    deferred_->clear();
   }
-  if (--dispatchDepth_ == 0 && hasHoles_) {
+  dispatching_ = false;
+  if (hasHoles_) {
     std::erase(reactors_, nullptr);
     hasHoles_ = false;
   }
+  if (failure) std::rethrow_exception(failure);
+}
+
+void Entity::deliver(AttributeId id, void const* key, std::exception_ptr& failure) const {
+  size_t const n = reactors_.size();  // reactors added during delivery start with the next change
+  for (size_t i = 0; i < n; ++i) {
+    Reactor* r = reactors_[i];
+    if (!r || !r->deliveryActive()) continue;
+    try {
+      r->onAttribute(id, key);
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  }
+}
+
+void Entity::defer(AttributeId id, std::shared_ptr<void const> key) const {
+  if (!deferred_) deferred_ = std::make_unique<std::vector<Deferred>>();
+  deferred_->push_back({id, std::move(key)});
 }
 
 void Entity::walk(Reactor& reactor) const {
@@ -46,7 +71,7 @@ void Entity::attach(Reactor* r) const { reactors_.push_back(r); }
 void Entity::detach(Reactor* r) const {
   auto it = std::find(reactors_.begin(), reactors_.end(), r);
   if (it == reactors_.end()) return;
-  if (dispatchDepth_ > 0) {
+  if (dispatching_) {
     *it = nullptr;  // the dispatch loop indexes this vector; compact when it is done
     hasHoles_ = true;
   } else {

@@ -9,9 +9,20 @@
 // reactor created mid-dispatch does not receive the notification in progress (its initial
 // walk has already shown it the state after the write). A reactor must not destroy itself
 // from inside its own onAttribute.
+//
+// Order: a handler may write to the entity that is notifying it. That write takes effect at
+// once, but its notification waits until every reactor has heard the one in progress, so
+// every reactor hears one entity's changes in the order they were made (handlers read the
+// current state, so a value overwritten before a reactor's turn is seen as its successor).
+// Only such nested notifications are queued, with a copy of their key.
+//
+// Failure: an exception out of a handler does not stop delivery. The other reactors still
+// hear that change and the queued ones; then the first exception reaches the writer, and
+// the entity notifies normally from then on.
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -73,10 +84,24 @@ class Entity : public PtrInterface {
   bool hasReactors() const noexcept { return !reactors_.empty(); }
   size_t reactorCount() const noexcept;
 
-  // Delivers (id, key) to every registered reactor. `key` points at the changed key (a
-  // copy owned by the caller), or is nullptr for a scalar attribute.
-  void notify(AttributeId id, void const* key) const {
-    if (!reactors_.empty()) dispatch(id, key);
+  // Delivers (id) for a scalar attribute, or (id, &key) for a key of a collection, to every
+  // registered reactor; `key` is a copy owned by the caller.
+  void notify(AttributeId id) const {
+    if (reactors_.empty()) return;
+    if (dispatching_) {
+      defer(id, nullptr);
+    } else {
+      dispatch(id, nullptr);
+    }
+  }
+  template <class K>
+  void notify(AttributeId id, K const& key) const {
+    if (reactors_.empty()) return;
+    if (dispatching_) {
+      defer(id, std::make_shared<K const>(key));
+    } else {
+      dispatch(id, &key);
+    }
   }
 
   // Replays the whole current state to one reactor, attribute by attribute.
@@ -87,12 +112,20 @@ class Entity : public PtrInterface {
  private:
   friend class AttributeBase;
   friend class Reactor;
+  struct Deferred {
+    AttributeId id;
+    std::shared_ptr<void const> key;
+  };
   void dispatch(AttributeId id, void const* key) const;
+  void deliver(AttributeId id, void const* key, std::exception_ptr& failure) const;
+  void defer(AttributeId id, std::shared_ptr<void const> key) const;
   void attach(Reactor* r) const;
   void detach(Reactor* r) const;
 
   mutable std::vector<Reactor*> reactors_;
-  mutable uint32_t dispatchDepth_ = 0;
+  // Notifications of writes made while this entity notifies; allocated on first use.
+  mutable std::unique_ptr<std::vector<Deferred>> deferred_;
+  mutable bool dispatching_ = false;
   mutable bool hasHoles_ = false;
   AttributeBase* attributes_ = nullptr;
 };

@@ -11,7 +11,8 @@ class StateMachine : public Entity {
   QOR_ATTRIBUTE_ID(initialized);
   bool initialized() const noexcept { return initialized_; }
   // Setting true the first time runs handleInitialized(): the work that must wait until
-  // every input is attached. Setting it back to false only records it.
+  // every input is attached. Setting it back to false, and true again, only records it:
+  // the first pass runs once in the state machine's life.
   void initializedIs(bool v);
 
   bool hasNotificationActive() const noexcept { return notificationActive_; }
@@ -23,6 +24,7 @@ class StateMachine : public Entity {
 
  private:
   bool initialized_ = false;
+  bool firstPassDone_ = false;
   bool notificationActive_ = true;
 };
 

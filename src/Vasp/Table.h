@@ -158,17 +158,17 @@ class Table : public Qor::Entity {
   void quiesce() {
     if (mode_ != Mode::writer) throw ReadOnlyError("write to read-only Vasp table");
     bool const quiesced = true;
-    for (auto* h : handlesSnapshot()) h->notify(quiescedAttr, &quiesced);
+    for (auto* h : handlesSnapshot()) h->notify(quiescedAttr, quiesced);
   }
 
  private:
   std::vector<Table*> handlesSnapshot() const { return storage_->handles; }
   void broadcastKey(K const& k) {
     K const copy = k;
-    for (auto* h : handlesSnapshot()) h->notify(rowAttr, &copy);
+    for (auto* h : handlesSnapshot()) h->notify(rowAttr, copy);
   }
   void broadcastMountState() {
-    for (auto* h : handlesSnapshot()) h->notify(mountStateAttr, nullptr);
+    for (auto* h : handlesSnapshot()) h->notify(mountStateAttr);
   }
 
   Mode mode_;

@@ -86,7 +86,7 @@ TEST_F(Counting, CountsFollowNotificationsNotSetMembership) {
   add(10, bcast, mplsDest(tunnelA));
   L2Rib::FloodSet const* fs = floodSet(10, bcast);
   Dest const dest = mplsDest(tunnelA);
-  fs->notify(L2Rib::FloodSet::destSetAttr, &dest);  // the same add, delivered again
+  fs->notify(L2Rib::FloodSet::destSetAttr, dest);  // the same add, delivered again
   EXPECT_EQ(count(tunnelA), 2u);
 }
 

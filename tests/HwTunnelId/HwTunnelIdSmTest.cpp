@@ -237,6 +237,36 @@ TEST_F(LifecycleTest, InitializationRebuildsTheTableFromTheInputs) {
   EXPECT_EQ(table->tunnelIdToHwTunnelIdSize(), 3u);
   EXPECT_TRUE(sm->hwTunnelIdOverflowHas(hwTunnelIdTypeSharedEs));
   EXPECT_TRUE(logged().empty());
+
+  auto const asked = helper->getHwTunnelIdCount();
+  sm->initializedIs(false);
+  sm->initializedIs(true);  // no second pass: the published IDs stay
+  EXPECT_EQ(table->tunnelIdToHwTunnelIdSize(), 3u);
+  EXPECT_EQ(helper->getHwTunnelIdCount(), asked);
+}
+
+// A remote ESI label keyed by an interface that names no tunnel (a platform bug, or a
+// newer platform) is skipped with a trace line and a system-log message; the segment's
+// other peers, and every later change, are served.
+TEST_F(LifecycleTest, PeerInterfaceThatNamesNoTunnelIsSkipped) {
+  freeIds({defaultId(1), defaultId(2), defaultId(3)});
+  Ostra::IntfId const notATunnel = Ostra::IntfId::ethernet(5);
+  es(1)->remoteEsiLabelIs(notATunnel, Evpn::EncapTypeLabel::mpls(Ostra::MplsLabel(100)));
+  addPeer(1, 10);
+  start();  // the full pass meets it
+  EXPECT_EQ(hwId(10), defaultId(1));
+  EXPECT_EQ(logged(), (std::vector<std::string>{"EVPN_MPLS_INPUT_IGNORED"}));
+
+  es(2)->remoteEsiLabelIs(notATunnel, Evpn::EncapTypeLabel::mpls(Ostra::MplsLabel(100)));  // incrementally
+  EXPECT_EQ(logged().size(), 2u);
+  addPeer(2, 11);
+  addPeer(1, 12);
+  es(1)->remoteEsiLabelDel(notATunnel);
+  delPeer(1, 10);
+  EXPECT_EQ(hwId(11), defaultId(2));
+  EXPECT_EQ(hwId(12), defaultId(3));
+  EXPECT_TRUE(zombie(10));
+  EXPECT_EQ(table->tunnelIdToHwTunnelIdSize(), 3u);
 }
 
 TEST_F(LifecycleTest, DestructionRemovesRowsAndGivesEveryIdBack) {

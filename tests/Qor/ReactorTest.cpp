@@ -2,7 +2,9 @@
 // machine switches (initialized, hasNotificationActive).
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Qor/StateMachine.h"
@@ -142,7 +144,10 @@ TEST_F(ReactorTest, InitializedRunsHandlerOnceAndNotificationSwitchGatesDelivery
   Qor::Ptr<Watcher> w(new Watcher(tree));
   w->initializedIs(true);
   w->initializedIs(true);
-  EXPECT_EQ(w->log, (std::vector<std::string>{"initialized"}));
+  w->initializedIs(false);
+  EXPECT_FALSE(w->initialized());
+  w->initializedIs(true);
+  EXPECT_EQ(w->log, (std::vector<std::string>{"initialized"})) << "the first pass runs once in a lifetime";
   EXPECT_TRUE(w->initialized());
 
   tree->leafIs(1);
@@ -151,6 +156,59 @@ TEST_F(ReactorTest, InitializedRunsHandlerOnceAndNotificationSwitchGatesDelivery
   w->hasNotificationActiveIs(true);
   tree->leaf(1)->valueIs(6);
   EXPECT_EQ(w->log, (std::vector<std::string>{"initialized", "1.6"}));
+}
+
+// Watches a leaf's values, logs them, and on hearing `trigger` writes `next` to the same leaf
+// from inside its handler (or throws, when `next` is 0).
+class Chainer : public Qor::Reactor {
+ public:
+  Chainer(Leaf* leaf, std::vector<int>* log, std::vector<std::pair<int, int>> rules = {})
+      : Reactor(leaf, nullptr), leaf_(leaf), log_(log), rules_(std::move(rules)) {}
+  void onAttribute(Qor::AttributeId, void const* key) override {
+    int const k = Qor::keyAs<int>(key);
+    log_->push_back(k);
+    for (auto [trigger, next] : rules_) {
+      if (k != trigger) continue;
+      if (next == 0) throw std::out_of_range("unusable");
+      leaf_->valueIs(next);
+    }
+  }
+
+ private:
+  Leaf* leaf_;
+  std::vector<int>* log_;
+  std::vector<std::pair<int, int>> rules_;
+};
+
+TEST(ReactorDispatch, NestedWritesReachEveryWatcherInTheOrderTheyWereMade) {
+  Qor::Ptr<Leaf> leaf(new Leaf(0));
+  std::vector<int> logs[4];
+  // Depth 1 writes 2, depth 2 writes 3 and (from a later watcher) 10, depth 3 writes 11
+  // from the first watcher again.
+  Chainer w0(leaf.get(), &logs[0], {{1, 2}, {2, 3}, {3, 11}});
+  Chainer w1(leaf.get(), &logs[1]);
+  Chainer w2(leaf.get(), &logs[2], {{2, 10}});
+  Chainer w3(leaf.get(), &logs[3]);
+  leaf->valueIs(1);
+  for (auto const& log : logs) EXPECT_EQ(log, (std::vector<int>{1, 2, 3, 10, 11}));
+  leaf->valueIs(20);
+  for (auto const& log : logs) EXPECT_EQ(log.back(), 20);
+}
+
+TEST(ReactorDispatch, HandlerThatThrowsLeavesDispatchUsable) {
+  Qor::Ptr<Leaf> leaf(new Leaf(0));
+  std::vector<int> before, thrower, after;
+  Chainer w0(leaf.get(), &before, {{1, 2}});
+  Chainer w1(leaf.get(), &thrower, {{2, 0}, {5, 0}});
+  auto w2 = std::make_unique<Chainer>(leaf.get(), &after);
+  EXPECT_THROW(leaf->valueIs(1), std::out_of_range) << "the writer hears of the failure";
+  EXPECT_EQ(after, (std::vector<int>{1, 2})) << "the other watchers still hear every change";
+  w2.reset();
+  EXPECT_EQ(leaf->reactorCount(), 2u);
+  EXPECT_THROW(leaf->valueIs(5), std::out_of_range);
+  leaf->valueIs(6);
+  EXPECT_EQ(before, (std::vector<int>{1, 2, 5, 6}));
+  EXPECT_EQ(thrower, (std::vector<int>{1, 2, 5, 6}));
 }
 
 TEST(Ptr, CountsFollowCopiesUnderBothCountingModes) {

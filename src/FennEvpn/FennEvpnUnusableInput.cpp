@@ -1,0 +1,24 @@
+#include "FennEvpn/FennEvpnUnusableInput.h"
+
+#include "Qor/SysLog.h"
+
+namespace Fenn {
+
+namespace {
+
+Qor::LogMessage const EVPN_MPLS_INPUT_IGNORED(
+    "EVPN_MPLS_INPUT_IGNORED", Qor::LogSeverity::error,
+    "An EVPN MPLS input holds a value that cannot be used; it was ignored.",
+    "A state machine met a key or value outside the range it can program, skipped it and went on with "
+    "every other input. Forwarding for that entry is not programmed.",
+    "Turn on the library's trace at level 1 to see which input was ignored, and report it with the "
+    "agent's version.");
+
+}  // namespace
+
+Qor::String unusableInputLog(std::exception const& error) {
+  Qor::log(EVPN_MPLS_INPUT_IGNORED);
+  return error.what();
+}
+
+}  // namespace Fenn
