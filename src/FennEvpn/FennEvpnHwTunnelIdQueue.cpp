@@ -30,7 +30,13 @@ void HwTunnelIdQueue::hwTunnelIdIs(uint32_t index, Fenn::HwTunnelId const& id) {
     range_.head_ = index;
     range_.tail_ = index + 1;
   } else if (!range_.inRange(index)) {
-    range_.tail_ = index + 1;
+    // Extend the nearer end: an index behind the head becomes the new head, one beyond the
+    // tail the new last element. The range then never wraps onto itself.
+    if (index - range_.tail_ < range_.head_ - index) {
+      range_.tail_ = index + 1;
+    } else {
+      range_.head_ = index;
+    }
   }
   hwTunnelId_.set(index, id);
   hwTunnelIdMetadata_.set(range_);

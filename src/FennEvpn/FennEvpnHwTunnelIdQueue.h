@@ -108,8 +108,9 @@ class HwTunnelIdQueue : public Qor::Entity {
   uint32_t hwTunnelIdEnq(Fenn::HwTunnelId const& id);
   // Removes and returns the head; an invalid ID when the queue is empty.
   Fenn::HwTunnelId hwTunnelIdDeq();
-  // Stores `id` at `index`: overwrites an element in range, or extends the tail to
-  // `index` (the indexes skipped stay empty).
+  // Stores `id` at `index`: overwrites an element in range, or extends the nearer end of
+  // the range to `index`, the tail when it lies beyond the tail, the head when it lies
+  // behind the head (it is then dequeued first); the indexes skipped stay empty.
   void hwTunnelIdIs(uint32_t index, Fenn::HwTunnelId const& id);
   bool hwTunnelIdDel(uint32_t index);
   // Removes the element `it` is at (not end()) and returns the iterator to the next one.

@@ -1,6 +1,7 @@
 #include "Keel/NumAllocator.h"
 
 #include <algorithm>
+#include <bit>
 #include <limits>
 #include <utility>
 
@@ -17,8 +18,11 @@ NumAllocator::NumAllocator(NumAllocatorConfig const& config, Qor::Ptr<TimerWheel
 }
 
 NumAllocator::Number NumAllocator::getNumber() {
+  dropExpired();
   Number n;
-  if (!released_.empty() && released_.front().reusableAt <= timerWheel_->now()) {
+  if (freeBitCount_ > 0) {
+    n = takeFree();  // released longest ago
+  } else if (!released_.empty() && released_.front().reusableAt <= timerWheel_->now()) {
     n = released_.front().number;
     released_.pop_front();
   } else if (nextUnused_ <= config_.range().last()) {
@@ -35,6 +39,29 @@ void NumAllocator::releaseNumber(Number n) {
   QOR_ASSERT(numberInUse(n));
   inUseIs(n, false);
   released_.push_back({n, timerWheel_->now() + config_.expiryTime()});
+  dropExpired();
+}
+
+void NumAllocator::dropExpired() {
+  double const now = timerWheel_->now();
+  while (released_.size() > kExpiredQueued && released_.front().reusableAt <= now) {
+    uint64_t const bit = static_cast<uint64_t>(released_.front().number) - config_.range().first();
+    released_.pop_front();
+    size_t const word = bit / 64;
+    if (freeBits_.size() <= word) freeBits_.resize(inUseBits_.size());
+    freeBits_[word] |= uint64_t{1} << (bit % 64);
+    ++freeBitCount_;
+    freeScan_ = std::min(freeScan_, word);
+  }
+}
+
+NumAllocator::Number NumAllocator::takeFree() {
+  while (freeBits_[freeScan_] == 0) ++freeScan_;
+  uint64_t& word = freeBits_[freeScan_];
+  uint64_t const bit = freeScan_ * 64 + static_cast<unsigned>(std::countr_zero(word));
+  word &= word - 1;
+  --freeBitCount_;
+  return static_cast<Number>(config_.range().first() + bit);
 }
 
 bool NumAllocator::numberInUse(Number n) const {
@@ -61,9 +88,10 @@ NumAllocatorStatus NumAllocator::status() const {
   double const now = timerWheel_->now();
   auto const heldFrom = std::partition_point(released_.begin(), released_.end(),
                                              [now](Released const& r) { return r.reusableAt <= now; });
-  uint64_t const expired = static_cast<uint64_t>(heldFrom - released_.begin());
+  uint64_t const expiredQueued = static_cast<uint64_t>(heldFrom - released_.begin());
   uint64_t const neverUsed = config_.range().last() + 1 - nextUnused_;
-  return NumAllocatorStatus(inUseCount_, released_.size() - expired, expired + neverUsed, nextUnused_);
+  return NumAllocatorStatus(inUseCount_, released_.size() - expiredQueued,
+                            expiredQueued + freeBitCount_ + neverUsed, nextUnused_);
 }
 
 }  // namespace Keel

@@ -9,6 +9,9 @@
 //    number twice, or one never handed out, is caught (a caller bug, asserted).
 // getNumber() prefers an expired released number to a never-used one: that keeps the FIFO
 // and the bitmap as small as the working set instead of letting them grow towards the range.
+// The FIFO keeps at most kExpiredQueued numbers whose hold-back is over: beyond that, expired
+// numbers leave it for a second bitmap of free numbers, so a burst of releases that is not
+// followed by as many gets costs a bit per number once it has expired, not a queue entry.
 //
 // Numbers are signed 64-bit so that invalidNumber() (-1) can never be in a range; a range
 // may reach up to INT64_MAX.
@@ -28,6 +31,8 @@ class NumAllocator : public Qor::PtrInterface {
  public:
   using Number = int64_t;
   static constexpr Number invalidNumber() noexcept { return -1; }
+  // Expired numbers the FIFO keeps before it moves the oldest ones to the free bitmap.
+  static constexpr size_t kExpiredQueued = 1024;
 
   NumAllocator(NumAllocatorConfig const& config, Qor::Ptr<TimerWheel> timerWheel);
 
@@ -46,6 +51,9 @@ class NumAllocator : public Qor::PtrInterface {
   };
 
   void inUseIs(Number n, bool inUse);
+  // Moves expired numbers from the FIFO's front to the free bitmap while it is over the bound.
+  void dropExpired();
+  Number takeFree();
 
   NumAllocatorConfig config_;
   Qor::Ptr<TimerWheel> timerWheel_;
@@ -54,6 +62,10 @@ class NumAllocator : public Qor::PtrInterface {
   std::deque<Released> released_;
   // Bit (n - first) for every n in [first, nextUnused_).
   std::vector<uint64_t> inUseBits_;
+  // Same indexing: released, expired numbers that left the FIFO; grown on demand.
+  std::vector<uint64_t> freeBits_;
+  uint64_t freeBitCount_ = 0;
+  size_t freeScan_ = 0;  // no word of freeBits_ below this one has a bit set
 };
 
 }  // namespace Keel

@@ -72,6 +72,21 @@ TEST_F(HwTunnelIdQueueTest, StoreAtIndexExtendsTheTailAndIndexesWrapAroundInOrde
   EXPECT_TRUE(queue->hwTunnelId().empty());
 }
 
+// An index behind the head puts the element first: the head moves back to it, and the
+// range never turns inside out (a tail below the head would send dequeue round 2^32 holes).
+TEST_F(HwTunnelIdQueueTest, StoreBehindTheHeadBecomesTheNewHead) {
+  for (uint32_t n = 0; n < 4; ++n) queue->hwTunnelIdEnq(id(n + 10));
+  queue->hwTunnelIdDeq();
+  queue->hwTunnelIdDeq();
+  queue->hwTunnelIdIs(0, id(9));
+  ASSERT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(0, 4));
+  queue->hwTunnelIdIs(0xfffffffeu, id(8));  // behind the head across the wrap
+  ASSERT_EQ(queue->hwTunnelIdMetadata(), HwTunnelIdMetadata(0xfffffffeu, 4));
+  EXPECT_EQ(entries(), (Entries{{0xfffffffeu, id(8)}, {0, id(9)}, {2, id(12)}, {3, id(13)}}));
+  for (uint32_t n : {8, 9, 12, 13}) EXPECT_EQ(queue->hwTunnelIdDeq(), id(n));
+  EXPECT_FALSE(queue->hwTunnelIdDeq().valid());
+}
+
 TEST_F(HwTunnelIdQueueTest, NotifiesElementThenMetadataOnlyWhenItMoves) {
   for (uint32_t n = 1; n <= 3; ++n) queue->hwTunnelIdEnq(id(n));
   auto log = AttributeLog::watch(queue.get());
