@@ -7,8 +7,11 @@
 #include <string_view>
 
 #include "Qor/Enum.h"
+#include "Qor/Strep.h"
 
 namespace Evpn {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum EncapType : uint8_t {
   encapTypeNone = 0,

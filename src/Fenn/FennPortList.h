@@ -10,9 +10,12 @@
 
 #include "Ostra/IntfId.h"
 #include "Qor/Parser.h"
+#include "Qor/Strep.h"
 #include "Qor/String.h"
 
 namespace Fenn {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 class FennPortList {
  public:

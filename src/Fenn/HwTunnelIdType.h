@@ -8,8 +8,11 @@
 #include <string_view>
 
 #include "Qor/Enum.h"
+#include "Qor/Strep.h"
 
 namespace Fenn {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum HwTunnelIdType : uint8_t {
   hwTunnelIdTypeDefault = 0,

@@ -18,9 +18,12 @@
 #include "Ostra/MplsLabel.h"
 #include "Qor/Enum.h"
 #include "Qor/Record.h"
+#include "Qor/Strep.h"
 #include "Tunnel/TunnelId.h"
 
 namespace Fenn {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 using Tunnel::TunnelTable::TunnelId;
 

@@ -104,7 +104,7 @@ class EvpnFloodSetFecSm::QorVlanFloodSetHwStatus
 class EvpnFloodSetFecSm::QorHwTunnelIdMapping : public TunnelIdToHwTunnelIdReactor<EvpnFloodSetFecSm> {
  public:
   using TableReactor::TableReactor;
-  void notify(TunnelId const& tunnelId) override {
+  void tunnelIdToHwTunnelIdNotify(TunnelId const& tunnelId) override {
     if (sm()->initialized()) sm()->handleHwTunnelIdMapping(tunnelId);
   }
 };

@@ -172,6 +172,7 @@ void EvpnHwTunnelIdSm::handleInitialized() {
   QTRACE(8, "EvpnHwTunnelIdSm::", "handleInitialized");
   // Rows of a previous run name IDs of a helper that no longer holds them.
   tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdDelAll();
+  tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdControlIs(QorVasp::CollectionControl(scheduler_));
   reviewUnprogrammedIs(scheduler_, acsd_->reviewTaskPriority(), reviewUnprogrammedTaskName);
   for (auto const& esIntfId : evpnStatus_->ethernetSegmentStatus().keys()) processSegmentStatus(esIntfId);
   for (auto const& tunnelId : remoteInfo_->remoteTunnelId().keys()) publishHwTunnelId(tunnelId);

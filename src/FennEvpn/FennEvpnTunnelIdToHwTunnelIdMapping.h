@@ -40,12 +40,28 @@ class TunnelIdToHwTunnelIdMapping : public Vasp::Table<TunnelId, TunnelIdToHwTun
   // Removes the row and returns it (the empty row when there was none).
   TunnelIdToHwTunnelId tunnelIdToHwTunnelIdDel(TunnelId const& tunnelId) { return rowDel(tunnelId); }
   void tunnelIdToHwTunnelIdDelAll() { rowDelAll(); }
+
+  // The writer's control object: once set, readers hear when a burst of changes has ended.
+  QorVasp::CollectionControl const& tunnelIdToHwTunnelIdControl() const noexcept { return control(); }
+  void tunnelIdToHwTunnelIdControlIs(QorVasp::CollectionControl const& control) { controlIs(control); }
 };
 
-// A reader's reactor: notify(tunnelId) per changed row, notifyMountStatus(),
-// notifyQuiesced(bool).
+// A reader's reactor, with the table's reader callbacks: tunnelIdToHwTunnelIdNotify(tunnelId)
+// per changed row (a new reactor hears every row once), and the mount-state and end-of-burst
+// callbacks, which do nothing unless overridden.
 template <class Sm>
-using TunnelIdToHwTunnelIdReactor = Vasp::TableReactor<TunnelIdToHwTunnelIdMapping, Sm>;
+class TunnelIdToHwTunnelIdReactor : public Vasp::TableReactor<TunnelIdToHwTunnelIdMapping, Sm> {
+ public:
+  using Vasp::TableReactor<TunnelIdToHwTunnelIdMapping, Sm>::TableReactor;
+  virtual void tunnelIdToHwTunnelIdNotify(TunnelId const& tunnelId) = 0;
+  virtual void tunnelIdToHwTunnelIdNotifyMountStatus() {}
+  virtual void tunnelIdToHwTunnelIdNotifyQuiesced(bool) {}
+
+ private:
+  void notify(TunnelId const& tunnelId) final { tunnelIdToHwTunnelIdNotify(tunnelId); }
+  void notifyMountStatus() final { tunnelIdToHwTunnelIdNotifyMountStatus(); }
+  void notifyQuiesced(bool quiesced) final { tunnelIdToHwTunnelIdNotifyQuiesced(quiesced); }
+};
 
 Qor::Ptr<TunnelIdToHwTunnelIdMapping> tunnelIdToHwTunnelIdMappingFactory(
     Qor::String name = Qor::String(TunnelIdToHwTunnelIdMapping::defaultName));

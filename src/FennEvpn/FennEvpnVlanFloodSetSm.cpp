@@ -39,7 +39,7 @@ struct EvpnVlanFloodSetSm::FloodSetHooks : FloodSetHookDefaults {
 class EvpnVlanFloodSetSm::QorHwTunnelIdMapping : public TunnelIdToHwTunnelIdReactor<EvpnVlanFloodSetSm> {
  public:
   using TableReactor::TableReactor;
-  void notify(TunnelId const& tunnelId) override {
+  void tunnelIdToHwTunnelIdNotify(TunnelId const& tunnelId) override {
     if (sm()->initialized()) sm()->handleHwTunnelIdMapping(tunnelId);
   }
 };

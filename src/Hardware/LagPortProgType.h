@@ -9,8 +9,11 @@
 #include <string_view>
 
 #include "Qor/Enum.h"
+#include "Qor/Strep.h"
 
 namespace Hardware::Lag {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum PortProgType : uint8_t {
   portProgTypeRxTx = 0,

@@ -19,8 +19,11 @@
 #include "L2Rib/MplsDest.h"
 #include "L2Rib/VxlanDest.h"
 #include "Ostra/IntfId.h"
+#include "Qor/Strep.h"
 
 namespace L2Rib {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 class Dest {
  public:

@@ -7,8 +7,11 @@
 #include <string_view>
 
 #include "Qor/Enum.h"
+#include "Qor/Strep.h"
 
 namespace L2Rib {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum DestType : uint8_t {
   destTypeInvalid_ = 0,

@@ -9,8 +9,11 @@
 #include "L2Rib/Dest.h"
 #include "Ostra/EthAddr.h"
 #include "Qor/Attribute.h"
+#include "Qor/Strep.h"
 
 namespace L2Rib {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum FloodSetType : uint8_t {
   floodSetTypeInvalid = 0,

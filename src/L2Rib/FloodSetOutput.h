@@ -10,8 +10,11 @@
 #include "L2Rib/VlanFloodSet.h"
 #include "Qor/Attribute.h"
 #include "Qor/Ptr.h"
+#include "Qor/Strep.h"
 
 namespace L2Rib {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum FloodSetSource : uint8_t {
   floodSetSourceInvalid = 0,

@@ -9,8 +9,11 @@
 #include <string_view>
 
 #include "L2Rib/ObjTuple.h"
+#include "Qor/Strep.h"
 
 namespace L2Rib {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum HostSource : uint8_t {
   hostSourceInvalid = 0,

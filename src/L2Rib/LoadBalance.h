@@ -10,8 +10,11 @@
 
 #include "L2Rib/EcmpIndex.h"
 #include "L2Rib/ObjTuple.h"
+#include "Qor/Strep.h"
 
 namespace L2Rib {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 class LoadBalance {
  public:

@@ -13,8 +13,11 @@
 #include "Ostra/NumericValue.h"
 #include "Qor/Enum.h"
 #include "Qor/Record.h"
+#include "Qor/Strep.h"
 
 namespace L2Rib {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum TableType : uint8_t {
   tableTypeInvalid_ = 0,

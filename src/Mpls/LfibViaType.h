@@ -7,8 +7,11 @@
 #include <string_view>
 
 #include "Qor/Enum.h"
+#include "Qor/Strep.h"
 
 namespace Mpls {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum LfibViaType : uint8_t {
   lfibViaTypeInvalid = 0,

@@ -20,10 +20,13 @@
 
 #include "Qor/Hash.h"
 #include "Qor/Parser.h"
+#include "Qor/Strep.h"
 #include "Qor/String.h"
 #include "Tunnel/TunnelId.h"
 
 namespace Ostra {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 class IntfId {
  public:

@@ -13,9 +13,12 @@
 #include <string_view>
 
 #include "Qor/Parser.h"
+#include "Qor/Strep.h"
 #include "Qor/String.h"
 
 namespace Ostra {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 class IpGenAddr {
  public:

@@ -12,8 +12,11 @@
 #include "Ostra/MplsLabel.h"
 #include "Qor/Enum.h"
 #include "Qor/Record.h"
+#include "Qor/Strep.h"
 
 namespace Ostra {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum MplsAction : uint8_t {
   mplsActionNone = 0,

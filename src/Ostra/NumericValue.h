@@ -20,9 +20,12 @@
 
 #include "Qor/Hash.h"
 #include "Qor/Parser.h"
+#include "Qor/Strep.h"
 #include "Qor/String.h"
 
 namespace Ostra {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 template <class Self, class Rep>
 class NumericValue {

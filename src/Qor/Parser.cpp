@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <charconv>
+#include <cmath>
 
 namespace Qor {
 
@@ -45,8 +46,13 @@ uint64_t Parser::parseUnsigned(uint64_t max, std::string_view what) {
 }
 
 int64_t Parser::parseSigned(std::string_view what) {
+  auto const start = cur_;
   bool const negative = tryConsume("-");
   uint64_t const magnitude = parseUnsigned(negative ? uint64_t(INT64_MAX) + 1 : INT64_MAX, what);
+  if (negative && magnitude == 0) {
+    cur_ = start;
+    fail(what);
+  }
   return negative ? static_cast<int64_t>(0 - magnitude) : static_cast<int64_t>(magnitude);
 }
 
@@ -54,8 +60,20 @@ double Parser::parseDouble(std::string_view what) {
   if (atEnd()) fail(what);
   double value = 0;
   auto [ptr, ec] = std::from_chars(&*cur_, &*cur_ + (end_ - cur_), value);
-  if (ec != std::errc()) fail(what);
+  if (ec != std::errc() || !std::isfinite(value)) fail(what);
   cur_ += ptr - &*cur_;
+  return value;
+}
+
+double Parser::parseExactDouble(std::string_view what) {
+  auto const start = cur_;
+  double const value = parseDouble(what);
+  String canonical;
+  printDouble(canonical, value);
+  if (std::string_view(&*start, static_cast<size_t>(cur_ - start)) != canonical) {
+    cur_ = start;
+    fail(what);
+  }
   return value;
 }
 
@@ -68,7 +86,11 @@ String Parser::parseQuoted(std::string_view what) {
       return out;
     }
     if (*it == '\\') {
-      if (++it == end_) break;
+      // Only the two escapes printQuoted writes: any other would give a value a second text.
+      if (++it == end_ || (*it != '\'' && *it != '\\')) {
+        cur_ = it - 1;
+        fail("\\' or \\\\ (the only escapes)");
+      }
     }
     out += *it;
   }
@@ -82,6 +104,12 @@ std::string_view Parser::parseIdentifier(std::string_view what) {
   std::string_view id(&*cur_, static_cast<size_t>(it - cur_));
   cur_ = it;
   return id;
+}
+
+void printDouble(std::string& out, double v) {
+  char buf[32];
+  auto const r = std::to_chars(buf, buf + sizeof buf, v + 0.0);  // + 0.0 turns -0 into 0
+  out.append(buf, r.ptr);
 }
 
 void printQuoted(std::string& out, std::string_view s) {

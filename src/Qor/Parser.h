@@ -44,9 +44,13 @@ class Parser {
 
   // Decimal, no sign, no leading blanks, no leading zeros except "0" itself; at most `max`.
   uint64_t parseUnsigned(uint64_t max = UINT64_MAX, std::string_view what = "an unsigned number");
+  // As parseUnsigned, with an optional '-' before a number other than 0 ("-0" is refused).
   int64_t parseSigned(std::string_view what = "a number");
+  // A finite decimal number in any spelling std::from_chars reads ("inf", "nan" refused).
   double parseDouble(std::string_view what = "a number");
-  // A single-quoted string; backslash escapes a quote or a backslash.
+  // A finite number spelt exactly as printDouble writes it: one text per value.
+  double parseExactDouble(std::string_view what = "a number");
+  // A single-quoted string; a backslash escapes a quote or a backslash, and nothing else.
   String parseQuoted(std::string_view what = "a quoted string");
   // Letters, digits and underscores (enumerator names).
   std::string_view parseIdentifier(std::string_view what = "a name");
@@ -61,5 +65,8 @@ class Parser {
 
 // Writes `s` single-quoted with the escapes that parseQuoted reads back.
 void printQuoted(std::string& out, std::string_view s);
+// Writes the shortest text that reads back as `v` (std::to_chars: locale-independent, "1e-07",
+// "0.1", "250"); -0 is written as 0.
+void printDouble(std::string& out, double v);
 
 }  // namespace Qor

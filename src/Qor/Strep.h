@@ -28,7 +28,8 @@ void printValue(String& out, T const& v) {
   } else if constexpr (std::is_integral_v<T>) {
     out += std::to_string(v);
   } else if constexpr (std::is_floating_point_v<T>) {
-    out += std::to_string(v);
+    static_assert(std::is_same_v<T, double>, "text forms carry doubles only: one text per value");
+    printDouble(out, v);
   } else if constexpr (RegisteredEnum<T>) {
     out += enumName(v);
   } else if constexpr (std::is_convertible_v<T const&, std::string_view>) {
@@ -54,7 +55,7 @@ T parseValue(Parser& p) {
     }
     return static_cast<T>(v);
   } else if constexpr (std::is_floating_point_v<T>) {
-    return static_cast<T>(p.parseDouble());
+    return p.parseExactDouble();
   } else if constexpr (RegisteredEnum<T>) {
     auto const pos = p.position();
     auto const name = p.parseIdentifier();
@@ -77,19 +78,33 @@ String valueToStrep(T const& v) {
   return out;
 }
 
-// Parses the whole of `text` as a T; trailing text is an error.
+// Parses the whole character sequence [begin, end) as a T; trailing text is an error.
 template <class T>
-T strepToValue(std::string_view text) {
-  Parser p(text);
+T sequenceToValue(Parser::Iterator begin, Parser::Iterator end) {
+  Parser p(begin, end);
   T v = parseValue<T>(p);
   p.expectEnd();
   return v;
 }
 
-// Stream output of any printable value type (used by trace and by tests).
+template <class T>
+T strepToValue(std::string_view text) {
+  return sequenceToValue<T>(text.begin(), text.end());
+}
+
+// Stream output of value types and registered enumerations, in their text forms. Each
+// namespace that declares such types names these with `using Qor::operator<<;` so that
+// argument-dependent lookup finds them from any namespace (`std::cout << tunnelId`).
 template <Printable T>
 std::ostream& operator<<(std::ostream& os, T const& v) {
   return os << valueToStrep(v);
+}
+// An enumerator prints by name; a number that names none prints as the number, as in trace.
+template <RegisteredEnum E>
+std::ostream& operator<<(std::ostream& os, E e) {
+  auto const i = static_cast<size_t>(e);
+  if (i < EnumTraits<E>::names.size()) return os << EnumTraits<E>::names[i];
+  return os << i;
 }
 
 }  // namespace Qor

@@ -12,12 +12,15 @@
 #include <vector>
 
 #include "Qor/Parser.h"
+#include "Qor/Strep.h"
 #include "Qor/String.h"
 #include "Vasp/FibFecId.h"
 #include "Vasp/FibVia.h"
 #include "Vasp/FibViaIndex.h"
 
 namespace Vasp::Fib {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 class Fec {
  public:

@@ -5,6 +5,9 @@
 // (mountStateAttr) and of the end of a burst of changes (quiescedAttr). TableReactor turns
 // these into the reader-side callbacks notify(key), notifyMountStatus(), notifyQuiesced().
 //
+// The writer may set a QorVasp::CollectionControl (controlIs), after which bursts of changes
+// are announced to readers as notifyQuiesced(false) ... notifyQuiesced(true).
+//
 // Rows are plain values that carry their own key (`row.key()`); a default-constructed row
 // stands for "no row". Storage lives while at least one handle is open, as an unlinked
 // shared-memory segment would.
@@ -17,9 +20,13 @@
 
 #include "Qor/Attribute.h"
 #include "Qor/Enum.h"
+#include "Qor/Strep.h"
 #include "Qor/String.h"
+#include "Vasp/CollectionControl.h"
 
 namespace Vasp {
+
+using Qor::operator<<;  // text forms on std::ostream, found by argument-dependent lookup
 
 enum class Mode { writer, reader };
 
@@ -157,15 +164,34 @@ class Table : public Qor::Entity {
   // Tells every reader that a burst of changes has ended.
   void quiesce() {
     if (mode_ != Mode::writer) throw ReadOnlyError("write to read-only Vasp table");
-    bool const quiesced = true;
-    for (auto* h : handlesSnapshot()) h->notify(quiescedAttr, quiesced);
+    broadcastQuiesced(true);
+  }
+
+  QorVasp::CollectionControl const& control() const noexcept { return control_; }
+  // Writer only: from now on, bursts of changes end with a quiesced notification run on the
+  // control's scheduler.
+  void controlIs(QorVasp::CollectionControl const& control) {
+    if (mode_ != Mode::writer) throw ReadOnlyError("write to read-only Vasp table");
+    if (control == control_) return;
+    control_ = control;
+    endOfBurst_ = control.valid()
+                      ? Qor::Ptr<Keel::Task>(new Keel::Task(control.scheduler(), control.endOfBurstPriority(),
+                                                            "endOfBurst", [this] { quiesce(); }))
+                      : nullptr;
   }
 
  private:
   std::vector<Table*> handlesSnapshot() const { return storage_->handles; }
   void broadcastKey(K const& k) {
+    if (endOfBurst_ && !endOfBurst_->taskScheduled()) {
+      endOfBurst_->scheduleTask();
+      broadcastQuiesced(false);
+    }
     K const copy = k;
     for (auto* h : handlesSnapshot()) h->notify(rowAttr, copy);
+  }
+  void broadcastQuiesced(bool quiesced) {
+    for (auto* h : handlesSnapshot()) h->notify(quiescedAttr, quiesced);
   }
   void broadcastMountState() {
     for (auto* h : handlesSnapshot()) h->notify(mountStateAttr);
@@ -173,6 +199,8 @@ class Table : public Qor::Entity {
 
   Mode mode_;
   Storage<K, Row>* storage_;
+  QorVasp::CollectionControl control_;
+  Qor::Ptr<Keel::Task> endOfBurst_;
 };
 
 // Reader-side callbacks of a table, for a state machine's nested reactor.

@@ -280,6 +280,34 @@ TEST_F(LifecycleTest, DestructionRemovesRowsAndGivesEveryIdBack) {
   EXPECT_EQ(freeCount(hwTunnelIdTypeDefault), 2u);
 }
 
+// A reader of the published table, through the table's own callback names.
+class TableLog : public Fenn::TunnelIdToHwTunnelIdReactor<Qor::StateMachine> {
+ public:
+  using TunnelIdToHwTunnelIdReactor::TunnelIdToHwTunnelIdReactor;
+  void tunnelIdToHwTunnelIdNotify(TunnelId const& tunnelId) override {
+    log.push_back(Qor::valueToStrep(tunnelId));
+  }
+  void tunnelIdToHwTunnelIdNotifyQuiesced(bool quiesced) override {
+    log.push_back(quiesced ? "quiesced" : "busy");
+  }
+  std::vector<std::string> log;
+};
+
+TEST_F(LifecycleTest, ReadersHearWhenEachBurstOfTableChangesEnds) {
+  freeIds({defaultId(1), defaultId(2)});
+  auto reader = Fenn::tunnelIdToHwTunnelIdMappingReaderFactory();
+  auto heard = Qor::newReactor<TableLog>(reader.get(), nullptr);
+  start();
+  floodInc(10);
+  floodInc(11);
+  scheduler->runReady();
+  floodInc(10);  // the table does not change: no burst
+  scheduler->runReady();
+  EXPECT_EQ(heard->log, (std::vector<std::string>{"busy", Qor::valueToStrep(tunnel(10)),
+                                                  Qor::valueToStrep(tunnel(11)), "quiesced"}));
+  EXPECT_TRUE(table->tunnelIdToHwTunnelIdControl().valid());
+}
+
 using OverflowDeathTest = Harness;
 
 TEST_F(OverflowDeathTest, DefaultPoolExhaustionAbortsOutsideSimulationOnly) {

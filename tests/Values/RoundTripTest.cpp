@@ -1,19 +1,37 @@
-// Printing then parsing gives back an equal value, for many random values of every type.
+// Every value type, over many random values: printing then parsing gives back an equal
+// value; and the parsers' fuzz property, that a random corruption of a valid text either
+// fails to parse or parses to a value that prints as exactly that text and parses again to
+// the same value. Together: each value has one text, both ways.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
+#include <exception>
 #include <iostream>
+#include <optional>
 #include <random>
+#include <string>
 
 #include "Bridging/MacVlanPair.h"
 #include "Bridging/VlanIdOrNone.h"
+#include "Evpn/EncapTypeLabel.h"
+#include "Evpn/SharedEsiLabel.h"
+#include "Fenn/FecIdToHwFecIdResponse.h"
+#include "Fenn/FennPortList.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnHwTunnelIdQueue.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
+#include "Hardware/LagPortProgType.h"
+#include "Keel/NumAllocatorConfig.h"
+#include "Keel/NumAllocatorStatus.h"
 #include "L2Rib/ChainTables.h"
 #include "L2Rib/Dest.h"
+#include "L2Rib/FloodSetOutput.h"
 #include "Ostra/IpGenAddr.h"
 #include "Ostra/MplsLabelAndAction.h"
 #include "Qor/Strep.h"
+#include "Vasp/FibFec.h"
+#include "Vasp/Table.h"
 
 namespace {
 
@@ -81,18 +99,102 @@ class RoundTrip : public ::testing::Test {
     return lb;
   }
 
+  template <class E>
+  E enumerator() {
+    return static_cast<E>(below(Qor::EnumTraits<E>::names.size()));
+  }
+  // Mostly small numbers, where spellings such as "-0" and "00" live.
+  template <class I>
+  I integer() {
+    auto const u = below(4) ? below(10) : rng_();
+    return below(2) ? static_cast<I>(u) : static_cast<I>(0 - u);
+  }
+  double real() {
+    double const kinds[] = {
+        static_cast<double>(integer<int32_t>()), 1.0 / static_cast<double>(1 + below(1000)),
+        std::ldexp(static_cast<double>(rng_() >> 11), static_cast<int>(below(200)) - 100)};
+    return kinds[below(std::size(kinds))];
+  }
+  Qor::String text() {
+    static constexpr std::string_view chars = "ab'\\ 01";
+    Qor::String s;
+    for (auto n = below(6); n > 0; --n) s += chars[below(chars.size())];
+    return s;
+  }
+  Vasp::Fib::FecId fecId() { return Vasp::Fib::FecId(static_cast<uint8_t>(below(256)), below(1000)); }
+  Vasp::Fib::Via via() {
+    Vasp::Fib::Via v;
+    v.intfIdIs(intfId());
+    v.fecIdIs(fecId());
+    v.labelAndActionIs(Ostra::MplsLabelAndAction(label(), enumerator<Ostra::MplsAction>()));
+    v.mplsLabelIs(label());
+    v.weightIs(integer<uint32_t>());
+    v.backupIs(below(2));
+    return v;
+  }
+
+  // A few random edits of a valid text, from characters that spell numbers, names and quotes.
+  std::string mutate(std::string text) {
+    static constexpr std::string_view chars = "0123456789-+.eEinfaxT'\\ :/,[]";
+    for (auto edits = 1 + below(2); edits > 0; --edits) {
+      size_t const pos = below(text.size() + 1);
+      char const c = chars[below(chars.size())];
+      switch (below(3)) {
+        case 0:
+          text.insert(pos, 1, c);
+          break;
+        case 1:
+          if (pos < text.size()) text.erase(pos, 1);
+          break;
+        default:
+          if (pos < text.size()) text[pos] = c;
+      }
+    }
+    return text;
+  }
+
   template <class Make>
   void roundTrip(Make make) {
+    using T = std::remove_cvref_t<decltype(make())>;
     for (int i = 0; i < 2000; ++i) {
-      auto const v = make();
-      auto const text = Qor::valueToStrep(v);
-      ASSERT_EQ(Qor::strepToValue<std::remove_cvref_t<decltype(v)>>(text), v) << text;
+      T const v = make();
+      std::string const text = Qor::valueToStrep(v);
+      ASSERT_EQ(Qor::strepToValue<T>(text), v) << text;
+
+      std::string const mutated = mutate(text);
+      std::optional<T> parsed;
+      try {
+        parsed = Qor::strepToValue<T>(mutated);
+      } catch (std::exception const&) {
+        continue;  // rejected: fine
+      }
+      std::string const printed = Qor::valueToStrep(*parsed);
+      ASSERT_EQ(printed, mutated) << "a second text for the value of " << text;
+      ASSERT_EQ(Qor::strepToValue<T>(printed), *parsed) << printed;
     }
   }
 
   static constexpr uint64_t seed = 0x5eed0001;
   std::mt19937_64 rng_;
 };
+
+TEST_F(RoundTrip, ScalarsAndEnumerations) {
+  roundTrip([&] { return integer<int32_t>(); });
+  roundTrip([&] { return integer<int64_t>(); });
+  roundTrip([&] { return integer<uint32_t>(); });
+  roundTrip([&] { return integer<uint64_t>(); });
+  roundTrip([&] { return real(); });
+  roundTrip([&] { return below(2) == 1; });
+  roundTrip([&] { return text(); });
+  roundTrip([&] { return enumerator<Tunnel::TunnelType>(); });
+  roundTrip([&] { return enumerator<L2Rib::DestType>(); });
+  roundTrip([&] { return enumerator<L2Rib::FloodSetType>(); });
+  roundTrip([&] { return enumerator<L2Rib::FloodSetSource>(); });
+  roundTrip([&] { return enumerator<L2Rib::HostSource>(); });
+  roundTrip([&] { return enumerator<Evpn::EncapType>(); });
+  roundTrip([&] { return enumerator<Vasp::MountState>(); });
+  roundTrip([&] { return enumerator<Hardware::Lag::PortProgType>(); });
+}
 
 TEST_F(RoundTrip, PlatformTypes) {
   roundTrip([&] { return tunnelId(); });
@@ -106,6 +208,26 @@ TEST_F(RoundTrip, PlatformTypes) {
   roundTrip([&] { return hwTunnelId(); });
   roundTrip([&] { return dest(); });
   roundTrip([&] { return Ostra::MplsLabelAndAction(label(), static_cast<Ostra::MplsAction>(below(4))); });
+  roundTrip([&] { return Keel::NumAllocatorConfig(Keel::Range(rng_(), rng_()), real()); });
+  roundTrip([&] { return Keel::NumAllocatorStatus(rng_(), below(9), rng_(), below(9)); });
+  roundTrip([&] { return Evpn::EncapTypeLabel(enumerator<Evpn::EncapType>(), integer<uint32_t>()); });
+  roundTrip([&] { return Evpn::SharedEsiLabel(label(), below(2)); });
+  roundTrip([&] { return L2Rib::LabelId(integer<uint32_t>()); });
+  roundTrip([&] { return fecId(); });
+  roundTrip([&] { return via(); });
+  roundTrip([&] {
+    Vasp::Fib::Fec fec(fecId());
+    for (uint64_t i = 0, n = below(3); i < n; ++i) fec.viaIs(Vasp::Fib::ViaIndex(i), via());
+    return fec;
+  });
+  roundTrip([&] { return Fenn::FecToHwFecId(fecId(), rng_(), intfId()); });
+  roundTrip([&] {
+    Fenn::FennPortList ports;
+    for (auto n = below(4); n > 0; --n)
+      ports.portIs(Ostra::IntfId::ethernet(static_cast<uint32_t>(1 + below(9))));
+    return ports;
+  });
+  roundTrip([&] { return FennHelper::HwTunnelIdMetadata(integer<uint32_t>(), integer<uint32_t>()); });
 }
 
 TEST_F(RoundTrip, ChainTypes) {

@@ -4,12 +4,14 @@
 // are rejected.
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "Bridging/VlanIdOrNone.h"
 #include "Fenn/HwTunnelId.h"
 #include "FennEvpn/FennEvpn.h"
+#include "Keel/NumAllocatorConfig.h"
 #include "L2Rib/Dest.h"
 #include "Ostra/EthAddr.h"
 #include "Ostra/IntfId.h"
@@ -43,6 +45,17 @@ TEST(PlatformTextForm, NumbersPrintAsPlainDecimal) {
   expectTextForm(MplsLabel(1048576), "1048576");
   expectTextForm(evpnTunnel, "246290604621827");
   expectTextForm(TunnelId(), "0");
+}
+
+TEST(PlatformTextForm, DoublesPrintTheShortestTextThatReadsBack) {
+  expectTextForm(1e-7, "1e-07");
+  expectTextForm(0.1, "0.1");
+  expectTextForm(250.0, "250");
+  expectTextForm(-2.5, "-2.5");
+  expectTextForm(Keel::NumAllocatorConfig(Keel::Range(0, 9), 0.5),
+                 "Value('Keel::NumAllocatorConfig', ** {'range': Value('Keel::Range', ** {'first': 0, "
+                 "'last': 9}), 'expiryTime': 0.5})");
+  EXPECT_EQ(Qor::valueToStrep(-0.0), "0");
 }
 
 TEST(PlatformTextForm, InterfacesPrintAsQuotedNames) {
@@ -99,6 +112,20 @@ TEST(LibraryTextForm, KeysAndRowsPrintFieldsInDeclarationOrder) {
             "key: 35184372088839 hwTunnelId: hwTunnelIdTypeDefault 5");
 }
 
+// This file's tests live outside namespace Qor: only argument-dependent lookup finds the
+// stream operators here, as in a program that embeds the library.
+TEST(LibraryTextForm, ValuesAndEnumerationsPrintTheirTextFormsOnAStream) {
+  std::ostringstream os;
+  os << ldpTunnel << ' ' << VlanId(10) << ' ' << IntfId::ethernet(1) << ' ' << Fenn::notProgrammed << ' '
+     << Fenn::hwTunnelIdTypeSharedEs << ' ' << Fenn::HwTunnelId(Fenn::hwTunnelIdTypeDefault, 5) << ' '
+     << L2Rib::destTypeMpls_ << ' ' << static_cast<Fenn::HwProgrammingStatus>(7);
+  EXPECT_EQ(os.str(),
+            "35184372088839 10 'Ethernet1' notProgrammed hwTunnelIdTypeSharedEs "
+            "Value('Fenn::HwTunnelId', ** {'type': hwTunnelIdTypeDefault, 'id': 5}) destTypeMpls_ 7");
+  std::string_view const text = "invalidHwId";
+  EXPECT_EQ(Qor::sequenceToValue<Fenn::HwProgrammingStatus>(text.begin(), text.end()), Fenn::invalidHwId);
+}
+
 TEST(LibraryTextForm, ProgrammingStatusConvertsByNumberAndName) {
   EXPECT_EQ(Fenn::stringValue(Fenn::invalidHwId), "invalidHwId");
   EXPECT_EQ(Fenn::HwProgrammingStatusInstance(1u), Fenn::notProgrammed);
@@ -123,6 +150,16 @@ TEST_F(ParseRejection, NumbersOutOfRangeOrMisspelled) {
   expectRejected<Bridging::VlanIdOrNone>({"4095"});
   expectRejected<MplsLabel>({"1048577"});
   expectRejected<TunnelId>({"4503599627370496"});  // type 256
+  expectRejected<int32_t>({"-0", "+0", "-01", "2147483648", "0x10"});
+  // One text per double: the shortest that reads back, nothing else and nothing infinite.
+  expectRejected<double>({".5", "0.50", "5e-1", "5E-01", "1e-7", "0.0000001", "-0", "nan", "inf", "-inf",
+                          "infinity", "1e400", "+1", " 1"});
+}
+
+TEST_F(ParseRejection, QuotedTextTakesOnlyTheEscapesThePrinterWrites) {
+  EXPECT_EQ(Qor::strepToValue<Qor::String>("'a\\'b\\\\'"), "a'b\\");
+  expectRejected<Qor::String>({"'Tunne\\l7877'", "'\\n'", "'a\\'", "'\\\"'"});
+  expectRejected<IntfId>({"'Tunne\\l7877'", "'\\Cpu'"});
 }
 
 TEST_F(ParseRejection, NamesAndAddressesInOtherSpellings) {
