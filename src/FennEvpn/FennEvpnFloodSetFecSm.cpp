@@ -103,7 +103,7 @@ class EvpnFloodSetFecSm::QorVlanFloodSetHwStatus
 
 class EvpnFloodSetFecSm::QorHwTunnelIdMapping : public TunnelIdToHwTunnelIdReactor<EvpnFloodSetFecSm> {
  public:
-  using TableReactor::TableReactor;
+  using TunnelIdToHwTunnelIdReactor::TunnelIdToHwTunnelIdReactor;
   void tunnelIdToHwTunnelIdNotify(TunnelId const& tunnelId) override {
     if (sm()->initialized()) sm()->handleHwTunnelIdMapping(tunnelId);
   }

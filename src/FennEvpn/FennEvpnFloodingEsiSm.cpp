@@ -94,8 +94,10 @@ class EvpnFloodingEsiSm::QorSegmentStatus
 
 class EvpnFloodingEsiSm::QorTunnelIdHwTunnelId : public TunnelIdToHwTunnelIdReactor<EvpnFloodingEsiSm> {
  public:
-  using TunnelIdToHwTunnelIdReactor<EvpnFloodingEsiSm>::TableReactor;
-  void notify(TunnelId const& tunnelId) override { sm()->handleTunnelIdMapping(tunnelId); }
+  using TunnelIdToHwTunnelIdReactor::TunnelIdToHwTunnelIdReactor;
+  void tunnelIdToHwTunnelIdNotify(TunnelId const& tunnelId) override {
+    sm()->handleTunnelIdMapping(tunnelId);
+  }
 };
 
 class EvpnFloodingEsiSm::QorEvpnLagMemberInfo : public Qor::ReactorOf<EvpnLagMemberInfo, EvpnFloodingEsiSm> {

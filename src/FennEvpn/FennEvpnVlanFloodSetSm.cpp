@@ -38,7 +38,7 @@ struct EvpnVlanFloodSetSm::FloodSetHooks : FloodSetHookDefaults {
 
 class EvpnVlanFloodSetSm::QorHwTunnelIdMapping : public TunnelIdToHwTunnelIdReactor<EvpnVlanFloodSetSm> {
  public:
-  using TableReactor::TableReactor;
+  using TunnelIdToHwTunnelIdReactor::TunnelIdToHwTunnelIdReactor;
   void tunnelIdToHwTunnelIdNotify(TunnelId const& tunnelId) override {
     if (sm()->initialized()) sm()->handleHwTunnelIdMapping(tunnelId);
   }
