@@ -454,4 +454,36 @@ void Switch::updateSupportedOnCreateEsiDataIs(bool supported) {
   floodingHardware_->updateSupportedOnCreateEsiDataIs(supported);
 }
 
+// Scenario controls over the library's own state.
+
+void Switch::floodSetDelWithDests(Bridging::VlanId vlan, Ostra::EthAddr mac) {
+  if (L2Rib::VlanFloodSet* vfs = floodSetOutput_->vlanFloodSet(vlan)) {
+    vfs->floodSetDel(mac);
+    if (vfs->floodSet().empty()) floodSetOutput_->vlanFloodSetDel(vlan);
+  }
+  settle();
+}
+
+std::vector<Qor::StateMachine*> Switch::stateMachines() const {
+  std::vector<Qor::StateMachine*> all = {remoteInfoFinderSm_.get(),
+                                         hwTunnelIdSm_.get(),
+                                         floodSetFilterSm_.get(),
+                                         floodSetFecSm_.get(),
+                                         vlanFloodSetSm_.get(),
+                                         esiFilteringDecapSm_.get(),
+                                         lagSm_.get(),
+                                         vlanMembershipSm_.get(),
+                                         floodingEsiSm_.get(),
+                                         tepSegmentSm_.get()};
+  std::erase(all, nullptr);
+  return all;
+}
+
+void Switch::reinitialize(Qor::StateMachine& sm) {
+  sm.initializedIs(false);
+  settle();
+  sm.initializedIs(true);
+  settle();
+}
+
 }  // namespace Sim

@@ -184,6 +184,9 @@ class Switch {
   void destDel(Bridging::VlanId vlan, Ostra::EthAddr mac, L2Rib::Dest const& dest);
   // Empties the flood set (as the RIB does) and removes it, and its VLAN flood set when empty.
   void floodSetDel(Bridging::VlanId vlan, Ostra::EthAddr mac);
+  // Removes the flood set while its destinations are still in it, as a RIB that drops a
+  // whole flood set at once does; its VLAN flood set goes too when it was the last.
+  void floodSetDelWithDests(Bridging::VlanId vlan, Ostra::EthAddr mac);
 
   // Control plane: EVPN status. A segment's peers are TEP interfaces with their ESI labels.
   void segmentIs(Ostra::IntfId intf, std::map<Ostra::IntfId, Ostra::MplsLabel> const& peers,
@@ -213,6 +216,12 @@ class Switch {
 
   // What the library publishes and keeps, as it stands, for tests and benchmarks.
   Fenn::EvpnRemoteInfo const* remoteInfo() const { return remoteInfo_.get(); }
+  Fenn::EvpnHwTunnelIdSm const* hwTunnelIdSm() const { return hwTunnelIdSm_.get(); }
+  // Every state machine, for steps that address one by its type name.
+  std::vector<Qor::StateMachine*> stateMachines() const;
+  // Sets `initialized` false and then true, settling after each, as an agent that
+  // re-initializes one state machine does.
+  void reinitialize(Qor::StateMachine& sm);
   Fenn::TunnelIdToHwTunnelIdMapping const* tunnelIdToHwTunnelId() const {
     return tunnelIdToHwTunnelId_.get();
   }

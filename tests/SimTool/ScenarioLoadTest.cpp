@@ -59,7 +59,7 @@ TEST_F(ScenarioLoadTest, NumbersMustBeFiniteAndTimeBounded) {
   EXPECT_EQ(error("steps:\n  - advance: 1e9\n  - advance: 0\n"), "");
 }
 
-TEST_F(ScenarioLoadTest, AmbiguousFilesAreRefused) {
+TEST_F(ScenarioLoadTest, BadFilesAreRefused) {
   struct Case {
     char const* text;
     char const* error;
@@ -74,6 +74,11 @@ TEST_F(ScenarioLoadTest, AmbiguousFilesAreRefused) {
        "s.yaml:5:7: duplicate key 'floodSets' (first at line 4)"},
       {"tunnels:\n  pe1: { index: 1 }\n  pe2: { type: tunnelTypeLdp, index: 1 }\nsteps: []\n",
        "s.yaml:3:3: PE 'pe2' has the tunnel of PE 'pe1'"},
+      {"tunnels: { pe1: { index: 1 } }\nsteps:\n  - expect: { fecs: { pe1 1001: done } }\n",
+       "s.yaml:3:33: expected answered or waiting"},
+      {"tunnels: { pe1: { index: 1 } }\nsteps:\n  - expect: { hwInfo: { pe2 1001: 7 } }\n",
+       "s.yaml:3:25: unknown tunnel 'pe2'"},
+      {"steps:\n  - print: [refCounts, fec]\n", "s.yaml:2:24: unknown table 'fec'"},
       {"", "s.yaml: the file is empty (a scenario needs at least 'steps')"},
       {"# only a comment\n", "s.yaml: the file is empty"},
   };

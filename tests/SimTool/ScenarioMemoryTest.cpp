@@ -46,7 +46,8 @@ void operator delete[](void* p, size_t) noexcept { uncounted(p); }
 namespace {
 
 TEST(ScenarioMemory, LoadingTakesASmallMultipleOfTheFileSize) {
-  auto const file = std::filesystem::temp_directory_path() / ("fenn-large-" + std::to_string(getpid()) + ".yaml");
+  auto const file =
+      std::filesystem::temp_directory_path() / ("fenn-large-" + std::to_string(getpid()) + ".yaml");
   {
     std::ofstream out(file);
     out << "tunnels:\n";

@@ -1,6 +1,7 @@
 #include "Runner.h"
 
 #include <algorithm>
+#include <map>
 
 #include "Report.h"
 
@@ -39,7 +40,9 @@ void Runner::apply(DestStep const& s) {
   s.add ? switch_->destIs(s.vlan, s.mac, s.dest) : switch_->destDel(s.vlan, s.mac, s.dest);
 }
 
-void Runner::apply(FloodSetDelStep const& s) { switch_->floodSetDel(s.vlan, s.mac); }
+void Runner::apply(FloodSetDelStep const& s) {
+  s.withDests ? switch_->floodSetDelWithDests(s.vlan, s.mac) : switch_->floodSetDel(s.vlan, s.mac);
+}
 
 void Runner::apply(SegmentStep const& s) { switch_->segmentIs(s.intf, s.peers, s.sharedEsiLabel); }
 
@@ -59,6 +62,7 @@ void Runner::apply(HardwareStep const& s) {
   if (s.fecResponseDelay) switch_->fecResponseDelayIs(*s.fecResponseDelay);
   if (s.withholdFecResponses) switch_->fecResponsesWithheldIs(*s.withholdFecResponses);
   if (s.floodSetCapacity) switch_->floodSetCapacityIs(*s.floodSetCapacity);
+  if (s.floodSetProgrammingPaused) switch_->floodSetProgrammingPausedIs(*s.floodSetProgrammingPaused);
   if (s.updateSupportedOnCreateEsiData)
     switch_->updateSupportedOnCreateEsiDataIs(*s.updateSupportedOnCreateEsiData);
 }
@@ -124,6 +128,120 @@ void Runner::apply(LfibStep const& s) {
 // Ethernet segment tracking per remote TEP.
 void Runner::apply(TunnelEndpointStep const& s) { switch_->tunnelEndpointIs(s.tunnelId, s.addr); }
 
+// The library's own state -------------------------------------------------------------
+
+namespace {
+// "Fenn::EvpnFloodSetFecSm" is addressed as "EvpnFloodSetFecSm".
+std::string_view shortName(Qor::StateMachine const& sm) {
+  std::string_view name = sm.fwkType();
+  auto const colons = name.rfind("::");
+  return colons == std::string_view::npos ? name : name.substr(colons + 2);
+}
+}  // namespace
+
+void Runner::apply(ReinitializeStep const& s) {
+  Qor::String known;
+  for (Qor::StateMachine* sm : switch_->stateMachines()) {
+    if (shortName(*sm) == s.stateMachine) {
+      switch_->reinitialize(*sm);
+      return;
+    }
+    known += (known.empty() ? "" : ", ") + Qor::String(shortName(*sm));
+  }
+  throw ScenarioError(*at_,
+                      "unknown state machine '" + s.stateMachine + "' (expected one of: " + known + ")");
+}
+
+std::vector<Qor::String> Runner::libraryRows(LibraryTable table, Sim::HardwareState const& state) const {
+  std::vector<Qor::String> rows;
+  auto via = [&](Tunnel::TunnelTable::TunnelId tunnelId, Ostra::MplsLabel label) {
+    return scenario_.tunnelName(tunnelId) + " " + std::to_string(label.value());
+  };
+  switch (table) {
+    case LibraryTable::refCounts:
+      for (auto const& [tunnelId, count] : switch_->remoteInfo()->remoteTunnelId())
+        rows.push_back(scenario_.tunnelName(tunnelId) + ": " + std::to_string(count));
+      break;
+    case LibraryTable::fecs:
+      for (auto const& f : state.fecs)
+        rows.push_back(via(f.tunnelId, f.label) + ": " + (f.answered ? "answered" : "waiting"));
+      break;
+    case LibraryTable::hwInfo:
+      for (auto const& [v, info] : switch_->hwInfoMapping()->mapping())
+        rows.push_back(via(v.tunnelId(), v.label()) + ": " + std::to_string(info.hwIdForTunnelProgramming()));
+      break;
+    case LibraryTable::waiting:
+      for (auto const& tunnelId : switch_->hwTunnelIdSm()->unprogrammedTunnel().keys())
+        rows.push_back(scenario_.tunnelName(tunnelId));
+      break;
+    case LibraryTable::zombies:
+      for (auto const& [type, set] : switch_->hwTunnelIdSm()->zombieTunnelId()) {
+        for (auto const& tunnelId : set->tunnelId().keys()) rows.push_back(scenario_.tunnelName(tunnelId));
+      }
+      break;
+    case LibraryTable::notProgrammed: {
+      std::map<Qor::String, std::vector<Qor::String>> perFloodSet;
+      for (auto const& f : state.floodSets) {
+        if (f.status == Fenn::notProgrammed)
+          perFloodSet[floodSetText(f.macVlanPair)].push_back(scenario_.tunnelName(f.config.tunnelId()));
+      }
+      for (auto& [pair, names] : perFloodSet) {
+        std::sort(names.begin(), names.end());
+        rows.push_back(pair + ": " + joinedNames(names));
+      }
+      break;
+    }
+  }
+  std::sort(rows.begin(), rows.end());
+  return rows;
+}
+
+// Every entry with its key and value in their text forms, as the library traces them.
+void Runner::apply(PrintStep const& s) {
+  Sim::HardwareState const state = switch_->state();
+  for (LibraryTable table : s.tables) {
+    switch (table) {
+      case LibraryTable::refCounts:
+        out_ << "\nrefCounts (remoteTunnelId: count)\n";
+        for (auto const& [tunnelId, count] : switch_->remoteInfo()->remoteTunnelId())
+          out_ << "  " << Qor::valueToStrep(tunnelId) << ": " << count << "\n";
+        break;
+      case LibraryTable::fecs:
+        out_ << "\nfecs (fecId: via, hwFecId)\n";
+        for (auto const& [fecId, v] : switch_->floodSetFecSm()->fecIdCache()) {
+          auto const* response = switch_->fecResponse()->rowFind(fecId);
+          out_ << "  " << Qor::valueToStrep(fecId) << ": " << Qor::valueToStrep(v) << ", "
+               << (response ? Qor::valueToStrep(response->hwFecId()) : Qor::String("waiting")) << "\n";
+        }
+        break;
+      case LibraryTable::hwInfo:
+        out_ << "\nhwInfo (via: MplsDestHwInfo)\n";
+        for (auto const& [v, info] : switch_->hwInfoMapping()->mapping())
+          out_ << "  " << Qor::valueToStrep(v) << ": " << Qor::valueToStrep(info) << "\n";
+        break;
+      case LibraryTable::waiting:
+        out_ << "\nwaiting (unprogrammedTunnel)\n";
+        for (auto const& tunnelId : switch_->hwTunnelIdSm()->unprogrammedTunnel().keys())
+          out_ << "  " << Qor::valueToStrep(tunnelId) << "\n";
+        break;
+      case LibraryTable::zombies:
+        out_ << "\nzombies (pool: zombieTunnelId)\n";
+        for (auto const& [type, set] : switch_->hwTunnelIdSm()->zombieTunnelId()) {
+          for (auto const& tunnelId : set->tunnelId().keys())
+            out_ << "  " << Qor::valueToStrep(type) << ": " << Qor::valueToStrep(tunnelId) << "\n";
+        }
+        break;
+      case LibraryTable::notProgrammed:
+        out_ << "\nnotProgrammed (macVlanPair: MplsDestConfig)\n";
+        for (auto const& f : state.floodSets) {
+          if (f.status == Fenn::notProgrammed)
+            out_ << "  " << Qor::valueToStrep(f.macVlanPair) << ": " << Qor::valueToStrep(f.config) << "\n";
+        }
+        break;
+    }
+  }
+}
+
 Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state) const {
   using K = Expectation::Kind;
   auto differ = [](Qor::String const& expected, Qor::String const& actual) -> Qor::String {
@@ -174,6 +292,8 @@ Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state)
     }
     case K::sysLog:
       return differ(joined(e.names), joined(state.sysLog));
+    case K::library:
+      return differ(joinedNames(e.names), joinedNames(libraryRows(e.table, state)));
     // ESI filtering at decapsulation.
     case K::esiPortMaps:
     case K::unprogrammedRoutes: {

@@ -28,6 +28,10 @@ class Runner {
   void apply(AdvanceStep const& s);
   void apply(ShowStep const& s);
   void apply(ExpectStep const& s);
+  void apply(PrintStep const& s);
+  void apply(ReinitializeStep const& s);
+  // The rows of one of the library's tables, sorted, as expect compares them.
+  std::vector<Qor::String> libraryRows(LibraryTable table, Sim::HardwareState const& state) const;
   void apply(AccessStep const& s);
   void apply(LfibStep const& s);
   void apply(TunnelEndpointStep const& s);

@@ -167,7 +167,9 @@ class Reader {
   void hardware(Yaml::Node const& n, HardwareStep& h) const {
     checkMap(n, "hardware",
              {"defaultHwTunnelIds", "sharedEsHwTunnelIds", "fecResponseDelay", "withholdFecResponses",
-              "floodSetCapacity", "updateSupportedOnCreateEsiData"});
+              "floodSetCapacity", "updateSupportedOnCreateEsiData", "floodSetProgrammingPaused"});
+    if (n["floodSetProgrammingPaused"])
+      h.floodSetProgrammingPaused = boolean(n["floodSetProgrammingPaused"], "floodSetProgrammingPaused");
     if (n["defaultHwTunnelIds"])
       h.defaultHwTunnelIds = number(n["defaultHwTunnelIds"], "pool size", 1u << 24);
     if (n["sharedEsHwTunnelIds"])
@@ -326,10 +328,12 @@ class Reader {
   }
 
   Step expectStep(Yaml::Node const& n) const {
-    checkMap(n, "expect",
-             {"tunnels", "tunnelCount", "floodSets", "floodSetEntries", "fecRequests", "fecAnswered", "pools",
-              "sysLog", "esiPortMaps", "unprogrammedRoutes", "lagMembers", "evpnVlanMembers", "esiData",
-              "esiEntries", "tepSegments"});
+    checkMap(n, "expect", {"tunnels",       "tunnelCount",     "floodSets",   "floodSetEntries",
+                           "fecRequests",   "fecAnswered",     "pools",       "refCounts",
+                           "fecs",          "hwInfo",          "waiting",     "zombies",
+                           "notProgrammed", "sysLog",          "esiPortMaps", "unprogrammedRoutes",
+                           "lagMembers",    "evpnVlanMembers", "esiData",     "esiEntries",
+                           "tepSegments"});
     ExpectStep e;
     using K = Expectation::Kind;
     if (Yaml::Node const& t = n["tunnels"]) {
@@ -387,7 +391,127 @@ class Reader {
     }
     lfibExpectations(n, e);
     accessExpectations(n, e);
+    libraryExpectations(n, e);
     return e;
+  }
+
+  // The library's own state.
+  static std::map<Qor::String, LibraryTable> const& libraryTableNames() {
+    static std::map<Qor::String, LibraryTable> const names = {
+        {"refCounts", LibraryTable::refCounts}, {"fecs", LibraryTable::fecs},
+        {"hwInfo", LibraryTable::hwInfo},       {"waiting", LibraryTable::waiting},
+        {"zombies", LibraryTable::zombies},     {"notProgrammed", LibraryTable::notProgrammed}};
+    return names;
+  }
+  std::vector<LibraryTable> libraryTables(Yaml::Node const& n) const {
+    std::vector<LibraryTable> tables;
+    auto add = [&](Yaml::Node const& item) {
+      Qor::String const t = text(item, "table");
+      if (t == "all") {
+        for (auto const& [name, table] : libraryTableNames()) tables.push_back(table);
+        return;
+      }
+      auto const it = libraryTableNames().find(t);
+      if (it == libraryTableNames().end())
+        fail(item, "unknown table '" + t +
+                       "' (expected refCounts, fecs, hwInfo, waiting, zombies, "
+                       "notProgrammed or all)");
+      tables.push_back(it->second);
+    };
+    if (n.IsSequence()) {
+      for (auto const& item : n) add(item);
+    } else {
+      add(n);
+    }
+    return tables;
+  }
+  // "pe1 1001": a PE and the label of a via.
+  Qor::String viaKey(Yaml::Node const& n) const {
+    Qor::String const s = text(n, "via");
+    auto const blank = s.find(' ');
+    if (blank == Qor::String::npos) fail(n, "a via is written '<PE> <label>', like 'pe1 1001'");
+    tunnelFrom(s.substr(0, blank), n);
+    Qor::String const labelText = s.substr(blank + 1);
+    uint64_t label = 0;
+    try {
+      Qor::Parser p(labelText);
+      label = p.parseUnsigned((1u << 20) - 1);
+      p.expectEnd();
+    } catch (Qor::ParseError const&) {
+      fail(n, "bad MPLS label '" + labelText + "'");
+    }
+    return s.substr(0, blank) + " " + std::to_string(label);
+  }
+  Tunnel::TunnelTable::TunnelId tunnelFrom(Qor::String const& s, Yaml::Node const& where) const {
+    auto it = scenario_.tunnels.find(s);
+    if (it == scenario_.tunnels.end()) fail(where, "unknown tunnel '" + s + "' (declare it under 'tunnels')");
+    return it->second;
+  }
+  void libraryExpectations(Yaml::Node const& n, ExpectStep& e) const {
+    auto expect = [&](Yaml::Node const& at_, LibraryTable table, std::vector<Qor::String> rows) {
+      std::sort(rows.begin(), rows.end());
+      Expectation x{Expectation::Kind::library, at(at_), {}, {}, {}, std::move(rows), 0, table};
+      for (auto const& [name, t] : libraryTableNames())
+        if (t == table) x.name = name;
+      e.expectations.push_back(std::move(x));
+    };
+    auto mapOf = [&](char const* key, Qor::String const& shape) -> Yaml::Node {
+      Yaml::Node const m = n[key];
+      if (m && !m.IsMap()) fail(m, Qor::String("expect ") + key + " must map " + shape);
+      return m;
+    };
+    auto peList = [&](char const* key) -> std::vector<Qor::String> {
+      Yaml::Node const l = n[key];
+      if (!l.IsSequence()) fail(l, Qor::String("expect ") + key + " must be a list of PE names");
+      std::vector<Qor::String> names;
+      for (auto const& pe : l) {
+        tunnel(pe);
+        names.push_back(pe.Scalar());
+      }
+      return names;
+    };
+    if (Yaml::Node const m = mapOf("refCounts", "PE names to their reference counts")) {
+      std::vector<Qor::String> rows;
+      for (auto const& kv : m) {
+        tunnel(kv.first);
+        uint64_t const count = number(kv.second, "reference count", UINT32_MAX);
+        if (count) rows.push_back(kv.first.Scalar() + ": " + std::to_string(count));
+      }
+      expect(m, LibraryTable::refCounts, rows);
+    }
+    if (Yaml::Node const m = mapOf("fecs", "'<PE> <label>' to answered or waiting")) {
+      std::vector<Qor::String> rows;
+      for (auto const& kv : m) {
+        Qor::String const state = text(kv.second, "FEC state");
+        if (state != "answered" && state != "waiting") fail(kv.second, "expected answered or waiting");
+        rows.push_back(viaKey(kv.first) + ": " + state);
+      }
+      expect(m, LibraryTable::fecs, rows);
+    }
+    if (Yaml::Node const m = mapOf("hwInfo", "'<PE> <label>' to the hardware ID")) {
+      std::vector<Qor::String> rows;
+      for (auto const& kv : m)
+        rows.push_back(viaKey(kv.first) + ": " +
+                       std::to_string(number(kv.second, "hardware ID", UINT64_MAX)));
+      expect(m, LibraryTable::hwInfo, rows);
+    }
+    if (n["waiting"]) expect(n["waiting"], LibraryTable::waiting, peList("waiting"));
+    if (n["zombies"]) expect(n["zombies"], LibraryTable::zombies, peList("zombies"));
+    if (Yaml::Node const m = mapOf("notProgrammed", "'<vlan> <mac>' to a list of PE names")) {
+      std::vector<Qor::String> rows;
+      for (auto const& kv : m) {
+        Bridging::MacVlanPair const pair = floodSetKey(kv.first);
+        if (!kv.second.IsSequence()) fail(kv.second, "expected a list of PE names");
+        std::vector<Qor::String> names;
+        for (auto const& pe : kv.second) {
+          tunnel(pe);
+          names.push_back(pe.Scalar());
+        }
+        std::sort(names.begin(), names.end());
+        if (!names.empty()) rows.push_back(floodSetText(pair) + ": " + joinedNames(names));
+      }
+      expect(m, LibraryTable::notProgrammed, rows);
+    }
   }
 
   // ESI filtering at decapsulation.
@@ -606,8 +730,9 @@ class Reader {
     if (kind == "addDest") return destStep(v, true);
     if (kind == "removeDest") return destStep(v, false);
     if (kind == "removeFloodSet") {
-      checkMap(v, "removeFloodSet", {"vlan", "mac"}, {"vlan", "mac"});
-      return FloodSetDelStep{vlan(v["vlan"]), mac(v["mac"])};
+      checkMap(v, "removeFloodSet", {"vlan", "mac", "withDests"}, {"vlan", "mac"});
+      return FloodSetDelStep{vlan(v["vlan"]), mac(v["mac"]),
+                             v["withDests"] && boolean(v["withDests"], "withDests")};
     }
     if (kind == "segment") return segmentStep(v);
     if (kind == "removeSegment") return SegmentDelStep{intf(v)};
@@ -635,12 +760,15 @@ class Reader {
         "localEsiLabel"};
     if (accessSteps.count(kind)) return accessStep(kind, v);
     if (kind == "tunnelEndpoint") return tunnelEndpointStep(v);
+    if (kind == "print") return PrintStep{libraryTables(v)};
+    if (kind == "reinitialize") return ReinitializeStep{text(v, "state machine")};
     fail(kv.first,
          "unknown step '" + kind +
              "' (expected say, addDest, removeDest, removeFloodSet, segment, removeSegment, fault, "
              "hardware, advance, show, expect, route, removeRoute, viaSet, removeViaSet, filterVia, "
              "removeFilterVia, backlog, lag, removeLag, vlanConfig, removeVlanConfig, vlanStatus, "
-             "removeVlanStatus, encapBumFilter, segmentVlans, localEsiLabel or tunnelEndpoint)");
+             "removeVlanStatus, encapBumFilter, segmentVlans, localEsiLabel, tunnelEndpoint, print or "
+             "reinitialize)");
   }
 
   // The parser keeps the first of two equal keys and drops the second without a word;
@@ -722,6 +850,13 @@ Scenario loadScenario(Qor::String const& file) {
   } catch (YAML::Exception const& e) {
     throw ScenarioError({file, e.mark.line + 1, e.mark.column + 1}, e.msg);
   }
+}
+
+Qor::String floodSetText(Bridging::MacVlanPair const& pair) {
+  Ostra::EthAddr const mac = pair.macAddr();
+  return std::to_string(pair.vlanId().value()) + " " +
+         (mac == Ostra::EthAddr::broadcast() ? Qor::String("broadcast")
+                                             : Qor::valueToStrep(mac).substr(1, 17));
 }
 
 }  // namespace SimTool

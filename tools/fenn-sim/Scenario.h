@@ -39,6 +39,7 @@ struct DestStep {
 struct FloodSetDelStep {
   Bridging::VlanId vlan;
   Ostra::EthAddr mac;
+  bool withDests = false;  // remove it with its destinations still in it
 };
 struct SegmentStep {
   Ostra::IntfId intf;
@@ -62,6 +63,7 @@ struct HardwareStep {
   std::optional<bool> withholdFecResponses;
   std::optional<uint32_t> floodSetCapacity;
   std::optional<bool> updateSupportedOnCreateEsiData;
+  std::optional<bool> floodSetProgrammingPaused;
 };
 struct AdvanceStep {
   double seconds;
@@ -128,6 +130,23 @@ struct ShowStep {
   std::vector<Table> tables;
 };
 
+// The library's own state, which `expect` checks and `print` shows in text form.
+enum class LibraryTable {
+  refCounts,      // flood-set destinations per remote tunnel, PE: count
+  fecs,           // every FEC request, PE label: answered or waiting
+  hwInfo,         // every HwInfoMapping entry, PE label: hardware ID
+  waiting,        // tunnels waiting for a hardware tunnel ID
+  zombies,        // tunnels whose published ID is no longer needed, kept until reused or freed
+  notProgrammed,  // flood-set entries the hardware reports notProgrammed, VLAN MAC: [PEs]
+};
+struct PrintStep {
+  std::vector<LibraryTable> tables;
+};
+// Sets a state machine's `initialized` false and then true.
+struct ReinitializeStep {
+  Qor::String stateMachine;
+};
+
 // One expected fact, checked against the hardware state; `at` is where it was written.
 struct Expectation {
   enum class Kind {
@@ -149,6 +168,8 @@ struct Expectation {
     esiEntries,       // number of ESI data entries
     // Ethernet segment tracking per remote TEP.
     tepSegments,  // every TEP entry, address: [segment interfaces]
+    // The library's own state (`table`); `names` holds its rows, sorted.
+    library,
   };
   Kind kind;
   Location at;
@@ -157,14 +178,15 @@ struct Expectation {
   Bridging::MacVlanPair floodSet;
   std::vector<Qor::String> names;
   uint64_t count = 0;
+  LibraryTable table = LibraryTable::refCounts;
 };
 struct ExpectStep {
   std::vector<Expectation> expectations;
 };
 
-using Step =
-    std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep, HardwareStep,
-                 AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep, TunnelEndpointStep>;
+using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
+                          HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep,
+                          TunnelEndpointStep, PrintStep, ReinitializeStep>;
 
 struct Scenario {
   Qor::String file;
@@ -189,5 +211,7 @@ Scenario loadScenario(Qor::String const& file);
 // interface order.
 Qor::String joinedNames(std::vector<Qor::String> const& names);
 Qor::String intfNames(std::vector<Ostra::IntfId> const& intfs);
+// A flood set as scenarios write it: "10 broadcast", "10 01:00:5e:00:00:01".
+Qor::String floodSetText(Bridging::MacVlanPair const& pair);
 
 }  // namespace SimTool
