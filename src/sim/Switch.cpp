@@ -19,6 +19,8 @@ void checkSeconds(char const* operation, double seconds) {
 constexpr std::string_view tunnelTable = Fenn::TunnelIdToHwTunnelIdMapping::defaultName;
 constexpr char const* fecRequestTable = "mplsFloodSetFecRequest";
 constexpr char const* fecResponseTable = "mplsFloodSetFecResponse";
+constexpr char const* hostFecRequestTable = "macAddrFecRequest";
+constexpr char const* hostFecResponseTable = "macAddrFecResponse";
 }  // namespace
 
 // Who feeds whom:
@@ -35,6 +37,9 @@ constexpr char const* fecResponseTable = "mplsFloodSetFecResponse";
 //
 //   control plane --(LfibTracker)--> lfibStatus + lfibTrackingStatus (route-key backlog)
 //                     --> EsiFilteringDecapSm --(EsiPortMaps)--> ESI port maps;  --> lfibHwStatus
+//   control plane --> hostOutput + labelOutput + loadBalanceOutput + destOutput
+//                     --> FennMacAddrFecRequestSm --> hostFecRequest --(FecResponder)--> hostFecResponse
+//                                                <-- hostFecResponse;  --> objTupleToHwId
 //
 //   evpnStatus + tunnelEndpointStatus (tunnel RIB) --> FennEvpnTepSegmentSm
 //                     (one FennEvpnSegmentSm per segment) --> evpnTepSegmentDir
@@ -107,6 +112,84 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
   // Ethernet segment tracking per remote TEP.
   tepSegmentSm_ = Fenn::fennEvpnTepSegmentSmFactory(evpnStatus_, tunnelEndpointStatus_, evpnTepSegmentDir_);
   tepSegmentSm_->initializedIs(true);
+  // Host FEC chains: the same simulated chip answers a second pair of FEC tables.
+  hostFecChainLength_ = config.hostFecChainLength;
+  hostOutput_ = controlPlane.hostOutput ? controlPlane.hostOutput : L2Rib::hostOutputFactory();
+  labelOutput_ = controlPlane.labelOutput ? controlPlane.labelOutput : L2Rib::labelOutputFactory();
+  loadBalanceOutput_ =
+      controlPlane.loadBalanceOutput ? controlPlane.loadBalanceOutput : L2Rib::loadBalanceOutputFactory();
+  destOutput_ = controlPlane.destOutput ? controlPlane.destOutput : L2Rib::destOutputFactory();
+  hostFecRequest_ = Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + hostFecRequestTable, Vasp::Mode::writer);
+  hostFecRequestReader_ =
+      Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + hostFecRequestTable, Vasp::Mode::reader);
+  hostFecResponse_ =
+      Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + hostFecResponseTable, Vasp::Mode::writer);
+  hostFecResponseReader_ =
+      Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + hostFecResponseTable, Vasp::Mode::reader);
+  objTupleToHwId_ = Fenn::objTupleToHwIdFactory();
+  hostFecResponder_ =
+      Qor::Ptr<FecResponder>(new FecResponder(hostFecRequestReader_, hostFecResponse_, timerWheel_));
+  hostFecResponder_->delayIs(config.fecResponseDelay);
+  hostFecStart();
+
+  settle();
+}
+
+void Switch::hostFecStart() {
+  hostFecSm_ = Fenn::fennMacAddrFecRequestSmFactory(labelOutput_, loadBalanceOutput_, destOutput_,
+                                                    hostOutput_, hostFecResponseReader_, hostFecRequest_,
+                                                    objTupleToHwId_, timerWheel_, scheduler_);
+  hostFecSm_->maxChainLengthIs(hostFecChainLength_);
+  hostFecSm_->initializedIs(true);
+}
+
+void Switch::hostFecRestart() {
+  hostFecSm_ = nullptr;
+  settle();
+  // The chip drops the answers of the withdrawn requests before the new instance, whose
+  // FEC numbers start over, asks again.
+  while (hostFecResponder_->pendingCount() > 0) advance(std::max(hostFecResponder_->delay(), 0.001));
+  hostFecStart();
+  settle();
+}
+
+void Switch::hostIs(Bridging::MacVlanPair const& macVlan, L2Rib::ObjTuple const& first) {
+  hostOutput_->hostIs(macVlan, L2Rib::HostAndSource(first, L2Rib::hostSourceEvpn));
+  settle();
+}
+
+void Switch::hostDel(Bridging::MacVlanPair const& macVlan) {
+  hostOutput_->hostDel(macVlan);
+  settle();
+}
+
+void Switch::labelIs(L2Rib::LabelId id, L2Rib::Label const& label) {
+  labelOutput_->labelIs(id, label);
+  settle();
+}
+
+void Switch::labelDel(L2Rib::LabelId id) {
+  labelOutput_->labelDel(id);
+  settle();
+}
+
+void Switch::loadBalanceIs(L2Rib::LoadBalanceId id, L2Rib::LoadBalance const& lb) {
+  loadBalanceOutput_->loadBalanceIs(id, lb);
+  settle();
+}
+
+void Switch::loadBalanceDel(L2Rib::LoadBalanceId id) {
+  loadBalanceOutput_->loadBalanceDel(id);
+  settle();
+}
+
+void Switch::chainDestIs(L2Rib::DestId id, L2Rib::Dest const& dest) {
+  destOutput_->destIs(id, dest);
+  settle();
+}
+
+void Switch::chainDestDel(L2Rib::DestId id) {
+  destOutput_->destDel(id);
   settle();
 }
 
@@ -116,6 +199,8 @@ Switch::~Switch() {
   tepSegmentSm_ = nullptr;
   esiFilteringDecapSm_ = nullptr;
   stopAccessSide();
+  hostFecSm_ = nullptr;
+  hostFecResponder_ = nullptr;
   vlanFloodSetSm_ = nullptr;
   floodSetFecSm_ = nullptr;
   floodSetFilterSm_ = nullptr;
@@ -189,10 +274,12 @@ void Switch::hwTunnelIdPoolSizeIs(Fenn::HwTunnelIdType type, uint32_t size) {
 void Switch::fecResponseDelayIs(double seconds) {
   checkSeconds("fecResponseDelayIs", seconds);
   fecResponder_->delayIs(seconds);
+  hostFecResponder_->delayIs(seconds);
 }
 
 void Switch::fecResponsesWithheldIs(bool withheld) {
   fecResponder_->withholdIs(withheld);
+  hostFecResponder_->withholdIs(withheld);
   settle();
 }
 
@@ -212,6 +299,8 @@ FaultInjector& Switch::faults(FaultTarget target) {
       return hwTunnelIdPools_->allocationFaults();
     case FaultTarget::fecResponse:
       return fecResponder_->answerFaults();
+    case FaultTarget::hostFecResponse:
+      return hostFecResponder_->answerFaults();
     case FaultTarget::floodSetProgramming:
       break;
     case FaultTarget::esiPortMapResourceFull:
@@ -325,6 +414,29 @@ HardwareState Switch::state() const {
   }
   std::sort(s.tepSegments.begin(), s.tepSegments.end(),
             [](auto const& a, auto const& b) { return a.tepAddr < b.tepAddr; });
+  // Host FEC chains.
+  auto answer = [&](Vasp::Fib::FecId fecId, L2Rib::ObjTuple const& object) {
+    std::pair<bool, uint64_t> published{objTupleToHwId_->hwIdHas(object), objTupleToHwId_->hwId(object)};
+    return fecId.valid() && hostFecResponse_->rowHas(fecId) ? published : std::pair<bool, uint64_t>{};
+  };
+  for (auto const& [fecId, fec] : hostFecRequest_->rows()) {
+    L2Rib::ObjTuple const object = hostFecSm_ ? hostFecSm_->fecRequestReverseMap(fecId) : L2Rib::ObjTuple();
+    auto const [answered, hwFecId] = answer(fecId, object);
+    s.hostFecs.push_back(
+        {object, fecId, std::vector(fec.vias().begin(), fec.vias().end()), answered, hwFecId});
+  }
+  std::sort(s.hostFecs.begin(), s.hostFecs.end(),
+            [](auto const& a, auto const& b) { return a.object < b.object; });
+  for (auto const& [macVlan, host] : hostOutput_->host()) {
+    L2Rib::ObjTuple const first = host.objTuple();
+    Vasp::Fib::FecId const fecId = hostFecSm_ ? hostFecSm_->fecRequestCache(first) : Vasp::Fib::FecId();
+    auto const [answered, hwFecId] = answer(fecId, first);
+    s.hosts.push_back({macVlan, first, fecId, answered, hwFecId});
+  }
+  std::sort(s.hosts.begin(), s.hosts.end(), [](auto const& a, auto const& b) {
+    return std::pair(a.macVlan.vlanId(), a.macVlan.macAddr()) <
+           std::pair(b.macVlan.vlanId(), b.macVlan.macAddr());
+  });
   return s;
 }
 

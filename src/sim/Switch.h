@@ -29,6 +29,7 @@
 #include "FennEvpn/FennEvpnVlanFloodSetFilterSm.h"
 #include "FennEvpn/FennEvpnVlanFloodSetSm.h"
 #include "FennEvpn/FennEvpnVlanMembershipSm.h"
+#include "FennEvpn/FennMacAddrFecRequestSm.h"
 #include "Keel/ManualClock.h"
 #include "Keel/TaskScheduler.h"
 #include "Keel/TimerWheel.h"
@@ -58,6 +59,7 @@ struct HardwareConfig {
   double fecResponseDelay = 0.0;                // seconds; 0 answers inside the request's notification
   uint32_t floodSetCapacity = UINT32_MAX;       // programmed flood-set entries the chip holds
   bool updateSupportedOnCreateEsiData = false;  // createEsiData overwrites an installed entry
+  uint32_t hostFecChainLength = 3;              // 3: the chip chains a label's FEC to a load balance's
 };
 
 // The control plane's side: what it writes. A switch opens its own unless it is given
@@ -70,6 +72,11 @@ struct ControlPlane {
   Qor::Ptr<Fenn::LagCreatorConfigDir> lagConfigDir = nullptr;
   Qor::Ptr<Bridging::Config> bridgingConfig = nullptr;
   Qor::Ptr<Bridging::VlanStatusDir> vlanStatusDir = nullptr;
+  // Host FEC chains: the layer-2 RIB's hosts and the objects they resolve through.
+  Qor::Ptr<L2Rib::HostOutput> hostOutput = nullptr;
+  Qor::Ptr<L2Rib::LabelOutput> labelOutput = nullptr;
+  Qor::Ptr<L2Rib::LoadBalanceOutput> loadBalanceOutput = nullptr;
+  Qor::Ptr<L2Rib::DestOutput> destOutput = nullptr;
 };
 
 enum class FaultTarget {
@@ -81,6 +88,8 @@ enum class FaultTarget {
   esiPortMapTemporaryFailure,
   // Access side: createEsiData reports notProgrammed.
   createEsiData,
+  // Host FEC chains: a host-chain FEC fails to program.
+  hostFecResponse,
 };
 
 // What the hardware models hold, in a canonical order, for show, expect, JSON and
@@ -167,6 +176,25 @@ struct HardwareState {
     bool operator==(TepSegments const&) const = default;
   };
   std::vector<TepSegments> tepSegments;  // by address
+  // Host FEC chains.
+  struct HostFec {
+    L2Rib::ObjTuple object;
+    Vasp::Fib::FecId fecId;
+    std::vector<Vasp::Fib::Via> vias;
+    bool answered;
+    uint64_t hwFecId;  // as published in ObjTupleToHwId
+    bool operator==(HostFec const&) const = default;
+  };
+  struct Host {
+    Bridging::MacVlanPair macVlan;
+    L2Rib::ObjTuple first;   // the object the host points at
+    Vasp::Fib::FecId fecId;  // that object's FEC, 0 when it has none
+    bool answered;
+    uint64_t hwFecId;
+    bool operator==(Host const&) const = default;
+  };
+  std::vector<HostFec> hostFecs;
+  std::vector<Host> hosts;
 };
 
 class Switch {
@@ -211,6 +239,20 @@ class Switch {
   void advance(double seconds);
   double now() const;
 
+  // Control plane: the layer-2 RIB's host chains.
+  void hostIs(Bridging::MacVlanPair const& macVlan, L2Rib::ObjTuple const& first);
+  void hostDel(Bridging::MacVlanPair const& macVlan);
+  void labelIs(L2Rib::LabelId id, L2Rib::Label const& label);
+  void labelDel(L2Rib::LabelId id);
+  void loadBalanceIs(L2Rib::LoadBalanceId id, L2Rib::LoadBalance const& lb);
+  void loadBalanceDel(L2Rib::LoadBalanceId id);
+  void chainDestIs(L2Rib::DestId id, L2Rib::Dest const& dest);
+  void chainDestDel(L2Rib::DestId id);
+  // Stops the host FEC state machine (it withdraws its requests), lets the hardware drop
+  // their answers, and starts a new one, as an agent restart does: a new one reads the
+  // feature toggle again.
+  void hostFecRestart();
+
   HardwareState state() const;
   uint64_t hwTunnelIdBadReleases() const { return hwTunnelIdPools_->badReleaseCount(); }
 
@@ -232,6 +274,10 @@ class Switch {
   Fenn::EvpnVlanFloodSetHwStatus const* floodSetHwStatus() const { return floodSetHwStatus_.get(); }
   Fenn::EvpnFloodSetFecSm const* floodSetFecSm() const { return floodSetFecSm_.get(); }
   Fenn::EvpnRemoteInfoFinderSm const* remoteInfoFinderSm() const { return remoteInfoFinderSm_.get(); }
+  Fenn::FecIdToHwFecIdRequest const* hostFecRequest() const { return hostFecRequest_.get(); }
+  Fenn::FecIdToHwFecIdResponse const* hostFecResponse() const { return hostFecResponse_.get(); }
+  Fenn::ObjTupleToHwId const* objTupleToHwId() const { return objTupleToHwId_.get(); }
+  Fenn::FennMacAddrFecRequestSm const* hostFecSm() const { return hostFecSm_.get(); }
 
   // ESI filtering at decapsulation. The control plane writes the LFIB through lfib(); the
   // changes take effect at the next settle() or advance().
@@ -331,6 +377,21 @@ class Switch {
   Qor::Ptr<::Tunnel::TunnelTable::TunnelEndpointStatus> tunnelEndpointStatus_;
   Qor::Ptr<Fenn::EvpnTepSegmentDir> evpnTepSegmentDir_;
   Qor::Ptr<Fenn::FennEvpnTepSegmentSm> tepSegmentSm_;
+  // Host FEC chains: the RIB's tables, the FEC tables with their own responder on the
+  // same simulated chip, and the state machine.
+  void hostFecStart();
+  uint32_t hostFecChainLength_;
+  Qor::Ptr<L2Rib::HostOutput> hostOutput_;
+  Qor::Ptr<L2Rib::LabelOutput> labelOutput_;
+  Qor::Ptr<L2Rib::LoadBalanceOutput> loadBalanceOutput_;
+  Qor::Ptr<L2Rib::DestOutput> destOutput_;
+  Qor::Ptr<Fenn::FecIdToHwFecIdRequest> hostFecRequest_;
+  Qor::Ptr<Fenn::FecIdToHwFecIdRequest> hostFecRequestReader_;
+  Qor::Ptr<Fenn::FecIdToHwFecIdResponse> hostFecResponse_;
+  Qor::Ptr<Fenn::FecIdToHwFecIdResponse> hostFecResponseReader_;
+  Qor::Ptr<Fenn::ObjTupleToHwId> objTupleToHwId_;
+  Qor::Ptr<FecResponder> hostFecResponder_;
+  Qor::Ptr<Fenn::FennMacAddrFecRequestSm> hostFecSm_;
 };
 
 }  // namespace Sim

@@ -92,7 +92,45 @@ Qor::String jsonString(std::string_view s) {
   return out + "\"";
 }
 
+// Host FEC chains.
+
+Qor::String hostFecId(Vasp::Fib::FecId fecId) { return fecId.valid() ? hex(fecId.value()) : "-"; }
+
+Qor::String hwFecIdText(bool requested, bool answered, uint64_t hwFecId) {
+  return !requested ? "-" : answered ? hex(hwFecId) : "(waiting)";
+}
+
+Qor::String joinedText(std::vector<Qor::String> const& items) {
+  Qor::String out;
+  for (auto const& item : items) out += (out.empty() ? "" : ", ") + item;
+  return out;
+}
+
 }  // namespace
+
+Qor::String hostText(Sim::HardwareState::Host const& host, Sim::HardwareState const&,
+                     Scenario const& scenario) {
+  Qor::String const name = scenario.objectName(host.first);
+  if (!host.fecId.valid()) return name + " (no FEC)";
+  return host.answered ? name : name + " (waiting)";
+}
+
+std::vector<Qor::String> viaTargets(Sim::HardwareState::HostFec const& fec, Sim::HardwareState const& state,
+                                    Scenario const& scenario) {
+  std::vector<Qor::String> out;
+  for (auto const& via : fec.vias) {
+    if (!via.fecId().valid()) {
+      out.push_back(scenario.tunnelName(via.intfId().tunnelId()));
+      continue;
+    }
+    Qor::String target = hex(via.fecId().value());
+    for (auto const& lower : state.hostFecs) {
+      if (lower.fecId == via.fecId()) target = scenario.objectName(lower.object);
+    }
+    out.push_back(target);
+  }
+  return out;
+}
 
 void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, Scenario const& scenario) {
   switch (table) {
@@ -201,6 +239,28 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
       t.print(os, "Segments per remote TEP");
       break;
     }
+    case Table::hosts: {
+      TextTable t({"VLAN", "MAC", "first object", "FEC ID", "hw FEC ID"});
+      for (auto const& h : state.hosts) {
+        t.row({Qor::valueToStrep(h.macVlan.vlanId()), macName(h.macVlan.macAddr()),
+               scenario.objectName(h.first), hostFecId(h.fecId),
+               hwFecIdText(h.fecId.valid(), h.answered, h.hwFecId)});
+      }
+      t.print(os, "Hosts");
+      break;
+    }
+    case Table::hostFecs: {
+      TextTable t({"object", "FEC ID", "vias", "label", "hw FEC ID"});
+      for (auto const& f : state.hostFecs) {
+        Ostra::MplsLabel const label =
+            f.vias.empty() ? Ostra::MplsLabel::none() : f.vias.front().labelAndAction().label();
+        t.row({scenario.objectName(f.object), hostFecId(f.fecId), joinedText(viaTargets(f, state, scenario)),
+               label.isNone() ? "-" : "push " + Qor::valueToStrep(label),
+               hwFecIdText(true, f.answered, f.hwFecId)});
+      }
+      t.print(os, "Host FEC requests");
+      break;
+    }
   }
 }
 
@@ -303,6 +363,28 @@ void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const
     os << sep << "\n    {\"tep\": " << jsonString(t.tepAddr.toString()) << ", \"segments\": [";
     for (size_t i = 0; i < t.segments.size(); ++i) os << (i ? ", " : "") << jsonString(t.segments[i].name());
     os << "]}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"hosts\": [";
+  sep = "";
+  for (auto const& h : state.hosts) {
+    os << sep << "\n    {\"vlan\": " << h.macVlan.vlanId().value()
+       << ", \"mac\": " << jsonString(macName(h.macVlan.macAddr()))
+       << ", \"first\": " << jsonString(scenario.objectName(h.first)) << ", \"fecId\": " << h.fecId.value()
+       << ", \"answered\": " << (h.answered ? "true" : "false") << ", \"hwFecId\": " << h.hwFecId << "}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"hostFecs\": [";
+  sep = "";
+  for (auto const& f : state.hostFecs) {
+    os << sep << "\n    {\"object\": " << jsonString(scenario.objectName(f.object))
+       << ", \"fecId\": " << f.fecId.value() << ", \"vias\": [";
+    char const* viaSep = "";
+    for (auto const& target : viaTargets(f, state, scenario)) {
+      os << viaSep << jsonString(target);
+      viaSep = ", ";
+    }
+    os << "], \"answered\": " << (f.answered ? "true" : "false") << ", \"hwFecId\": " << f.hwFecId << "}";
     sep = ",";
   }
   os << "\n  ]\n}\n";

@@ -11,4 +11,12 @@ namespace SimTool {
 void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, Scenario const& scenario);
 void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const& scenario);
 
+// Host FEC chains: a host as `show hosts` and `expect hosts` put it ("l1", "l1 (waiting)",
+// "l1 (no FEC)"), and where the vias of a host-chain FEC lead (PE names, or the object
+// whose FEC a via chains to), in via order.
+Qor::String hostText(Sim::HardwareState::Host const& host, Sim::HardwareState const& state,
+                     Scenario const& scenario);
+std::vector<Qor::String> viaTargets(Sim::HardwareState::HostFec const& fec, Sim::HardwareState const& state,
+                                    Scenario const& scenario);
+
 }  // namespace SimTool

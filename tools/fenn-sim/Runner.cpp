@@ -1,8 +1,13 @@
 #include "Runner.h"
 
+#include <stdlib.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <fstream>
 #include <map>
 
+#include "Qor/Toggle.h"
 #include "Report.h"
 
 namespace SimTool {
@@ -22,7 +27,11 @@ Runner::Runner(Scenario const& scenario, std::ostream& out)
     switch_->tunnelEndpointIs(scenario.tunnels.at(name), addr);
 }
 
-Runner::~Runner() = default;
+Runner::~Runner() {
+  if (toggleDir_.empty()) return;
+  unlink((toggleDir_ + "/" + Fenn::fennToggleFile).c_str());
+  rmdir(toggleDir_.c_str());
+}
 
 size_t Runner::run() {
   if (!scenario_.name.empty()) out_ << "== " << scenario_.name << " ==\n";
@@ -127,6 +136,49 @@ void Runner::apply(LfibStep const& s) {
 
 // Ethernet segment tracking per remote TEP.
 void Runner::apply(TunnelEndpointStep const& s) { switch_->tunnelEndpointIs(s.tunnelId, s.addr); }
+void Runner::apply(HostStep const& s) {
+  s.add ? switch_->hostIs(s.macVlan, s.first) : switch_->hostDel(s.macVlan);
+}
+
+void Runner::apply(ChainObjectStep const& s) {
+  uint32_t const id = s.object.objId();
+  switch (s.object.tableType()) {
+    case L2Rib::tableTypeLabel_:
+      s.add ? switch_->labelIs(L2Rib::LabelId(id), L2Rib::Label(s.label, s.next.at(0)))
+            : switch_->labelDel(L2Rib::LabelId(id));
+      break;
+    case L2Rib::tableTypeLoadBalance_: {
+      L2Rib::LoadBalance lb;
+      for (size_t i = 0; i < s.next.size(); ++i) lb.nextIs(L2Rib::EcmpIndex(i), s.next[i]);
+      s.add ? switch_->loadBalanceIs(L2Rib::LoadBalanceId(id), lb)
+            : switch_->loadBalanceDel(L2Rib::LoadBalanceId(id));
+      break;
+    }
+    case L2Rib::tableTypeDest_:
+      s.add ? switch_->chainDestIs(L2Rib::DestId(id), L2Rib::Dest::vxlan(Ostra::IpGenAddr(), 0, s.tunnel))
+            : switch_->chainDestDel(L2Rib::DestId(id));
+      break;
+    case L2Rib::tableTypeInvalid_:
+      break;
+  }
+}
+
+// The toggle file is read once per process, as in an agent: the simulator writes it, makes
+// the process forget what it read, and restarts the host FEC state machine, which reads it.
+void Runner::apply(ToggleStep const& s) {
+  if (toggleDir_.empty()) {
+    char dir[] = "/tmp/fenn-sim-togglesXXXXXX";
+    if (!mkdtemp(dir)) throw std::runtime_error("fenn-sim: cannot create a directory for the toggle file");
+    toggleDir_ = dir;
+  }
+  std::ofstream(toggleDir_ + "/" + Fenn::fennToggleFile)
+      << "{\"" << Fenn::vxlan4WayL2EcmpToggle << "\": " << (s.vxlan4WayL2Ecmp ? "true" : "false") << "}\n";
+  setenv("FENN_TOGGLE_DIR", toggleDir_.c_str(), 1);
+  Qor::toggleCacheDelAll();
+  switch_->hostFecRestart();
+  out_ << "  (" << Fenn::vxlan4WayL2EcmpToggle << " is " << (s.vxlan4WayL2Ecmp ? "on" : "off")
+       << "; the host FEC state machine restarted)\n";
+}
 
 // The library's own state -------------------------------------------------------------
 
@@ -344,6 +396,25 @@ Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state)
       }
       std::sort(actual.begin(), actual.end());
       return differ(joined(e.names), joined(actual));
+    }
+    case K::hostFecRequests:
+      return differ(std::to_string(e.count), std::to_string(state.hostFecs.size()));
+    case K::hostFecAnswered:
+      return differ(std::to_string(e.count),
+                    std::to_string(std::count_if(state.hostFecs.begin(), state.hostFecs.end(),
+                                                 [](auto const& f) { return f.answered; })));
+    case K::host: {
+      for (auto const& h : state.hosts) {
+        if (h.macVlan == e.floodSet) return differ(e.names.at(0), hostText(h, state, scenario_));
+      }
+      return differ(e.names.at(0), "none");
+    }
+    case K::hostFec: {
+      for (auto const& f : state.hostFecs) {
+        if (f.object == scenario_.chainObjects.at(e.name))
+          return differ(joined(e.names), joined(viaTargets(f, state, scenario_)));
+      }
+      return differ(e.names.empty() ? "none" : joined(e.names), "none");
     }
   }
   return "";

@@ -35,6 +35,9 @@ class Runner {
   void apply(AccessStep const& s);
   void apply(LfibStep const& s);
   void apply(TunnelEndpointStep const& s);
+  void apply(HostStep const& s);
+  void apply(ChainObjectStep const& s);
+  void apply(ToggleStep const& s);
   // Empty when the expectation holds; otherwise "expected ..., actual ...".
   Qor::String check(Expectation const& e, Sim::HardwareState const& state) const;
 
@@ -43,6 +46,8 @@ class Runner {
   std::unique_ptr<Sim::Switch> switch_;
   size_t failures_ = 0;
   Location const* at_ = nullptr;  // the step being run
+  // Where toggle steps write the toggle file (created by the first one).
+  Qor::String toggleDir_;
 };
 
 }  // namespace SimTool

@@ -39,6 +39,13 @@ Qor::String intfNames(std::vector<Ostra::IntfId> const& intfs) {
   return joinedNames(names);
 }
 
+Qor::String Scenario::objectName(L2Rib::ObjTuple const& object) const {
+  for (auto const& [name, tuple] : chainObjects) {
+    if (tuple == object) return name;
+  }
+  return Qor::valueToStrep(object);
+}
+
 namespace {
 
 constexpr double maxSeconds = maxSimulatedSeconds;
@@ -167,7 +174,9 @@ class Reader {
   void hardware(Yaml::Node const& n, HardwareStep& h) const {
     checkMap(n, "hardware",
              {"defaultHwTunnelIds", "sharedEsHwTunnelIds", "fecResponseDelay", "withholdFecResponses",
-              "floodSetCapacity", "updateSupportedOnCreateEsiData", "floodSetProgrammingPaused"});
+              "floodSetCapacity", "updateSupportedOnCreateEsiData", "floodSetProgrammingPaused",
+
+              "hostFecChainLength"});
     if (n["floodSetProgrammingPaused"])
       h.floodSetProgrammingPaused = boolean(n["floodSetProgrammingPaused"], "floodSetProgrammingPaused");
     if (n["defaultHwTunnelIds"])
@@ -181,6 +190,10 @@ class Reader {
     if (n["updateSupportedOnCreateEsiData"])
       h.updateSupportedOnCreateEsiData =
           boolean(n["updateSupportedOnCreateEsiData"], "updateSupportedOnCreateEsiData");
+    if (n["hostFecChainLength"]) {
+      h.hostFecChainLength = uint32_t(number(n["hostFecChainLength"], "chain length", 3));
+      if (*h.hostFecChainLength < 2) fail(n["hostFecChainLength"], "bad chain length (expected 2 or 3)");
+    }
   }
 
   void tunnels(Yaml::Node const& n) {
@@ -270,10 +283,13 @@ class Reader {
       f.target = Sim::FaultTarget::esiPortMapTemporaryFailure;
     } else if (t == "createEsiData") {
       f.target = Sim::FaultTarget::createEsiData;
+    } else if (t == "hostFecResponse") {
+      f.target = Sim::FaultTarget::hostFecResponse;
     } else {
       fail(n["target"], "bad fault target '" + t +
                             "' (expected hwTunnelIdAllocation, fecResponse, floodSetProgramming, "
-                            "esiPortMapResourceFull, esiPortMapTemporaryFailure or createEsiData)");
+                            "esiPortMapResourceFull, esiPortMapTemporaryFailure, createEsiData or "
+                            "hostFecResponse)");
     }
     if (n["failNext"]) f.failNext = uint32_t(number(n["failNext"], "failNext", UINT32_MAX));
     if (n["failFraction"]) f.failFraction = fraction(n["failFraction"]);
@@ -295,7 +311,9 @@ class Reader {
                                                        {"lagMembers", Table::lagMembers},
                                                        {"evpnVlanMembers", Table::evpnVlanMembers},
                                                        {"esiData", Table::esiData},
-                                                       {"tepSegments", Table::tepSegments}};
+                                                       {"tepSegments", Table::tepSegments},
+                                                       {"hosts", Table::hosts},
+                                                       {"hostFecs", Table::hostFecs}};
     ShowStep s;
     auto add = [&](Yaml::Node const& item) {
       Qor::String const t = text(item, "table");
@@ -308,7 +326,7 @@ class Reader {
         fail(item,
              "unknown table '" + t +
                  "' (expected tunnels, pools, fecs, floodSets, sysLog, esiPortMaps, unprogrammedRoutes, "
-                 "lagMembers, evpnVlanMembers, esiData, tepSegments or all)");
+                 "lagMembers, evpnVlanMembers, esiData, tepSegments, hosts, hostFecs or all)");
       s.tables.push_back(it->second);
     };
     if (n.IsSequence()) {
@@ -328,12 +346,13 @@ class Reader {
   }
 
   Step expectStep(Yaml::Node const& n) const {
-    checkMap(n, "expect", {"tunnels",       "tunnelCount",     "floodSets",   "floodSetEntries",
-                           "fecRequests",   "fecAnswered",     "pools",       "refCounts",
-                           "fecs",          "hwInfo",          "waiting",     "zombies",
-                           "notProgrammed", "sysLog",          "esiPortMaps", "unprogrammedRoutes",
-                           "lagMembers",    "evpnVlanMembers", "esiData",     "esiEntries",
-                           "tepSegments"});
+    checkMap(n, "expect", {"tunnels",       "tunnelCount",     "floodSets",       "floodSetEntries",
+                           "fecRequests",   "fecAnswered",     "pools",           "refCounts",
+                           "fecs",          "hwInfo",          "waiting",         "zombies",
+                           "notProgrammed", "sysLog",          "esiPortMaps",     "unprogrammedRoutes",
+                           "lagMembers",    "evpnVlanMembers", "esiData",         "esiEntries",
+                           "tepSegments",   "hostFecRequests", "hostFecAnswered", "hosts",
+                           "hostFecs"});
     ExpectStep e;
     using K = Expectation::Kind;
     if (Yaml::Node const& t = n["tunnels"]) {
@@ -392,7 +411,123 @@ class Reader {
     lfibExpectations(n, e);
     accessExpectations(n, e);
     libraryExpectations(n, e);
+    hostChainExpectations(n, e);
     return e;
+  }
+
+  // Host FEC chains.
+
+  // Every chain object is named by the step that writes it, anywhere in the file, so a
+  // label may name a load balance written later.
+  void declareChainObjects(Yaml::Node const& steps) {
+    static std::map<Qor::String, L2Rib::TableType> const kinds = {
+        {"label", L2Rib::tableTypeLabel_},
+        {"loadBalance", L2Rib::tableTypeLoadBalance_},
+        {"chainDest", L2Rib::tableTypeDest_}};
+    std::map<L2Rib::TableType, uint32_t> count;
+    for (auto const& step : steps) {
+      if (!step.IsMap() || step.size() != 1) continue;
+      Yaml::Node::Entry const entry = *step.begin();
+      auto const kind = kinds.find(entry.first.as<Qor::String>());
+      Yaml::Node const v = entry.second;
+      if (kind == kinds.end() || !v.IsMap() || !v["name"]) continue;
+      Qor::String const name = text(v["name"], "name");
+      auto const [it, added] =
+          scenario_.chainObjects.try_emplace(name, kind->second, count[kind->second] + 1);
+      if (added) {
+        ++count[kind->second];
+      } else if (it->second.tableType() != kind->second) {
+        fail(v["name"],
+             "'" + name + "' already names a " + Qor::String(Qor::enumName(it->second.tableType())));
+      }
+    }
+  }
+  L2Rib::ObjTuple chainObject(Yaml::Node const& n) const {
+    Qor::String const s = text(n, "chain object");
+    auto it = scenario_.chainObjects.find(s);
+    if (it == scenario_.chainObjects.end())
+      fail(n, "unknown chain object '" + s + "' (name it in a label, loadBalance or chainDest step)");
+    return it->second;
+  }
+  L2Rib::ObjTuple chainObjectOf(Yaml::Node const& n, L2Rib::TableType type) const {
+    L2Rib::ObjTuple const object = chainObject(n);
+    if (object.tableType() != type)
+      fail(n, "'" + n.Scalar() + "' is not a " + Qor::String(Qor::enumName(type)));
+    return object;
+  }
+  Bridging::MacVlanPair host(Yaml::Node const& n) const {
+    return Bridging::MacVlanPair(mac(n["mac"]), vlan(n["vlan"]));
+  }
+
+  std::optional<Step> hostChainStep(Qor::String const& kind, Yaml::Node const& v) const {
+    if (kind == "host" || kind == "removeHost") {
+      bool const add = kind == "host";
+      checkMap(v, kind,
+               add ? std::set<Qor::String>{"vlan", "mac", "next"} : std::set<Qor::String>{"vlan", "mac"},
+               add ? std::set<Qor::String>{"vlan", "mac", "next"} : std::set<Qor::String>{"vlan", "mac"});
+      return HostStep{add, host(v), add ? chainObject(v["next"]) : L2Rib::ObjTuple()};
+    }
+    if (kind == "label") {
+      checkMap(v, kind, {"name", "label", "next"}, {"name", "label", "next"});
+      return ChainObjectStep{true, chainObject(v["name"]), label(v["label"]), {chainObject(v["next"])}, {}};
+    }
+    if (kind == "loadBalance") {
+      checkMap(v, kind, {"name", "next"}, {"name", "next"});
+      Yaml::Node const& next = v["next"];
+      if (!next.IsSequence() || next.size() > 16)
+        fail(next, "a load balance's next is a list of up to 16 objects");
+      ChainObjectStep s{true, chainObject(v["name"]), {}, {}, {}};
+      for (auto const& n : next) s.next.push_back(chainObject(n));
+      return s;
+    }
+    if (kind == "chainDest") {
+      checkMap(v, kind, {"name", "tunnel"}, {"name", "tunnel"});
+      return ChainObjectStep{true, chainObject(v["name"]), {}, {}, tunnel(v["tunnel"])};
+    }
+    static std::map<Qor::String, L2Rib::TableType> const removals = {
+        {"removeLabel", L2Rib::tableTypeLabel_},
+        {"removeLoadBalance", L2Rib::tableTypeLoadBalance_},
+        {"removeChainDest", L2Rib::tableTypeDest_}};
+    if (auto const r = removals.find(kind); r != removals.end()) {
+      return ChainObjectStep{false, chainObjectOf(v, r->second), {}, {}, {}};
+    }
+    if (kind == "toggle") {
+      checkMap(v, kind, {"FennEvpnVxlan4WayL2Ecmp"}, {"FennEvpnVxlan4WayL2Ecmp"});
+      return ToggleStep{boolean(v["FennEvpnVxlan4WayL2Ecmp"], "FennEvpnVxlan4WayL2Ecmp")};
+    }
+    return std::nullopt;
+  }
+
+  void hostChainExpectations(Yaml::Node const& n, ExpectStep& e) const {
+    using K = Expectation::Kind;
+    for (auto const& [key, kind] : {std::pair("hostFecRequests", K::hostFecRequests),
+                                    std::pair("hostFecAnswered", K::hostFecAnswered)}) {
+      if (Yaml::Node const& c = n[key]) {
+        Expectation x{kind, at(c), key, {}, {}, {}, number(c, key, UINT64_MAX)};
+        e.expectations.push_back(x);
+      }
+    }
+    if (Yaml::Node const& h = n["hosts"]) {
+      if (!h.IsMap()) fail(h, "expect hosts must map '<vlan> <mac>' to an object, as show hosts prints it");
+      for (auto const& kv : h) {
+        Expectation x{K::host, at(kv.first), kv.first.as<Qor::String>(), {}, floodSetKey(kv.first), {}, 0};
+        x.names.push_back(text(kv.second, "host's object"));
+        e.expectations.push_back(x);
+      }
+    }
+    if (Yaml::Node const& f = n["hostFecs"]) {
+      if (!f.IsMap()) fail(f, "expect hostFecs must map objects to where their vias lead, or none");
+      for (auto const& kv : f) {
+        Expectation x{K::hostFec, at(kv.first), kv.first.as<Qor::String>(), {}, {}, {}, 0};
+        chainObject(kv.first);
+        if (kv.second.IsSequence()) {
+          for (auto const& via : kv.second) x.names.push_back(text(via, "via"));
+        } else if (text(kv.second, "vias") != "none") {
+          fail(kv.second, "expected a list of PEs and objects, or none");
+        }
+        e.expectations.push_back(x);
+      }
+    }
   }
 
   // The library's own state.
@@ -740,8 +875,10 @@ class Reader {
     if (kind == "hardware") {
       HardwareStep h;
       hardware(v, h);
+      if (h.hostFecChainLength) fail(v["hostFecChainLength"], "hostFecChainLength is a start-up setting");
       return h;
     }
+    if (std::optional<Step> s = hostChainStep(kind, v)) return *s;
     if (kind == "advance") {
       double const s = seconds(v, "advance");
       if (s > maxSeconds - elapsed_)
@@ -767,8 +904,9 @@ class Reader {
              "' (expected say, addDest, removeDest, removeFloodSet, segment, removeSegment, fault, "
              "hardware, advance, show, expect, route, removeRoute, viaSet, removeViaSet, filterVia, "
              "removeFilterVia, backlog, lag, removeLag, vlanConfig, removeVlanConfig, vlanStatus, "
-             "removeVlanStatus, encapBumFilter, segmentVlans, localEsiLabel, tunnelEndpoint, print or "
-             "reinitialize)");
+             "removeVlanStatus, encapBumFilter, segmentVlans, localEsiLabel, tunnelEndpoint, print, "
+             "reinitialize, host, removeHost, label, removeLabel, loadBalance, removeLoadBalance, "
+             "chainDest, removeChainDest or toggle)");
   }
 
   // The parser keeps the first of two equal keys and drops the second without a word;
@@ -822,6 +960,7 @@ class Reader {
       if (h.withholdFecResponses)
         fail(root["hardware"], "withholdFecResponses is a step, not a start-up setting");
       Sim::HardwareConfig& c = scenario_.hardware;
+      c.hostFecChainLength = h.hostFecChainLength.value_or(c.hostFecChainLength);
       c.defaultHwTunnelIds = h.defaultHwTunnelIds.value_or(c.defaultHwTunnelIds);
       c.sharedEsHwTunnelIds = h.sharedEsHwTunnelIds.value_or(c.sharedEsHwTunnelIds);
       c.fecResponseDelay = h.fecResponseDelay.value_or(c.fecResponseDelay);
@@ -832,6 +971,7 @@ class Reader {
     if (root["tunnels"]) tunnels(root["tunnels"]);
     Yaml::Node const& steps = root["steps"];
     if (!steps.IsSequence()) fail(steps, "steps must be a list");
+    declareChainObjects(steps);
     for (auto const& s : steps) scenario_.steps.emplace_back(at(s), step(s));
     return std::move(scenario_);
   }

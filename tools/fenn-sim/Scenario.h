@@ -64,6 +64,7 @@ struct HardwareStep {
   std::optional<uint32_t> floodSetCapacity;
   std::optional<bool> updateSupportedOnCreateEsiData;
   std::optional<bool> floodSetProgrammingPaused;
+  std::optional<uint32_t> hostFecChainLength;  // a start-up setting
 };
 struct AdvanceStep {
   double seconds;
@@ -110,6 +111,23 @@ struct AccessStep {
   std::map<Bridging::VlanId, Ostra::IntfId> df;
   std::optional<Ostra::MplsLabel> label;
 };
+// Host FEC chains: hosts of the layer-2 RIB and the named objects they resolve through.
+struct HostStep {
+  bool add;
+  Bridging::MacVlanPair macVlan;
+  L2Rib::ObjTuple first;
+};
+struct ChainObjectStep {
+  bool add;
+  L2Rib::ObjTuple object;
+  Ostra::MplsLabel label;                // a label's
+  std::vector<L2Rib::ObjTuple> next;     // a label's one, a load balance's up to 16
+  Tunnel::TunnelTable::TunnelId tunnel;  // a destination's
+};
+struct ToggleStep {
+  bool vxlan4WayL2Ecmp;
+};
+
 enum class Table {
   tunnels,
   pools,
@@ -125,6 +143,9 @@ enum class Table {
   esiData,
   // Ethernet segment tracking per remote TEP.
   tepSegments,
+  // Host FEC chains.
+  hosts,
+  hostFecs,
 };
 struct ShowStep {
   std::vector<Table> tables;
@@ -170,12 +191,16 @@ struct Expectation {
     tepSegments,  // every TEP entry, address: [segment interfaces]
     // The library's own state (`table`); `names` holds its rows, sorted.
     library,
+    hostFecRequests,  // number of host-chain FEC requests
+    hostFecAnswered,  // number of answered host-chain FEC requests
+    host,             // a host's first object and its FEC's state, as `hosts` shows it
+    hostFec,          // where the vias of object `name`'s FEC lead, in via order (or none)
   };
   Kind kind;
   Location at;
   Qor::String name;
   std::optional<Fenn::HwTunnelIdType> pool;
-  Bridging::MacVlanPair floodSet;
+  Bridging::MacVlanPair floodSet;  // or the host
   std::vector<Qor::String> names;
   uint64_t count = 0;
   LibraryTable table = LibraryTable::refCounts;
@@ -184,9 +209,10 @@ struct ExpectStep {
   std::vector<Expectation> expectations;
 };
 
-using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
-                          HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep,
-                          TunnelEndpointStep, PrintStep, ReinitializeStep>;
+using Step =
+    std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep, HardwareStep,
+                 AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep, TunnelEndpointStep, PrintStep,
+                 ReinitializeStep, HostStep, ChainObjectStep, ToggleStep>;
 
 struct Scenario {
   Qor::String file;
@@ -202,6 +228,10 @@ struct Scenario {
 
   // The PE name of a tunnel, or its number when it has none.
   Qor::String tunnelName(Tunnel::TunnelTable::TunnelId tunnelId) const;
+
+  // Host FEC chains: objects by name (each name declares its table and gets the next id).
+  std::map<Qor::String, L2Rib::ObjTuple> chainObjects;
+  Qor::String objectName(L2Rib::ObjTuple const& object) const;
 };
 
 // Throws ScenarioError.

@@ -183,6 +183,13 @@ int main(int argc, char** argv) {
         std::cout << "\n";
         SimTool::printTable(std::cout, t, state, scenario);
       }
+      // Host chains only where the scenario has hosts or FECs for them.
+      if (!state.hosts.empty() || !state.hostFecs.empty()) {
+        for (auto t : {SimTool::Table::hosts, SimTool::Table::hostFecs}) {
+          std::cout << "\n";
+          SimTool::printTable(std::cout, t, state, scenario);
+        }
+      }
     }
     if (!Ringlog::filePath().empty()) std::cerr << "fenn-sim: ring log in " << Ringlog::filePath() << "\n";
     if (failures) {
