@@ -24,23 +24,26 @@ struct Chains {
     for (uint32_t d = 0; d < dests; ++d) destIs(d, d + 1);
     for (uint32_t b = 0; b < lbs; ++b) {
       L2Rib::LoadBalance lb;
-      for (uint32_t i = 0; i < 4; ++i) lb.nextIs(L2Rib::EcmpIndex(i), L2Rib::DestId((b + i * 97) % dests).tuple());
+      for (uint32_t i = 0; i < 4; ++i)
+        lb.nextIs(L2Rib::EcmpIndex(i), L2Rib::DestId((b + i * 97) % dests).tuple());
       lbTable->loadBalanceIs(L2Rib::LoadBalanceId(b), lb);
     }
     for (uint32_t l = 0; l < labels; ++l) {
-      ObjTuple const next = l < labels - lbs ? L2Rib::DestId(l % dests).tuple() : L2Rib::LoadBalanceId(l % lbs).tuple();
+      ObjTuple const next =
+          l < labels - lbs ? L2Rib::DestId(l % dests).tuple() : L2Rib::LoadBalanceId(l % lbs).tuple();
       labelTable->labelIs(L2Rib::LabelId(l), L2Rib::Label(Ostra::MplsLabel(1000 + l), next));
     }
-    sm = Fenn::fennMacAddrFecRequestSmFactory(labelTable, lbTable, destTable, hosts, responseReader, request, hwIds,
-                                              wheel, scheduler);
+    sm = Fenn::fennMacAddrFecRequestSmFactory(labelTable, lbTable, destTable, hosts, responseReader, request,
+                                              hwIds, wheel, scheduler);
     sm->maxChainLengthIs(3);
     sm->initializedIs(true);
     scheduler->runReady();
   }
   ~Chains() { sm = nullptr; }
   void destIs(uint32_t d, uint64_t tunnel) {
-    destTable->destIs(L2Rib::DestId(d), L2Rib::Dest::vxlan(Ostra::IpGenAddr(), d,
-                                                           Tunnel::TunnelTable::TunnelId(Tunnel::tunnelTypeLdp, tunnel)));
+    destTable->destIs(L2Rib::DestId(d),
+                      L2Rib::Dest::vxlan(Ostra::IpGenAddr(), d,
+                                         Tunnel::TunnelTable::TunnelId(Tunnel::tunnelTypeLdp, tunnel)));
   }
   void hostIs(uint64_t h, ObjTuple first) {
     hosts->hostIs(Bridging::MacVlanPair(Ostra::EthAddr(0x020000000000 + h), Bridging::VlanId(1 + h % 4000)),
@@ -94,7 +97,8 @@ void BM_HostsFromEmpty(benchmark::State& state) {
   }
   state.SetItemsProcessed(int64_t(state.iterations() * count));
   state.counters["fecs"] = fecs;
-  state.counters["fecsPerSecond"] = benchmark::Counter(fecs * double(state.iterations()), benchmark::Counter::kIsRate);
+  state.counters["fecsPerSecond"] =
+      benchmark::Counter(fecs * double(state.iterations()), benchmark::Counter::kIsRate);
   state.counters["heapBytesPerHost"] = bytesPerHost;
 }
 BENCHMARK(BM_HostsFromEmpty)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(1);
@@ -103,7 +107,8 @@ void BM_DestinationChange(benchmark::State& state) {
   Chains chains;
   // 5,000 labels straight over destination 0, each with a host.
   for (uint32_t l = 0; l < 5000; ++l) {
-    chains.labelTable->labelIs(L2Rib::LabelId(100000 + l), L2Rib::Label(Ostra::MplsLabel(5000 + l), L2Rib::DestId(0).tuple()));
+    chains.labelTable->labelIs(L2Rib::LabelId(100000 + l),
+                               L2Rib::Label(Ostra::MplsLabel(5000 + l), L2Rib::DestId(0).tuple()));
     chains.hostIs(l, L2Rib::LabelId(100000 + l).tuple());
   }
   uint64_t tunnel = 1;
@@ -111,7 +116,8 @@ void BM_DestinationChange(benchmark::State& state) {
     tunnel = tunnel == 1 ? 9999 : 1;
     chains.destIs(0, tunnel);
   }
-  state.counters["fecsRewritten"] = double(chains.sm->nextHopReverseMap(L2Rib::DestId(0).tuple())->objTuples());
+  state.counters["fecsRewritten"] =
+      double(chains.sm->nextHopReverseMap(L2Rib::DestId(0).tuple())->objTuples());
 }
 BENCHMARK(BM_DestinationChange)->Unit(benchmark::kMillisecond);
 
