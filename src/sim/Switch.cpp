@@ -262,6 +262,36 @@ void Switch::tunnelEndpointIs(::Tunnel::TunnelTable::TunnelId tunnelId,
   settle();
 }
 
+void Switch::vlanToDot1qIs(Bridging::VlanId vlan, Bridging::VlanIdOrNone dot1q) {
+  evpnStatus_->vlanToDot1qIs(vlan, dot1q);
+  settle();
+}
+
+void Switch::vlanToDot1qDel(Bridging::VlanId vlan) {
+  evpnStatus_->vlanToDot1qDel(vlan);
+  settle();
+}
+
+void Switch::vlanServiceDot1qEnabledIs(bool enabled) {
+  mplsConfig_->vlanServiceDot1qEnabledIs(enabled);
+  settle();
+}
+
+void Switch::vlanFloodStatusIs(Bridging::VlanId vlan, std::vector<Ostra::IntfId> const& floodFilter) {
+  Evpn::EvpnVlanFloodStatus* status = evpnStatus_->evpnVlanFloodStatusIs(vlan);
+  for (auto const& intf : status->floodFilter().keys()) {
+    if (std::find(floodFilter.begin(), floodFilter.end(), intf) == floodFilter.end())
+      status->floodFilterDel(intf);
+  }
+  for (auto const& intf : floodFilter) status->floodFilterIs(intf);
+  settle();
+}
+
+void Switch::vlanFloodStatusDel(Bridging::VlanId vlan) {
+  evpnStatus_->evpnVlanFloodStatusDel(vlan);
+  settle();
+}
+
 void Switch::hwTunnelIdPoolSizeIs(Fenn::HwTunnelIdType type, uint32_t size) {
   bool const grew = size > hwTunnelIdPools_->poolSize(type);
   hwTunnelIdPools_->poolSizeIs(type, size);
@@ -309,6 +339,12 @@ FaultInjector& Switch::faults(FaultTarget target) {
       return esiPortMaps_->temporaryFailureFaults();
     case FaultTarget::createEsiData:
       return floodingHardware_->esiDataFaults();
+    case FaultTarget::createVlan:
+      return floodingHardware_->vlanTables().createVlanFaults();
+    case FaultTarget::createVlanToDot1qMapping:
+      return floodingHardware_->vlanTables().createVlanToDot1qMappingFaults();
+    case FaultTarget::createNonDfPort:
+      return floodingHardware_->vlanTables().createNonDfPortFaults();
   }
   return floodSetProgrammer_->programmingFaults();
 }
@@ -437,6 +473,18 @@ HardwareState Switch::state() const {
     return std::pair(a.macVlan.vlanId(), a.macVlan.macAddr()) <
            std::pair(b.macVlan.vlanId(), b.macVlan.macAddr());
   });
+
+  // Access side: dot1q mappings and flood filters.
+  for (auto const& [vlan, dot1q] : floodingHardware_->vlanTables().vlans()) s.vlans.push_back({vlan, dot1q});
+  for (auto const& [portVlan, m] : floodingHardware_->vlanTables().dot1qMappings())
+    s.dot1qMappings.push_back({portVlan.second, portVlan.first, m.parent, m.dot1q});
+  for (auto const& [portVlan, parent] : floodingHardware_->vlanTables().nonDfPorts())
+    s.nonDfPorts.push_back({portVlan.second, portVlan.first, parent});
+  auto byVlanPort = [](auto const& a, auto const& b) {
+    return std::tie(a.vlan, a.port) < std::tie(b.vlan, b.port);
+  };
+  std::sort(s.dot1qMappings.begin(), s.dot1qMappings.end(), byVlanPort);
+  std::sort(s.nonDfPorts.begin(), s.nonDfPorts.end(), byVlanPort);
   return s;
 }
 
@@ -449,6 +497,10 @@ HardwareState Switch::state() const {
 //                     --> FennEvpnVlanMembershipSm --> evpnVlanStatus
 //   lagMemberInfo + evpnStatus + tunnelIdToHwTunnelId
 //                     --> EvpnFloodingEsiSm --(FloodingHardware)--> ESI data per port
+//   lagMemberInfo + evpnVlanStatus + evpnStatus (vlanToDot1q) + mplsConfig
+//                     --> EvpnFloodingDot1qSm --(FloodingHardware)--> VLANs, VLAN-to-dot1q mappings
+//   lagMemberInfo + evpnStatus (VLAN flood statuses)
+//                     --> FennEvpnFloodFilterSm --(FloodingHardware)--> non-DF ports
 namespace Sim {
 
 void Switch::startAccessSide(HardwareConfig const& config, ControlPlane const& controlPlane) {
@@ -465,19 +517,31 @@ void Switch::startAccessSide(HardwareConfig const& config, ControlPlane const& c
       Fenn::fennEvpnVlanMembershipSmFactory(bridgingConfig_, vlanStatusDir_, evpnStatus_, evpnVlanStatus_);
   floodingEsiSm_ = Fenn::evpnFloodingEsiSmFactory(floodingHardware_, scheduler_, lagMemberInfo_, evpnStatus_,
                                                   tunnelIdToHwTunnelIdReader_);
+  // Dot1q mappings and flood filters.
+  mplsConfig_ = controlPlane.mplsConfig ? controlPlane.mplsConfig : Evpn::mplsConfigFactory();
+  floodingDot1qSm_ = Fenn::evpnFloodingDot1qSmFactory(floodingHardware_, scheduler_, lagMemberInfo_,
+                                                      evpnVlanStatus_, evpnStatus_, mplsConfig_);
+  floodFilterSm_ =
+      Fenn::fennEvpnFloodFilterSmFactory(floodingHardware_, scheduler_, lagMemberInfo_, evpnStatus_);
   lagSm_->initializedIs(true);
   vlanMembershipSm_->initializedIs(true);
   floodingEsiSm_->initializedIs(true);
+  floodingDot1qSm_->initializedIs(true);
+  floodFilterSm_->initializedIs(true);
 }
 
 void Switch::stopAccessSide() {
+  floodFilterSm_ = nullptr;
+  floodingDot1qSm_ = nullptr;
   floodingEsiSm_ = nullptr;
   vlanMembershipSm_ = nullptr;
   lagSm_ = nullptr;
 }
 
 ControlPlane Switch::controlPlane() const {
-  return {floodSetOutput_, evpnStatus_, lagConfigDir_, bridgingConfig_, vlanStatusDir_};
+  ControlPlane c{floodSetOutput_, evpnStatus_, lagConfigDir_, bridgingConfig_, vlanStatusDir_};
+  c.mplsConfig = mplsConfig_;
+  return c;
 }
 
 namespace {

@@ -38,6 +38,10 @@
 #include "sim/FloodSetProgrammer.h"
 #include "sim/FloodingHardware.h"
 #include "sim/HwTunnelIdPools.h"
+// Access side: dot1q mappings and flood filters.
+#include "Evpn/MplsConfig.h"
+#include "FennEvpn/FennEvpnFloodFilterSm.h"
+#include "FennEvpn/FennEvpnFloodingDot1qSm.h"
 
 // ESI filtering at decapsulation.
 #include "FennEvpn/FennEvpnEsiFilteringDecapSm.h"
@@ -77,6 +81,7 @@ struct ControlPlane {
   Qor::Ptr<L2Rib::LabelOutput> labelOutput = nullptr;
   Qor::Ptr<L2Rib::LoadBalanceOutput> loadBalanceOutput = nullptr;
   Qor::Ptr<L2Rib::DestOutput> destOutput = nullptr;
+  Qor::Ptr<Evpn::MplsConfig> mplsConfig = nullptr;
 };
 
 enum class FaultTarget {
@@ -90,6 +95,10 @@ enum class FaultTarget {
   createEsiData,
   // Host FEC chains: a host-chain FEC fails to program.
   hostFecResponse,
+  // Access side: dot1q mappings and flood filters.
+  createVlan,
+  createVlanToDot1qMapping,
+  createNonDfPort,
 };
 
 // What the hardware models hold, in a canonical order, for show, expect, JSON and
@@ -195,6 +204,29 @@ struct HardwareState {
   };
   std::vector<HostFec> hostFecs;
   std::vector<Host> hosts;
+
+  // Access side: dot1q mappings and flood filters, ordered by VLAN, then port.
+  struct Vlan {
+    Bridging::VlanId vlan;
+    Bridging::VlanIdOrNone dot1q;
+    bool operator==(Vlan const&) const = default;
+  };
+  struct Dot1qMapping {
+    Bridging::VlanId vlan;
+    Ostra::IntfId port;
+    Ostra::IntfId parent;  // the access interface it was programmed for
+    Bridging::VlanIdOrNone dot1q;
+    bool operator==(Dot1qMapping const&) const = default;
+  };
+  struct NonDfPort {
+    Bridging::VlanId vlan;
+    Ostra::IntfId port;
+    Ostra::IntfId parent;
+    bool operator==(NonDfPort const&) const = default;
+  };
+  std::vector<Vlan> vlans;
+  std::vector<Dot1qMapping> dot1qMappings;
+  std::vector<NonDfPort> nonDfPorts;
 };
 
 class Switch {
@@ -220,6 +252,15 @@ class Switch {
   void segmentIs(Ostra::IntfId intf, std::map<Ostra::IntfId, Ostra::MplsLabel> const& peers,
                  std::optional<Ostra::MplsLabel> sharedEsiLabel);
   void segmentDel(Ostra::IntfId intf);
+
+  // Control plane, access side: the VLAN-to-dot1q mapping of VLAN services, the MPLS
+  // configuration's dot1q flag, and the flood filter of each VLAN (the access interfaces
+  // that are not its designated forwarder). The filter list replaces the previous one.
+  void vlanToDot1qIs(Bridging::VlanId vlan, Bridging::VlanIdOrNone dot1q);
+  void vlanToDot1qDel(Bridging::VlanId vlan);
+  void vlanServiceDot1qEnabledIs(bool enabled);
+  void vlanFloodStatusIs(Bridging::VlanId vlan, std::vector<Ostra::IntfId> const& floodFilter);
+  void vlanFloodStatusDel(Bridging::VlanId vlan);
 
   // Hardware.
   void hwTunnelIdPoolSizeIs(Fenn::HwTunnelIdType type, uint32_t size);
@@ -278,6 +319,10 @@ class Switch {
   Fenn::FecIdToHwFecIdResponse const* hostFecResponse() const { return hostFecResponse_.get(); }
   Fenn::ObjTupleToHwId const* objTupleToHwId() const { return objTupleToHwId_.get(); }
   Fenn::FennMacAddrFecRequestSm const* hostFecSm() const { return hostFecSm_.get(); }
+  // Access side: dot1q mappings and flood filters.
+  VlanFloodingTables const& vlanFloodingTables() const { return floodingHardware_->vlanTables(); }
+  Fenn::FennEvpnFloodFilterSm const* floodFilterSm() const { return floodFilterSm_.get(); }
+  Fenn::EvpnFloodingDot1qSm const* floodingDot1qSm() const { return floodingDot1qSm_.get(); }
 
   // ESI filtering at decapsulation. The control plane writes the LFIB through lfib(); the
   // changes take effect at the next settle() or advance().
@@ -392,6 +437,11 @@ class Switch {
   Qor::Ptr<Fenn::ObjTupleToHwId> objTupleToHwId_;
   Qor::Ptr<FecResponder> hostFecResponder_;
   Qor::Ptr<Fenn::FennMacAddrFecRequestSm> hostFecSm_;
+
+  // Access side: dot1q mappings and flood filters.
+  Qor::Ptr<Evpn::MplsConfig> mplsConfig_;
+  Qor::Ptr<Fenn::EvpnFloodingDot1qSm> floodingDot1qSm_;
+  Qor::Ptr<Fenn::FennEvpnFloodFilterSm> floodFilterSm_;
 };
 
 }  // namespace Sim

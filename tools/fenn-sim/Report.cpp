@@ -261,6 +261,27 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
       t.print(os, "Host FEC requests");
       break;
     }
+    // Access side: dot1q mappings and flood filters.
+    case Table::vlans: {
+      TextTable t({"VLAN", "dot1q"});
+      for (auto const& v : state.vlans) t.row({Qor::valueToStrep(v.vlan), dot1qName(v.dot1q)});
+      t.print(os, "VLANs");
+      break;
+    }
+    case Table::dot1qMappings: {
+      TextTable t({"VLAN", "port", "interface", "dot1q"});
+      for (auto const& m : state.dot1qMappings)
+        t.row({Qor::valueToStrep(m.vlan), m.port.name(), m.parent.name(), dot1qName(m.dot1q)});
+      t.print(os, "VLAN-to-dot1q mappings");
+      break;
+    }
+    case Table::nonDfPorts: {
+      TextTable t({"VLAN", "port", "interface"});
+      for (auto const& p : state.nonDfPorts)
+        t.row({Qor::valueToStrep(p.vlan), p.port.name(), p.parent.name()});
+      t.print(os, "Non-DF ports (flooding filtered)");
+      break;
+    }
   }
 }
 
@@ -385,6 +406,26 @@ void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const
       viaSep = ", ";
     }
     os << "], \"answered\": " << (f.answered ? "true" : "false") << ", \"hwFecId\": " << f.hwFecId << "}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"vlans\": [";
+  sep = "";
+  for (auto const& v : state.vlans) {
+    os << sep << "\n    {\"vlan\": " << v.vlan.value() << ", \"dot1q\": " << v.dot1q.value() << "}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"dot1qMappings\": [";
+  sep = "";
+  for (auto const& m : state.dot1qMappings) {
+    os << sep << "\n    {\"vlan\": " << m.vlan.value() << ", \"port\": " << jsonString(m.port.name())
+       << ", \"intf\": " << jsonString(m.parent.name()) << ", \"dot1q\": " << m.dot1q.value() << "}";
+    sep = ",";
+  }
+  os << "\n  ],\n  \"nonDfPorts\": [";
+  sep = "";
+  for (auto const& p : state.nonDfPorts) {
+    os << sep << "\n    {\"vlan\": " << p.vlan.value() << ", \"port\": " << jsonString(p.port.name())
+       << ", \"intf\": " << jsonString(p.parent.name()) << "}";
     sep = ",";
   }
   os << "\n  ]\n}\n";

@@ -416,6 +416,8 @@ Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state)
       }
       return differ(e.names.empty() ? "none" : joined(e.names), "none");
     }
+    default:
+      return checkAccess(e, state);
   }
   return "";
 }
@@ -442,6 +444,57 @@ void Runner::apply(AccessStep const& s) {
       return switch_->segmentVlansIs(s.intf, s.vlans, s.df);
     case K::localEsiLabel:
       return switch_->localEsiLabelIs(s.intf, s.label);
+  }
+}
+
+// Access side: dot1q mappings and flood filters.
+
+void Runner::apply(VlanToDot1qStep const& s) {
+  s.dot1q ? switch_->vlanToDot1qIs(s.vlan, *s.dot1q) : switch_->vlanToDot1qDel(s.vlan);
+}
+
+void Runner::apply(MplsConfigStep const& s) { switch_->vlanServiceDot1qEnabledIs(s.vlanServiceDot1q); }
+
+void Runner::apply(VlanFloodStatusStep const& s) {
+  s.floodFilter ? switch_->vlanFloodStatusIs(s.vlan, *s.floodFilter) : switch_->vlanFloodStatusDel(s.vlan);
+}
+
+Qor::String Runner::checkAccess(Expectation const& e, Sim::HardwareState const& state) const {
+  using K = Expectation::Kind;
+  auto differ = [](std::vector<Qor::String> const& expected,
+                   std::vector<Qor::String> const& actual) -> Qor::String {
+    if (expected == actual) return "";
+    return "    expected: " + joined(expected) + "\n    actual:   " + joined(actual) + "\n";
+  };
+  auto count = [](size_t n) { return std::vector<Qor::String>{std::to_string(n)}; };
+  std::vector<Qor::String> actual;
+  switch (e.kind) {
+    case K::vlanCount:
+      return differ(count(e.count), count(state.vlans.size()));
+    case K::dot1qMappingCount:
+      return differ(count(e.count), count(state.dot1qMappings.size()));
+    case K::nonDfPortCount:
+      return differ(count(e.count), count(state.nonDfPorts.size()));
+    case K::vlanDot1q:
+      actual.push_back("absent");
+      for (auto const& v : state.vlans) {
+        if (v.vlan == e.vlan) actual[0] = dot1qName(v.dot1q);
+      }
+      return differ(e.names, actual);
+    case K::dot1qMappings:
+      for (auto const& m : state.dot1qMappings) {
+        if (m.vlan == e.vlan) actual.push_back(m.port.name() + "=" + dot1qName(m.dot1q));
+      }
+      std::sort(actual.begin(), actual.end());
+      return differ(e.names, actual);
+    case K::nonDfPorts:
+      for (auto const& p : state.nonDfPorts) {
+        if (p.vlan == e.vlan) actual.push_back(p.port.name());
+      }
+      std::sort(actual.begin(), actual.end());
+      return differ(e.names, actual);
+    default:
+      return "";
   }
 }
 

@@ -38,6 +38,11 @@ class Runner {
   void apply(HostStep const& s);
   void apply(ChainObjectStep const& s);
   void apply(ToggleStep const& s);
+  // Access side: dot1q mappings and flood filters.
+  void apply(VlanToDot1qStep const& s);
+  void apply(MplsConfigStep const& s);
+  void apply(VlanFloodStatusStep const& s);
+  Qor::String checkAccess(Expectation const& e, Sim::HardwareState const& state) const;
   // Empty when the expectation holds; otherwise "expected ..., actual ...".
   Qor::String check(Expectation const& e, Sim::HardwareState const& state) const;
 

@@ -46,6 +46,10 @@ Qor::String Scenario::objectName(L2Rib::ObjTuple const& object) const {
   return Qor::valueToStrep(object);
 }
 
+Qor::String dot1qName(Bridging::VlanIdOrNone dot1q) {
+  return dot1q.isNone() ? Qor::String("none") : Qor::valueToStrep(dot1q);
+}
+
 namespace {
 
 constexpr double maxSeconds = maxSimulatedSeconds;
@@ -285,11 +289,17 @@ class Reader {
       f.target = Sim::FaultTarget::createEsiData;
     } else if (t == "hostFecResponse") {
       f.target = Sim::FaultTarget::hostFecResponse;
+    } else if (t == "createVlan") {
+      f.target = Sim::FaultTarget::createVlan;
+    } else if (t == "createVlanToDot1qMapping") {
+      f.target = Sim::FaultTarget::createVlanToDot1qMapping;
+    } else if (t == "createNonDfPort") {
+      f.target = Sim::FaultTarget::createNonDfPort;
     } else {
       fail(n["target"], "bad fault target '" + t +
                             "' (expected hwTunnelIdAllocation, fecResponse, floodSetProgramming, "
-                            "esiPortMapResourceFull, esiPortMapTemporaryFailure, createEsiData or "
-                            "hostFecResponse)");
+                            "esiPortMapResourceFull, esiPortMapTemporaryFailure, createEsiData, "
+                            "hostFecResponse, createVlan, createVlanToDot1qMapping or createNonDfPort)");
     }
     if (n["failNext"]) f.failNext = uint32_t(number(n["failNext"], "failNext", UINT32_MAX));
     if (n["failFraction"]) f.failFraction = fraction(n["failFraction"]);
@@ -313,7 +323,10 @@ class Reader {
                                                        {"esiData", Table::esiData},
                                                        {"tepSegments", Table::tepSegments},
                                                        {"hosts", Table::hosts},
-                                                       {"hostFecs", Table::hostFecs}};
+                                                       {"hostFecs", Table::hostFecs},
+                                                       {"vlans", Table::vlans},
+                                                       {"dot1qMappings", Table::dot1qMappings},
+                                                       {"nonDfPorts", Table::nonDfPorts}};
     ShowStep s;
     auto add = [&](Yaml::Node const& item) {
       Qor::String const t = text(item, "table");
@@ -326,7 +339,9 @@ class Reader {
         fail(item,
              "unknown table '" + t +
                  "' (expected tunnels, pools, fecs, floodSets, sysLog, esiPortMaps, unprogrammedRoutes, "
-                 "lagMembers, evpnVlanMembers, esiData, tepSegments, hosts, hostFecs or all)");
+                 "lagMembers, evpnVlanMembers, esiData, tepSegments, hosts, hostFecs, vlans, dot1qMappings, "
+                 "nonDfPorts or "
+                 "all)");
       s.tables.push_back(it->second);
     };
     if (n.IsSequence()) {
@@ -346,13 +361,38 @@ class Reader {
   }
 
   Step expectStep(Yaml::Node const& n) const {
-    checkMap(n, "expect", {"tunnels",       "tunnelCount",     "floodSets",       "floodSetEntries",
-                           "fecRequests",   "fecAnswered",     "pools",           "refCounts",
-                           "fecs",          "hwInfo",          "waiting",         "zombies",
-                           "notProgrammed", "sysLog",          "esiPortMaps",     "unprogrammedRoutes",
-                           "lagMembers",    "evpnVlanMembers", "esiData",         "esiEntries",
-                           "tepSegments",   "hostFecRequests", "hostFecAnswered", "hosts",
-                           "hostFecs"});
+    checkMap(n, "expect",
+             {"tunnels",
+              "tunnelCount",
+              "floodSets",
+              "floodSetEntries",
+              "fecRequests",
+              "fecAnswered",
+              "pools",
+              "refCounts",
+              "fecs",
+              "hwInfo",
+              "waiting",
+              "zombies",
+              "notProgrammed",
+              "sysLog",
+              "esiPortMaps",
+              "unprogrammedRoutes",
+              "lagMembers",
+              "evpnVlanMembers",
+              "esiData",
+              "esiEntries",
+              "tepSegments",
+              "hostFecRequests",
+              "hostFecAnswered",
+              "hosts",
+              "hostFecs",
+              "vlans",
+              "vlanCount",
+              "dot1qMappings",
+              "dot1qMappingCount",
+              "nonDfPorts",
+              "nonDfPortCount"});
     ExpectStep e;
     using K = Expectation::Kind;
     if (Yaml::Node const& t = n["tunnels"]) {
@@ -412,6 +452,7 @@ class Reader {
     accessExpectations(n, e);
     libraryExpectations(n, e);
     hostChainExpectations(n, e);
+    dot1qExpectations(n, e);
     return e;
   }
 
@@ -856,6 +897,63 @@ class Reader {
           {K::esiEntries, at(c), "esiEntries", {}, {}, {}, number(c, "esiEntries", UINT64_MAX)});
   }
 
+  // Access side: dot1q mappings and flood filters.
+  Bridging::VlanIdOrNone dot1q(Yaml::Node const& n) const {
+    if (n.IsScalar() && n.Scalar() == "none") return Bridging::VlanIdOrNone::none();
+    return Bridging::VlanIdOrNone(vlan(n).value());
+  }
+  void dot1qExpectations(Yaml::Node const& n, ExpectStep& e) const {
+    using K = Expectation::Kind;
+    auto count = [&](char const* key, K kind) {
+      if (Yaml::Node const& c = n[key]) {
+        Expectation x{kind, at(c), key, {}, {}, {}, number(c, key, UINT64_MAX)};
+        e.expectations.push_back(x);
+      }
+    };
+    count("vlanCount", K::vlanCount);
+    count("dot1qMappingCount", K::dot1qMappingCount);
+    count("nonDfPortCount", K::nonDfPortCount);
+    // Each maps a VLAN to what the hardware holds for it.
+    auto perVlan = [&](char const* key, K kind, auto&& expected) {
+      Yaml::Node const& m = n[key];
+      if (!m) return;
+      if (!m.IsMap()) fail(m, Qor::String("expect ") + key + " must map VLANs to what they hold");
+      for (auto const& kv : m) {
+        Expectation x{kind, at(kv.first), Qor::String(key) + " " + kv.first.Scalar(), {}, {}, {}, 0};
+        x.vlan = vlan(kv.first);
+        expected(kv.second, x);
+        e.expectations.push_back(x);
+      }
+    };
+    perVlan("vlans", K::vlanDot1q, [&](Yaml::Node const& v, Expectation& x) {
+      x.names.push_back(v.IsScalar() && v.Scalar() == "absent" ? Qor::String("absent") : dot1qName(dot1q(v)));
+    });
+    perVlan("dot1qMappings", K::dot1qMappings, [&](Yaml::Node const& v, Expectation& x) {
+      if (!v.IsMap()) fail(v, "expected a mapping of ports to their dot1q tag");
+      for (auto const& pt : v) x.names.push_back(intf(pt.first).name() + "=" + dot1qName(dot1q(pt.second)));
+      std::sort(x.names.begin(), x.names.end());
+    });
+    perVlan("nonDfPorts", K::nonDfPorts, [&](Yaml::Node const& v, Expectation& x) {
+      for (auto const& port : intfList(v, "nonDfPorts")) x.names.push_back(port.name());
+      std::sort(x.names.begin(), x.names.end());
+    });
+  }
+
+  Step vlanToDot1qStep(Yaml::Node const& n) const {
+    checkMap(n, "vlanToDot1q", {"vlan", "dot1q"}, {"vlan", "dot1q"});
+    return VlanToDot1qStep{vlan(n["vlan"]), dot1q(n["dot1q"])};
+  }
+  Step mplsConfigStep(Yaml::Node const& n) const {
+    checkMap(n, "mplsConfig", {"vlanServiceDot1q"}, {"vlanServiceDot1q"});
+    return MplsConfigStep{boolean(n["vlanServiceDot1q"], "vlanServiceDot1q")};
+  }
+  Step vlanFloodStatusStep(Yaml::Node const& n) const {
+    checkMap(n, "vlanFloodStatus", {"vlan", "floodFilter"}, {"vlan"});
+    std::vector<Ostra::IntfId> filter;
+    if (n["floodFilter"]) filter = intfList(n["floodFilter"], "floodFilter");
+    return VlanFloodStatusStep{vlan(n["vlan"]), filter};
+  }
+
   Step step(Yaml::Node const& n) {
     if (!n.IsMap() || n.size() != 1) fail(n, "a step is a mapping with exactly one step kind");
     auto const& kv = *n.begin();
@@ -879,6 +977,12 @@ class Reader {
       return h;
     }
     if (std::optional<Step> s = hostChainStep(kind, v)) return *s;
+    // Access side: dot1q mappings and flood filters.
+    if (kind == "vlanToDot1q") return vlanToDot1qStep(v);
+    if (kind == "removeVlanToDot1q") return VlanToDot1qStep{vlan(v), std::nullopt};
+    if (kind == "mplsConfig") return mplsConfigStep(v);
+    if (kind == "vlanFloodStatus") return vlanFloodStatusStep(v);
+    if (kind == "removeVlanFloodStatus") return VlanFloodStatusStep{vlan(v), std::nullopt};
     if (kind == "advance") {
       double const s = seconds(v, "advance");
       if (s > maxSeconds - elapsed_)
@@ -906,7 +1010,8 @@ class Reader {
              "removeFilterVia, backlog, lag, removeLag, vlanConfig, removeVlanConfig, vlanStatus, "
              "removeVlanStatus, encapBumFilter, segmentVlans, localEsiLabel, tunnelEndpoint, print, "
              "reinitialize, host, removeHost, label, removeLabel, loadBalance, removeLoadBalance, "
-             "chainDest, removeChainDest or toggle)");
+             "chainDest, removeChainDest, toggle, vlanToDot1q, removeVlanToDot1q, mplsConfig, "
+             "vlanFloodStatus or removeVlanFloodStatus)");
   }
 
   // The parser keeps the first of two equal keys and drops the second without a word;

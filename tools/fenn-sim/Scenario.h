@@ -66,6 +66,19 @@ struct HardwareStep {
   std::optional<bool> floodSetProgrammingPaused;
   std::optional<uint32_t> hostFecChainLength;  // a start-up setting
 };
+// Access side: dot1q mappings and flood filters. No dot1q: the VLAN leaves vlanToDot1q;
+// no flood filter list: the VLAN's flood status goes.
+struct VlanToDot1qStep {
+  Bridging::VlanId vlan;
+  std::optional<Bridging::VlanIdOrNone> dot1q;
+};
+struct MplsConfigStep {
+  bool vlanServiceDot1q;
+};
+struct VlanFloodStatusStep {
+  Bridging::VlanId vlan;
+  std::optional<std::vector<Ostra::IntfId>> floodFilter;
+};
 struct AdvanceStep {
   double seconds;
 };
@@ -146,6 +159,10 @@ enum class Table {
   // Host FEC chains.
   hosts,
   hostFecs,
+  // Access side: dot1q mappings and flood filters.
+  vlans,
+  dot1qMappings,
+  nonDfPorts,
 };
 struct ShowStep {
   std::vector<Table> tables;
@@ -195,6 +212,13 @@ struct Expectation {
     hostFecAnswered,  // number of answered host-chain FEC requests
     host,             // a host's first object and its FEC's state, as `hosts` shows it
     hostFec,          // where the vias of object `name`'s FEC lead, in via order (or none)
+    // Access side: dot1q mappings and flood filters.
+    vlanDot1q,          // `name`: the tag of `vlan` in the VLAN table, "none" or "absent"
+    vlanCount,          // VLANs in the VLAN table
+    dot1qMappings,      // the mappings of `vlan`, as sorted "port=tag" names
+    dot1qMappingCount,  // mappings in all
+    nonDfPorts,         // the non-DF ports of `vlan`, sorted
+    nonDfPortCount,     // non-DF ports in all
   };
   Kind kind;
   Location at;
@@ -204,15 +228,16 @@ struct Expectation {
   std::vector<Qor::String> names;
   uint64_t count = 0;
   LibraryTable table = LibraryTable::refCounts;
+  Bridging::VlanId vlan{};
 };
 struct ExpectStep {
   std::vector<Expectation> expectations;
 };
 
-using Step =
-    std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep, HardwareStep,
-                 AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep, TunnelEndpointStep, PrintStep,
-                 ReinitializeStep, HostStep, ChainObjectStep, ToggleStep>;
+using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
+                          HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep,
+                          TunnelEndpointStep, PrintStep, ReinitializeStep, HostStep, ChainObjectStep,
+                          ToggleStep, VlanToDot1qStep, MplsConfigStep, VlanFloodStatusStep>;
 
 struct Scenario {
   Qor::String file;
@@ -233,6 +258,9 @@ struct Scenario {
   std::map<Qor::String, L2Rib::ObjTuple> chainObjects;
   Qor::String objectName(L2Rib::ObjTuple const& object) const;
 };
+
+// A dot1q tag as scenarios write it: its number, or "none".
+Qor::String dot1qName(Bridging::VlanIdOrNone dot1q);
 
 // Throws ScenarioError.
 Scenario loadScenario(Qor::String const& file);

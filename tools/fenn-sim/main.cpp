@@ -179,7 +179,9 @@ int main(int argc, char** argv) {
       for (auto t : {SimTool::Table::tunnels, SimTool::Table::pools, SimTool::Table::fecs,
                      SimTool::Table::floodSets, SimTool::Table::sysLog, SimTool::Table::esiPortMaps,
                      SimTool::Table::unprogrammedRoutes, SimTool::Table::lagMembers,
-                     SimTool::Table::evpnVlanMembers, SimTool::Table::esiData, SimTool::Table::tepSegments}) {
+                     SimTool::Table::evpnVlanMembers, SimTool::Table::esiData, SimTool::Table::tepSegments,
+                     // Access side: dot1q mappings and flood filters.
+                     SimTool::Table::vlans, SimTool::Table::dot1qMappings, SimTool::Table::nonDfPorts}) {
         std::cout << "\n";
         SimTool::printTable(std::cout, t, state, scenario);
       }
