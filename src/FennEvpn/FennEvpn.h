@@ -13,6 +13,7 @@
 
 #include "Bridging/VlanId.h"
 #include "Fenn/HwTunnelId.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "L2Rib/Dest.h"
 #include "Ostra/IntfId.h"
 #include "Ostra/MplsLabel.h"
@@ -27,7 +28,7 @@ using Qor::operator<<;  // text forms on std::ostream, found by argument-depende
 
 using Tunnel::TunnelTable::TunnelId;
 
-class IntfVlanKey : public Qor::RecordValue<IntfVlanKey> {
+class FENN_EVPN_EXPORT IntfVlanKey : public Qor::RecordValue<IntfVlanKey> {
  public:
   static constexpr std::string_view typeName = "Fenn::IntfVlanKey";
 
@@ -51,7 +52,7 @@ class IntfVlanKey : public Qor::RecordValue<IntfVlanKey> {
   Bridging::VlanId vlanId_;
 };
 
-class IntfTunnelKey : public Qor::RecordValue<IntfTunnelKey> {
+class FENN_EVPN_EXPORT IntfTunnelKey : public Qor::RecordValue<IntfTunnelKey> {
  public:
   static constexpr std::string_view typeName = "Fenn::IntfTunnelKey";
 
@@ -75,7 +76,7 @@ class IntfTunnelKey : public Qor::RecordValue<IntfTunnelKey> {
   TunnelId tunnelId_;
 };
 
-class IntfVlanTunnelKey : public Qor::RecordValue<IntfVlanTunnelKey> {
+class FENN_EVPN_EXPORT IntfVlanTunnelKey : public Qor::RecordValue<IntfVlanTunnelKey> {
  public:
   static constexpr std::string_view typeName = "Fenn::IntfVlanTunnelKey";
 
@@ -104,7 +105,7 @@ class IntfVlanTunnelKey : public Qor::RecordValue<IntfVlanTunnelKey> {
 };
 
 // One row of the tunnel-to-hardware-tunnel-ID table, keyed by `key`.
-class TunnelIdToHwTunnelId : public Qor::RecordValue<TunnelIdToHwTunnelId> {
+class FENN_EVPN_EXPORT TunnelIdToHwTunnelId : public Qor::RecordValue<TunnelIdToHwTunnelId> {
  public:
   static constexpr std::string_view typeName = "Fenn::TunnelIdToHwTunnelId";
 
@@ -134,7 +135,7 @@ class TunnelIdToHwTunnelId : public Qor::RecordValue<TunnelIdToHwTunnelId> {
 
 // What is programmed for one interface, VLAN and tunnel when the ESI label is sent to a
 // peer. Only ever a value, never a key: it is deliberately not hashable.
-class EsiInfo : public Qor::RecordValue<EsiInfo> {
+class FENN_EVPN_EXPORT EsiInfo : public Qor::RecordValue<EsiInfo> {
  public:
   static constexpr std::string_view typeName = "Fenn::EsiInfo";
   static constexpr bool qorHashable = false;
@@ -166,18 +167,18 @@ enum HwProgrammingStatus : uint8_t {
   invalidHwId = 2,
 };
 
-Qor::String stringValue(HwProgrammingStatus status);
+FENN_EVPN_EXPORT Qor::String stringValue(HwProgrammingStatus status);
 // Throw Qor::EnumRangeError for an unknown number or name.
-HwProgrammingStatus HwProgrammingStatusInstance(unsigned value);
-HwProgrammingStatus HwProgrammingStatusInstance(Qor::String const& name);
+FENN_EVPN_EXPORT HwProgrammingStatus HwProgrammingStatusInstance(unsigned value);
+FENN_EVPN_EXPORT HwProgrammingStatus HwProgrammingStatusInstance(Qor::String const& name);
 
 // The tunnel that an MPLS destination reaches: the tunnel of its SR-TE policy interface
 // when it has one, else its own tunnel ID. Asserts that the destination is MPLS.
-TunnelId destMplsTunnelId(L2Rib::Dest const& dest);
+FENN_EVPN_EXPORT TunnelId destMplsTunnelId(L2Rib::Dest const& dest);
 // The tunnel ID behind a remote TEP's interface: the one that an SR-TE policy or dynamic
 // tunnel interface encodes. Throws the tunnel ID range error for any other interface.
-TunnelId srTeOrDynamicTunnelIntfIdToTunnelId(Ostra::IntfId intf);
-bool isLag(Ostra::IntfId intf);
+FENN_EVPN_EXPORT TunnelId srTeOrDynamicTunnelIntfIdToTunnelId(Ostra::IntfId intf);
+FENN_EVPN_EXPORT bool isLag(Ostra::IntfId intf);
 
 }  // namespace Fenn
 

@@ -16,6 +16,7 @@
 #include <string_view>
 
 #include "Fenn/FennBaseHelper.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "Mpls/LfibHwProgrammingReturnCode.h"
 #include "Ostra/IntfId.h"
 #include "Ostra/MplsLabel.h"
@@ -23,7 +24,7 @@
 
 namespace FennHelper {
 
-class EsiFilteringDecapHelper : public Fenn::FennBaseHelper {
+class FENN_EVPN_EXPORT EsiFilteringDecapHelper : public Fenn::FennBaseHelper {
  public:
   explicit EsiFilteringDecapHelper(Qor::String name) : FennBaseHelper(std::move(name)) {}
 

@@ -8,12 +8,13 @@
 #include <string_view>
 
 #include "FennEvpn/FennEvpnEsiFilteringDecapHelper.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "Qor/Attribute.h"
 #include "Qor/Ptr.h"
 
 namespace FennHelper {
 
-class EsiFilteringDecapHelperStub : public EsiFilteringDecapHelper {
+class FENN_EVPN_EXPORT EsiFilteringDecapHelperStub : public EsiFilteringDecapHelper {
  public:
   explicit EsiFilteringDecapHelperStub(Qor::String name) : EsiFilteringDecapHelper(std::move(name)) {}
 
@@ -32,6 +33,6 @@ class EsiFilteringDecapHelperStub : public EsiFilteringDecapHelper {
   Mpls::LfibHwProgrammingReturnCode deleteEsiPortMap(Ostra::MplsLabel label, Ostra::IntfId intfId) override;
 };
 
-Qor::Ptr<EsiFilteringDecapHelperStub> esiFilteringDecapHelperStubFactory(Qor::String name);
+FENN_EVPN_EXPORT Qor::Ptr<EsiFilteringDecapHelperStub> esiFilteringDecapHelperStubFactory(Qor::String name);
 
 }  // namespace FennHelper

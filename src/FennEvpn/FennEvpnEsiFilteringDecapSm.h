@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "FennEvpn/FennEvpnEsiFilteringDecapHelper.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnUnprogrammedReview.h"
 #include "Keel/Task.h"
 #include "Keel/TaskScheduler.h"
@@ -103,7 +104,7 @@ class EsiFilteringDecapSm : public Qor::StateMachine {
   std::unique_ptr<QorLfibTrackingStatus> qorLfibTrackingStatus_;
 };
 
-Qor::Ptr<EsiFilteringDecapSm> esiFilteringDecapSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<EsiFilteringDecapSm> esiFilteringDecapSmFactory(
     Qor::Ptr<FennHelper::EsiFilteringDecapHelper> esiFilteringDecapHelper,
     Qor::Ptr<Mpls::LfibStatus const> lfibStatus, Qor::Ptr<Keel::TaskScheduler> scheduler,
     Qor::Ptr<Mpls::LfibTrackingStatus> lfibTrackingStatus, Qor::Ptr<Mpls::LfibHwStatus> lfibHwStatus);

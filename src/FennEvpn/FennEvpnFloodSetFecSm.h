@@ -22,6 +22,7 @@
 #include "Bridging/VlanId.h"
 #include "Fenn/FecIdToHwFecIdRequest.h"
 #include "Fenn/FecIdToHwFecIdResponse.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
@@ -41,7 +42,7 @@ namespace Fenn {
 inline constexpr uint8_t floodSetFecAdjType = 11;
 
 // The FEC ID of flood-set FEC index `index`; asserts "index >= 0".
-Vasp::Fib::FecId indexToFecId(int64_t index);
+FENN_EVPN_EXPORT Vasp::Fib::FecId indexToFecId(int64_t index);
 
 class EvpnFloodSetFecSm : public Qor::StateMachine {
  public:
@@ -75,7 +76,7 @@ class EvpnFloodSetFecSm : public Qor::StateMachine {
   // The allocator exists from initialization on.
   Keel::NumAllocator const* numAllocator() const noexcept { return numAllocator_.get(); }
   Keel::NumAllocatorConfig const& numAllocatorConfig() const noexcept { return numAllocatorConfig_; }
-  Keel::NumAllocatorStatus numAllocatorStatus() const;
+  FENN_EVPN_EXPORT Keel::NumAllocatorStatus numAllocatorStatus() const;
 
   // The flood-set destinations that use each via.
   QOR_CHILDREN(floodSetEntryCache, MplsFloodSetVia, MplsFloodSetViaToVlanMacDestSet)
@@ -140,7 +141,7 @@ class EvpnFloodSetFecSm : public Qor::StateMachine {
   std::unique_ptr<QorHwTunnelIdMapping> qorHwTunnelIdMapping_;
 };
 
-Qor::Ptr<EvpnFloodSetFecSm> evpnFloodSetFecSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<EvpnFloodSetFecSm> evpnFloodSetFecSmFactory(
     Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
     Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
     Qor::Ptr<EvpnVlanFloodSetHwStatus const> vlanFloodSetHwStatus,

@@ -16,6 +16,7 @@
 
 #include "Evpn/EvpnStatus.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
@@ -62,7 +63,7 @@ class EvpnFloodingEsiSm : public Qor::StateMachine {
 
   // Created by handleInitialized.
   Keel::TimerTask* reviewUnprogrammed() const noexcept { return review_ ? review_->task() : nullptr; }
-  void maybeScheduleUnprogrammedReview(bool immediate);
+  FENN_EVPN_EXPORT void maybeScheduleUnprogrammedReview(bool immediate);
 
   // Whether every remote of the segment has a published hardware tunnel ID of the shared-ES
   // pool (true for a segment without remotes).
@@ -123,7 +124,7 @@ class EvpnFloodingEsiSm : public Qor::StateMachine {
   std::unique_ptr<QorEvpnLagMemberInfo> qorEvpnLagMemberInfo_;
 };
 
-Qor::Ptr<EvpnFloodingEsiSm> evpnFloodingEsiSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<EvpnFloodingEsiSm> evpnFloodingEsiSmFactory(
     Qor::Ptr<FennHelper::EvpnFloodingSmHelper> const& helper,
     Qor::Ptr<Keel::TaskScheduler> const& taskScheduler,
     Qor::Ptr<EvpnLagMemberInfo const> const& evpnLagMemberInfo,

@@ -15,6 +15,7 @@
 #include "Bridging/VlanId.h"
 #include "Fenn/HwTunnelId.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "Ostra/IntfId.h"
 #include "Qor/Attribute.h"
 #include "Qor/Entity.h"
@@ -35,44 +36,44 @@
 namespace Fenn {
 
 // VLANs flooded on an access interface.
-class IntfVlanSet : public Qor::Entity {
+class FENN_EVPN_EXPORT IntfVlanSet : public Qor::Entity {
   FENN_RECORD_KEY(IntfVlanSet, intfId, Ostra::IntfId)
   QOR_SET(vlanId, Bridging::VlanId)
 };
 
 // Access interfaces in a VLAN.
-class VlanIntfSet : public Qor::Entity {
+class FENN_EVPN_EXPORT VlanIntfSet : public Qor::Entity {
   FENN_RECORD_KEY(VlanIntfSet, vlanId, Bridging::VlanId)
   QOR_SET(intfId, Ostra::IntfId)
 };
 
 // Remote tunnels seen on an interface.
-class IntfTunnelSet : public Qor::Entity {
+class FENN_EVPN_EXPORT IntfTunnelSet : public Qor::Entity {
   FENN_RECORD_KEY(IntfTunnelSet, intfId, Ostra::IntfId)
   QOR_SET(tunnelId, TunnelId)
 };
 
 // The (interface, VLAN) pairs that use a tunnel, so that a change of the tunnel's hardware
 // tunnel ID reaches them.
-class TunnelIntfVlanSet : public Qor::Entity {
+class FENN_EVPN_EXPORT TunnelIntfVlanSet : public Qor::Entity {
   FENN_RECORD_KEY(TunnelIntfVlanSet, tunnelId, TunnelId)
   QOR_SET(intfVlan, IntfVlanKey)
 };
 
 // VLANs per (interface, tunnel).
-class IntfTunnelVlanSet : public Qor::Entity {
+class FENN_EVPN_EXPORT IntfTunnelVlanSet : public Qor::Entity {
   FENN_RECORD_KEY(IntfTunnelVlanSet, intfTunnel, IntfTunnelKey)
   QOR_SET(vlanId, Bridging::VlanId)
 };
 
 // Remote tunnels per (interface, VLAN).
-class IntfVlanTunnelSet : public Qor::Entity {
+class FENN_EVPN_EXPORT IntfVlanTunnelSet : public Qor::Entity {
   FENN_RECORD_KEY(IntfVlanTunnelSet, intfVlan, IntfVlanKey)
   QOR_SET(tunnelId, TunnelId)
 };
 
 // Programming status per member port of an (interface, VLAN).
-class IntfVlanStatus : public Qor::Entity {
+class FENN_EVPN_EXPORT IntfVlanStatus : public Qor::Entity {
   FENN_RECORD_KEY(IntfVlanStatus, intfVlan, IntfVlanKey)
   QOR_SET(programmed, Ostra::IntfId)
   QOR_SET(unprogrammed, Ostra::IntfId)
@@ -81,7 +82,7 @@ class IntfVlanStatus : public Qor::Entity {
 
 // ESI programming status per member port of an (interface, VLAN, tunnel): a programmed
 // member maps to the hardware tunnel ID its ESI data was programmed with.
-class IntfVlanTunnelEsiStatus : public Qor::Entity {
+class FENN_EVPN_EXPORT IntfVlanTunnelEsiStatus : public Qor::Entity {
   FENN_RECORD_KEY(IntfVlanTunnelEsiStatus, intfVlanTunnel, IntfVlanTunnelKey)
   QOR_MAP(programmed, Ostra::IntfId, HwTunnelId)
   QOR_SET(unprogrammed, Ostra::IntfId)

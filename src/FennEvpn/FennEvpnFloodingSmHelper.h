@@ -20,6 +20,7 @@
 #include "Fenn/FennBaseHelper.h"
 #include "Fenn/HwTunnelId.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "Ostra/IntfId.h"
 #include "Ostra/MplsLabel.h"
 #include "Qor/Attribute.h"
@@ -28,7 +29,7 @@
 
 namespace FennHelper {
 
-class EvpnFloodingSmHelper : public Fenn::FennBaseHelper {
+class FENN_EVPN_EXPORT EvpnFloodingSmHelper : public Fenn::FennBaseHelper {
  public:
   explicit EvpnFloodingSmHelper(Qor::String name) : FennBaseHelper(std::move(name)) {}
 

@@ -12,6 +12,7 @@
 #include "Bridging/VlanIdOrNone.h"
 #include "Fenn/HwTunnelId.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
 #include "Ostra/IntfId.h"
 #include "Ostra/MplsLabel.h"
@@ -21,7 +22,7 @@
 
 namespace FennHelper {
 
-class EvpnFloodingSmHelperStub : public EvpnFloodingSmHelper {
+class FENN_EVPN_EXPORT EvpnFloodingSmHelperStub : public EvpnFloodingSmHelper {
  public:
   explicit EvpnFloodingSmHelperStub(Qor::String name) : EvpnFloodingSmHelper(std::move(name)) {}
 
@@ -95,6 +96,6 @@ class EvpnFloodingSmHelperStub : public EvpnFloodingSmHelper {
                      Fenn::TunnelId const& tunnelId, Fenn::HwTunnelId const& hwTunnelId) override;
 };
 
-Qor::Ptr<EvpnFloodingSmHelperStub> evpnFloodingSmHelperStubFactory(Qor::String name);
+FENN_EVPN_EXPORT Qor::Ptr<EvpnFloodingSmHelperStub> evpnFloodingSmHelperStubFactory(Qor::String name);
 
 }  // namespace FennHelper

@@ -17,6 +17,7 @@
 
 #include "Fenn/HwTunnelId.h"
 #include "Fenn/HwTunnelIdType.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "Qor/Attribute.h"
 #include "Qor/Entity.h"
 #include "Qor/Record.h"
@@ -25,7 +26,7 @@ namespace FennHelper {
 
 // Elements occupy indexes in [head, tail); head == tail when the queue is empty, and the
 // next enqueue takes index tail.
-class HwTunnelIdMetadata : public Qor::RecordValue<HwTunnelIdMetadata> {
+class FENN_EVPN_EXPORT HwTunnelIdMetadata : public Qor::RecordValue<HwTunnelIdMetadata> {
  public:
   static constexpr std::string_view typeName = "FennHelper::HwTunnelIdMetadata";
 
@@ -52,7 +53,7 @@ class HwTunnelIdMetadata : public Qor::RecordValue<HwTunnelIdMetadata> {
   uint32_t tail_ = 0;
 };
 
-class HwTunnelIdQueue : public Qor::Entity {
+class FENN_EVPN_EXPORT HwTunnelIdQueue : public Qor::Entity {
  public:
   // Walks head to tail, skipping indexes whose element was deleted; yields
   // (index, id) pairs by value.

@@ -21,6 +21,7 @@
 #include "Fenn/HwTunnelId.h"
 #include "Fenn/HwTunnelIdType.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
 #include "FennEvpn/FennEvpnHwTunnelIdSmHelper.h"
 #include "FennEvpn/FennEvpnRemoteInfo.h"
@@ -34,7 +35,7 @@ namespace Fenn {
 
 // A tunnel used by local Ethernet segments: which segments use it, and which of those have
 // a valid shared ESI label, which puts the tunnel in the shared-ES pool.
-class TunnelInfo : public Qor::Entity {
+class FENN_EVPN_EXPORT TunnelInfo : public Qor::Entity {
  public:
   explicit TunnelInfo(TunnelId tunnelId) : tunnelId_(tunnelId) {}
   std::string_view fwkType() const override { return "Fenn::TunnelInfo"; }
@@ -53,7 +54,7 @@ class TunnelInfo : public Qor::Entity {
 };
 
 // The tunnels of one pool whose ID is still published but no longer needed.
-class TunnelIdSet : public Qor::Entity {
+class FENN_EVPN_EXPORT TunnelIdSet : public Qor::Entity {
  public:
   explicit TunnelIdSet(HwTunnelIdType hwTunnelIdType) : hwTunnelIdType_(hwTunnelIdType) {}
   std::string_view fwkType() const override { return "Fenn::TunnelIdSet"; }
@@ -112,7 +113,7 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine {
   // defaultUnprogrammedRetryInterval; nothing when none is unprogrammed. The machine asks
   // at once whenever it frees an ID; a platform that adds IDs to a pool behind the helper's
   // back asks too, since nothing else tells the machine.
-  void maybeScheduleUnprogrammedReview(bool immediate);
+  FENN_EVPN_EXPORT void maybeScheduleUnprogrammedReview(bool immediate);
 
  protected:
   void handleInitialized() override;
@@ -164,7 +165,7 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine {
   Qor::ReactorMap<Ostra::IntfId, QorSegmentStatus> segmentStatus_;
 };
 
-Qor::Ptr<EvpnHwTunnelIdSm> evpnHwTunnelIdSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<EvpnHwTunnelIdSm> evpnHwTunnelIdSmFactory(
     Qor::Ptr<FennHelper::EvpnHwTunnelIdSmHelper> hwTunnelIdHelper,
     Qor::Ptr<Keel::TaskScheduler> taskScheduler, Qor::Ptr<FennCommonSmData const> acsd,
     Qor::Ptr<Evpn::EvpnStatus const> evpnStatus, Qor::Ptr<EvpnRemoteInfo const> remoteInfo,

@@ -9,11 +9,12 @@
 #include "Fenn/FennBaseHelper.h"
 #include "Fenn/HwTunnelId.h"
 #include "Fenn/HwTunnelIdType.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "Qor/String.h"
 
 namespace FennHelper {
 
-class EvpnHwTunnelIdSmHelper : public Fenn::FennBaseHelper {
+class FENN_EVPN_EXPORT EvpnHwTunnelIdSmHelper : public Fenn::FennBaseHelper {
  public:
   explicit EvpnHwTunnelIdSmHelper(Qor::String name) : FennBaseHelper(std::move(name)) {}
 

@@ -10,6 +10,7 @@
 
 #include "Fenn/HwTunnelId.h"
 #include "Fenn/HwTunnelIdType.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnHwTunnelIdQueue.h"
 #include "FennEvpn/FennEvpnHwTunnelIdSmHelper.h"
 #include "Qor/Attribute.h"
@@ -18,7 +19,7 @@
 
 namespace FennHelper {
 
-class EvpnHwTunnelIdSmHelperStub : public EvpnHwTunnelIdSmHelper {
+class FENN_EVPN_EXPORT EvpnHwTunnelIdSmHelperStub : public EvpnHwTunnelIdSmHelper {
  public:
   explicit EvpnHwTunnelIdSmHelperStub(Qor::String name) : EvpnHwTunnelIdSmHelper(std::move(name)) {}
 
@@ -42,6 +43,6 @@ class EvpnHwTunnelIdSmHelperStub : public EvpnHwTunnelIdSmHelper {
   HwTunnelIdQueue* pool(Fenn::HwTunnelIdType type);
 };
 
-Qor::Ptr<EvpnHwTunnelIdSmHelperStub> evpnHwTunnelIdSmHelperStubFactory(Qor::String name);
+FENN_EVPN_EXPORT Qor::Ptr<EvpnHwTunnelIdSmHelperStub> evpnHwTunnelIdSmHelperStubFactory(Qor::String name);
 
 }  // namespace FennHelper

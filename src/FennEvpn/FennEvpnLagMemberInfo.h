@@ -7,12 +7,13 @@
 #include <string_view>
 
 #include "Fenn/FennPortList.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "Ostra/IntfId.h"
 #include "Qor/Attribute.h"
 
 namespace Fenn {
 
-class EvpnLagMemberInfo : public Qor::Entity {
+class FENN_EVPN_EXPORT EvpnLagMemberInfo : public Qor::Entity {
  public:
   std::string_view fwkType() const override { return "Fenn::EvpnLagMemberInfo"; }
 
@@ -20,6 +21,6 @@ class EvpnLagMemberInfo : public Qor::Entity {
   QOR_MAP(lagToPort, Ostra::IntfId, FennPortList)
 };
 
-Qor::Ptr<EvpnLagMemberInfo> evpnLagMemberInfoFactory();
+FENN_EVPN_EXPORT Qor::Ptr<EvpnLagMemberInfo> evpnLagMemberInfoFactory();
 
 }  // namespace Fenn

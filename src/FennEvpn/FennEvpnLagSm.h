@@ -14,6 +14,7 @@
 #include "Fenn/FennCommonSmData.h"
 #include "Fenn/FennPortList.h"
 #include "Fenn/LagCreatorConfigDir.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
 #include "Qor/Collection.h"
 #include "Qor/StateMachine.h"
@@ -53,11 +54,11 @@ class EvpnLagSm : public Qor::StateMachine {
 // Brings one member's presence in `ports` in line with the LAG's configuration in `sm`: a
 // member of a configured LAG is added, anything else removed. (The machine is passed by
 // reference: it calls this from its constructor, before anyone holds a pointer to it.)
-void processMemberIntf(Ostra::IntfId const& lagIntfId, Ostra::IntfId const& memberIntfId, FennPortList& ports,
-                       EvpnLagSm const& sm);
+FENN_EVPN_EXPORT void processMemberIntf(Ostra::IntfId const& lagIntfId, Ostra::IntfId const& memberIntfId,
+                                        FennPortList& ports, EvpnLagSm const& sm);
 
-Qor::Ptr<EvpnLagSm> evpnLagSmFactory(Qor::Ptr<FennCommonSmData const> const& acsd,
-                                     Qor::Ptr<LagCreatorConfigDir const> const& lagConfigDir,
-                                     Qor::Ptr<EvpnLagMemberInfo> const& evpnLagMemberInfo);
+FENN_EVPN_EXPORT Qor::Ptr<EvpnLagSm> evpnLagSmFactory(Qor::Ptr<FennCommonSmData const> const& acsd,
+                                                      Qor::Ptr<LagCreatorConfigDir const> const& lagConfigDir,
+                                                      Qor::Ptr<EvpnLagMemberInfo> const& evpnLagMemberInfo);
 
 }  // namespace Fenn

@@ -7,19 +7,20 @@
 #include <cstdint>
 #include <string_view>
 
+#include "FennEvpn/FennEvpnExport.h"
 #include "Qor/Attribute.h"
 #include "Qor/Ptr.h"
 #include "Tunnel/TunnelId.h"
 
 namespace Fenn {
 
-class EvpnRemoteInfo : public Qor::Entity {
+class FENN_EVPN_EXPORT EvpnRemoteInfo : public Qor::Entity {
  public:
   std::string_view fwkType() const override { return "Fenn::EvpnRemoteInfo"; }
 
   QOR_COUNTER(remoteTunnelId, Tunnel::TunnelTable::TunnelId, uint32_t)
 };
 
-Qor::Ptr<EvpnRemoteInfo> evpnRemoteInfoFactory();
+FENN_EVPN_EXPORT Qor::Ptr<EvpnRemoteInfo> evpnRemoteInfoFactory();
 
 }  // namespace Fenn

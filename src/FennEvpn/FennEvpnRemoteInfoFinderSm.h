@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnRemoteInfo.h"
 #include "L2Rib/FloodSetOutput.h"
@@ -50,7 +51,7 @@ class EvpnRemoteInfoFinderSm : public Qor::StateMachine {
   std::unique_ptr<QorFloodSetOutput> qorFloodSetOutput_;
 };
 
-Qor::Ptr<EvpnRemoteInfoFinderSm> evpnRemoteInfoFinderSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<EvpnRemoteInfoFinderSm> evpnRemoteInfoFinderSmFactory(
     Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput, Qor::Ptr<EvpnRemoteInfo> remoteInfo);
 
 }  // namespace Fenn

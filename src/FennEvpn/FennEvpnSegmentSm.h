@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "Evpn/EthernetSegmentStatus.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnTepSegment.h"
 #include "Qor/StateMachine.h"
 #include "Tunnel/TunnelEndpointStatus.h"
@@ -52,7 +53,7 @@ class FennEvpnSegmentSm : public Qor::StateMachine {
   std::unique_ptr<QorSegmentStatus> qorSegmentStatus_;
 };
 
-Qor::Ptr<FennEvpnSegmentSm> fennEvpnSegmentSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<FennEvpnSegmentSm> fennEvpnSegmentSmFactory(
     Qor::Ptr<Evpn::EthernetSegmentStatus const> segmentStatus,
     Qor::Ptr<Tunnel::TunnelTable::TunnelEndpointStatus const> tunnelEndpointStatus,
     Qor::Ptr<EvpnTepSegmentDir> evpnTepSegmentDir);

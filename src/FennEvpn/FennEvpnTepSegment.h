@@ -6,13 +6,14 @@
 
 #include <string_view>
 
+#include "FennEvpn/FennEvpnExport.h"
 #include "Ostra/IntfId.h"
 #include "Ostra/IpGenAddr.h"
 #include "Qor/Attribute.h"
 
 namespace Fenn {
 
-class EvpnTepSegment : public Qor::Entity {
+class FENN_EVPN_EXPORT EvpnTepSegment : public Qor::Entity {
  public:
   explicit EvpnTepSegment(Ostra::IpGenAddr tepAddr) : tepAddr_(tepAddr) {}
   std::string_view fwkType() const override { return "Fenn::EvpnTepSegment"; }
@@ -25,13 +26,13 @@ class EvpnTepSegment : public Qor::Entity {
   QOR_SET(segmentSet, Ostra::IntfId)
 };
 
-class EvpnTepSegmentDir : public Qor::Entity {
+class FENN_EVPN_EXPORT EvpnTepSegmentDir : public Qor::Entity {
  public:
   std::string_view fwkType() const override { return "Fenn::EvpnTepSegmentDir"; }
 
   QOR_CHILDREN(evpnTepSegment, Ostra::IpGenAddr, EvpnTepSegment)
 };
 
-Qor::Ptr<EvpnTepSegmentDir> evpnTepSegmentDirFactory();
+FENN_EVPN_EXPORT Qor::Ptr<EvpnTepSegmentDir> evpnTepSegmentDirFactory();
 
 }  // namespace Fenn

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "Evpn/EvpnStatus.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnSegmentSm.h"
 #include "FennEvpn/FennEvpnTepSegment.h"
 #include "Qor/StateMachine.h"
@@ -49,7 +50,7 @@ class FennEvpnTepSegmentSm : public Qor::StateMachine {
   std::unique_ptr<QorTunnelEndpointStatus> qorTunnelEndpointStatus_;
 };
 
-Qor::Ptr<FennEvpnTepSegmentSm> fennEvpnTepSegmentSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<FennEvpnTepSegmentSm> fennEvpnTepSegmentSmFactory(
     Qor::Ptr<Evpn::EvpnStatus const> evpnStatus,
     Qor::Ptr<Tunnel::TunnelTable::TunnelEndpointStatus const> tunnelEndpointStatus,
     Qor::Ptr<EvpnTepSegmentDir> evpnTepSegmentDir);

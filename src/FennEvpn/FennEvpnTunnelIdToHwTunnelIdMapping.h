@@ -11,13 +11,14 @@
 #include <string_view>
 
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "Qor/Ptr.h"
 #include "Qor/String.h"
 #include "Vasp/Table.h"
 
 namespace Fenn {
 
-class TunnelIdToHwTunnelIdMapping : public Vasp::Table<TunnelId, TunnelIdToHwTunnelId> {
+class FENN_EVPN_EXPORT TunnelIdToHwTunnelIdMapping : public Vasp::Table<TunnelId, TunnelIdToHwTunnelId> {
  public:
   // The shared name other processes open the table under.
   static constexpr std::string_view defaultName = "tunnelIdToHwTunnelId";
@@ -63,10 +64,10 @@ class TunnelIdToHwTunnelIdReactor : public Vasp::TableReactor<TunnelIdToHwTunnel
   void notifyQuiesced(bool quiesced) final { tunnelIdToHwTunnelIdNotifyQuiesced(quiesced); }
 };
 
-Qor::Ptr<TunnelIdToHwTunnelIdMapping> tunnelIdToHwTunnelIdMappingFactory(
+FENN_EVPN_EXPORT Qor::Ptr<TunnelIdToHwTunnelIdMapping> tunnelIdToHwTunnelIdMappingFactory(
     Qor::String name = Qor::String(TunnelIdToHwTunnelIdMapping::defaultName));
 // A read-only handle: writes and removals through it throw Vasp::ReadOnlyError.
-Qor::Ptr<TunnelIdToHwTunnelIdMapping> tunnelIdToHwTunnelIdMappingReaderFactory(
+FENN_EVPN_EXPORT Qor::Ptr<TunnelIdToHwTunnelIdMapping> tunnelIdToHwTunnelIdMappingReaderFactory(
     Qor::String name = Qor::String(TunnelIdToHwTunnelIdMapping::defaultName));
 
 }  // namespace Fenn

@@ -1,6 +1,8 @@
 // The library's version, for an agent to log what it loaded.
 #pragma once
 
+#include "FennEvpn/FennEvpnExport.h"
+
 namespace Fenn {
-char const* libraryVersion() noexcept;
+FENN_EVPN_EXPORT char const* libraryVersion() noexcept;
 }

@@ -14,6 +14,7 @@
 #include "Bridging/VlanIdOrNone.h"
 #include "Fenn/HwTunnelId.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "L2Rib/Dest.h"
 #include "Ostra/EthAddr.h"
 #include "Ostra/IntfId.h"
@@ -24,7 +25,7 @@
 namespace Fenn {
 
 // One destination of the flood set of (vlanId, macAddr).
-class VlanMacDest : public Qor::RecordValue<VlanMacDest> {
+class FENN_EVPN_EXPORT VlanMacDest : public Qor::RecordValue<VlanMacDest> {
  public:
   static constexpr std::string_view typeName = "Fenn::VlanMacDest";
 
@@ -63,7 +64,7 @@ class VlanMacDest : public Qor::RecordValue<VlanMacDest> {
 
 // One MPLS flooding via: the unit that gets a FEC of its own. The VLAN is set only for
 // tunnels that carry a VLAN (see floodSetVia); otherwise it is none.
-class MplsFloodSetVia : public Qor::RecordValue<MplsFloodSetVia> {
+class FENN_EVPN_EXPORT MplsFloodSetVia : public Qor::RecordValue<MplsFloodSetVia> {
  public:
   static constexpr std::string_view typeName = "Fenn::MplsFloodSetVia";
 
@@ -94,7 +95,7 @@ class MplsFloodSetVia : public Qor::RecordValue<MplsFloodSetVia> {
 
 // What the hardware answered for a via's FEC: the identifier that tunnel programming uses
 // and the layer-2 interface of the FEC. A value only; it has no meaningful order.
-class MplsDestHwInfo : public Qor::RecordValue<MplsDestHwInfo> {
+class FENN_EVPN_EXPORT MplsDestHwInfo : public Qor::RecordValue<MplsDestHwInfo> {
  public:
   static constexpr std::string_view typeName = "Fenn::MplsDestHwInfo";
 
@@ -122,7 +123,7 @@ class MplsDestHwInfo : public Qor::RecordValue<MplsDestHwInfo> {
 
 // One MPLS destination of one flood set as the hardware is asked to program it. The
 // default label is "no label", so a default configuration never equals a real one.
-class MplsDestConfig : public Qor::RecordValue<MplsDestConfig> {
+class FENN_EVPN_EXPORT MplsDestConfig : public Qor::RecordValue<MplsDestConfig> {
  public:
   static constexpr std::string_view typeName = "Fenn::MplsDestConfig";
 
@@ -175,9 +176,10 @@ class MplsDestConfig : public Qor::RecordValue<MplsDestConfig> {
 // the VLAN-carrying type keep one via (and so one FEC) per VLAN; every other tunnel shares
 // one via across VLANs. Throws "VlanIdOrNone::value > 4094 not allowed" for VLAN 4095 on a
 // VLAN-carrying tunnel.
-MplsFloodSetVia floodSetVia(TunnelId tunnelId, Ostra::MplsLabel label, Bridging::VlanId vlanId);
+FENN_EVPN_EXPORT MplsFloodSetVia floodSetVia(TunnelId tunnelId, Ostra::MplsLabel label,
+                                             Bridging::VlanId vlanId);
 
 // The via of an MPLS flood-set destination (asserts that it is one).
-MplsFloodSetVia floodSetVia(VlanMacDest const& d);
+FENN_EVPN_EXPORT MplsFloodSetVia floodSetVia(VlanMacDest const& d);
 
 }  // namespace Fenn

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "L2Rib/DestType.h"
 #include "L2Rib/FloodSetOutput.h"
@@ -54,7 +55,7 @@ class VlanFloodSetFilterSm : public Qor::StateMachine {
   std::unique_ptr<QorInFloodSetOutput> qorInFloodSetOutput_;
 };
 
-Qor::Ptr<VlanFloodSetFilterSm> vlanFloodSetFilterSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<VlanFloodSetFilterSm> vlanFloodSetFilterSmFactory(
     L2Rib::DestType destType, Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput,
     Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput);
 

@@ -9,20 +9,21 @@
 
 #include "Bridging/MacVlanPair.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
 #include "Qor/Attribute.h"
 #include "Qor/Ptr.h"
 
 namespace Fenn {
 
-class HwInfoMapping : public Qor::Entity {
+class FENN_EVPN_EXPORT HwInfoMapping : public Qor::Entity {
  public:
   std::string_view fwkType() const override { return "Fenn::HwInfoMapping"; }
   QOR_MAP(mapping, MplsFloodSetVia, MplsDestHwInfo)
 };
 
 // The MPLS destinations configured for one flood set.
-class VlanFloodSetConfig : public Qor::Entity {
+class FENN_EVPN_EXPORT VlanFloodSetConfig : public Qor::Entity {
  public:
   explicit VlanFloodSetConfig(Bridging::MacVlanPair macVlanPair) : macVlanPair_(macVlanPair) {}
   std::string_view fwkType() const override { return "Fenn::VlanFloodSetConfig"; }
@@ -34,7 +35,7 @@ class VlanFloodSetConfig : public Qor::Entity {
 };
 
 // The hardware's answer for each configured MPLS destination of one flood set.
-class VlanFloodSetStatus : public Qor::Entity {
+class FENN_EVPN_EXPORT VlanFloodSetStatus : public Qor::Entity {
  public:
   explicit VlanFloodSetStatus(Bridging::MacVlanPair macVlanPair) : macVlanPair_(macVlanPair) {}
   std::string_view fwkType() const override { return "Fenn::VlanFloodSetStatus"; }
@@ -45,22 +46,22 @@ class VlanFloodSetStatus : public Qor::Entity {
   Bridging::MacVlanPair macVlanPair_;
 };
 
-class EvpnVlanFloodSetHwConfig : public Qor::Entity {
+class FENN_EVPN_EXPORT EvpnVlanFloodSetHwConfig : public Qor::Entity {
  public:
   std::string_view fwkType() const override { return "Fenn::EvpnVlanFloodSetHwConfig"; }
   QOR_CHILDREN(config, Bridging::MacVlanPair, VlanFloodSetConfig)
 };
 
-class EvpnVlanFloodSetHwStatus : public Qor::Entity {
+class FENN_EVPN_EXPORT EvpnVlanFloodSetHwStatus : public Qor::Entity {
  public:
   std::string_view fwkType() const override { return "Fenn::EvpnVlanFloodSetHwStatus"; }
   QOR_CHILDREN(status, Bridging::MacVlanPair, VlanFloodSetStatus)
 };
 
-Qor::Ptr<HwInfoMapping> hwInfoMappingFactory();
-Qor::Ptr<VlanFloodSetConfig> vlanFloodSetConfigFactory(Bridging::MacVlanPair macVlanPair);
-Qor::Ptr<VlanFloodSetStatus> vlanFloodSetStatusFactory(Bridging::MacVlanPair macVlanPair);
-Qor::Ptr<EvpnVlanFloodSetHwConfig> evpnVlanFloodSetHwConfigFactory();
-Qor::Ptr<EvpnVlanFloodSetHwStatus> evpnVlanFloodSetHwStatusFactory();
+FENN_EVPN_EXPORT Qor::Ptr<HwInfoMapping> hwInfoMappingFactory();
+FENN_EVPN_EXPORT Qor::Ptr<VlanFloodSetConfig> vlanFloodSetConfigFactory(Bridging::MacVlanPair macVlanPair);
+FENN_EVPN_EXPORT Qor::Ptr<VlanFloodSetStatus> vlanFloodSetStatusFactory(Bridging::MacVlanPair macVlanPair);
+FENN_EVPN_EXPORT Qor::Ptr<EvpnVlanFloodSetHwConfig> evpnVlanFloodSetHwConfigFactory();
+FENN_EVPN_EXPORT Qor::Ptr<EvpnVlanFloodSetHwStatus> evpnVlanFloodSetHwStatusFactory();
 
 }  // namespace Fenn

@@ -8,13 +8,14 @@
 #include <string_view>
 
 #include "Bridging/MacVlanPair.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
 #include "Qor/Attribute.h"
 #include "Qor/Ptr.h"
 
 namespace Fenn {
 
-class TunnelVlanMacDestSet : public Qor::Entity {
+class FENN_EVPN_EXPORT TunnelVlanMacDestSet : public Qor::Entity {
  public:
   explicit TunnelVlanMacDestSet(TunnelId tunnelId) : tunnelId_(tunnelId) {}
   std::string_view fwkType() const override { return "Fenn::TunnelVlanMacDestSet"; }
@@ -25,7 +26,7 @@ class TunnelVlanMacDestSet : public Qor::Entity {
   TunnelId tunnelId_;
 };
 
-class MplsFloodSetViaToVlanMacDestSet : public Qor::Entity {
+class FENN_EVPN_EXPORT MplsFloodSetViaToVlanMacDestSet : public Qor::Entity {
  public:
   explicit MplsFloodSetViaToVlanMacDestSet(MplsFloodSetVia via) : via_(via) {}
   std::string_view fwkType() const override { return "Fenn::MplsFloodSetViaToVlanMacDestSet"; }
@@ -36,7 +37,7 @@ class MplsFloodSetViaToVlanMacDestSet : public Qor::Entity {
   MplsFloodSetVia via_;
 };
 
-class TunnelIdToMplsFloodSetVia : public Qor::Entity {
+class FENN_EVPN_EXPORT TunnelIdToMplsFloodSetVia : public Qor::Entity {
  public:
   explicit TunnelIdToMplsFloodSetVia(TunnelId tunnelId) : tunnelId_(tunnelId) {}
   std::string_view fwkType() const override { return "Fenn::TunnelIdToMplsFloodSetVia"; }
@@ -47,7 +48,7 @@ class TunnelIdToMplsFloodSetVia : public Qor::Entity {
   TunnelId tunnelId_;
 };
 
-class MplsFloodSetViaToFloodSetStatus : public Qor::Entity {
+class FENN_EVPN_EXPORT MplsFloodSetViaToFloodSetStatus : public Qor::Entity {
  public:
   explicit MplsFloodSetViaToFloodSetStatus(MplsFloodSetVia via) : via_(via) {}
   std::string_view fwkType() const override { return "Fenn::MplsFloodSetViaToFloodSetStatus"; }
@@ -58,7 +59,8 @@ class MplsFloodSetViaToFloodSetStatus : public Qor::Entity {
   MplsFloodSetVia via_;
 };
 
-Qor::Ptr<TunnelIdToMplsFloodSetVia> tunnelIdToMplsFloodSetViaFactory(TunnelId tunnelId);
-Qor::Ptr<MplsFloodSetViaToFloodSetStatus> mplsFloodSetViaToFloodSetStatusFactory(MplsFloodSetVia via);
+FENN_EVPN_EXPORT Qor::Ptr<TunnelIdToMplsFloodSetVia> tunnelIdToMplsFloodSetViaFactory(TunnelId tunnelId);
+FENN_EVPN_EXPORT Qor::Ptr<MplsFloodSetViaToFloodSetStatus> mplsFloodSetViaToFloodSetStatusFactory(
+    MplsFloodSetVia via);
 
 }  // namespace Fenn

@@ -16,6 +16,7 @@
 
 #include "Bridging/MacVlanPair.h"
 #include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
@@ -111,7 +112,7 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine {
   std::unique_ptr<QorVlanFloodSetHwStatus> qorVlanFloodSetHwStatus_;
 };
 
-Qor::Ptr<EvpnVlanFloodSetSm> evpnVlanFloodSetSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<EvpnVlanFloodSetSm> evpnVlanFloodSetSmFactory(
     Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
     Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,
     Qor::Ptr<HwInfoMapping const> hwInfoMapping, Qor::Ptr<EvpnVlanFloodSetHwConfig> vlanFloodSetHwConfig,

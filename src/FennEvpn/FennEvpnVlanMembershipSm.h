@@ -14,6 +14,7 @@
 #include "Bridging/Config.h"
 #include "Bridging/VlanStatusDir.h"
 #include "Evpn/EvpnStatus.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
 #include "FennEvpn/FennEvpnVlanStatus.h"
 #include "Qor/Collection.h"
@@ -66,7 +67,7 @@ class FennEvpnVlanMembershipSm : public Qor::StateMachine {
   std::unique_ptr<QorEvpnStatus> qorEvpnStatus_;
 };
 
-Qor::Ptr<FennEvpnVlanMembershipSm> fennEvpnVlanMembershipSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<FennEvpnVlanMembershipSm> fennEvpnVlanMembershipSmFactory(
     Qor::Ptr<Bridging::Config const> const& bridgingConfig,
     Qor::Ptr<Bridging::VlanStatusDir const> const& vlanStatusDir,
     Qor::Ptr<Evpn::EvpnStatus const> const& evpnStatus, Qor::Ptr<EvpnVlanStatus> const& evpnVlanStatus);

@@ -5,12 +5,13 @@
 #include <string_view>
 
 #include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "Ostra/IntfId.h"
 #include "Qor/Attribute.h"
 
 namespace Fenn {
 
-class EvpnVlanMemberInfo : public Qor::Entity {
+class FENN_EVPN_EXPORT EvpnVlanMemberInfo : public Qor::Entity {
  public:
   explicit EvpnVlanMemberInfo(Bridging::VlanId vlanId) : vlanId_(vlanId) {}
   std::string_view fwkType() const override { return "Fenn::EvpnVlanMemberInfo"; }
@@ -24,7 +25,7 @@ class EvpnVlanMemberInfo : public Qor::Entity {
   QOR_SET(member, Ostra::IntfId)
 };
 
-class EvpnVlanStatus : public Qor::Entity {
+class FENN_EVPN_EXPORT EvpnVlanStatus : public Qor::Entity {
  public:
   std::string_view fwkType() const override { return "Fenn::EvpnVlanStatus"; }
 
@@ -32,7 +33,7 @@ class EvpnVlanStatus : public Qor::Entity {
   QOR_CHILDREN(vlanStatus, Bridging::VlanId, EvpnVlanMemberInfo)
 };
 
-Qor::Ptr<EvpnVlanStatus> evpnVlanStatusFactory();
-Qor::Ptr<EvpnVlanMemberInfo> evpnVlanMemberInfoFactory(Bridging::VlanId vlanId);
+FENN_EVPN_EXPORT Qor::Ptr<EvpnVlanStatus> evpnVlanStatusFactory();
+FENN_EVPN_EXPORT Qor::Ptr<EvpnVlanMemberInfo> evpnVlanMemberInfoFactory(Bridging::VlanId vlanId);
 
 }  // namespace Fenn

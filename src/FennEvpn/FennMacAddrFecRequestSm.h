@@ -32,6 +32,7 @@
 #include "Bridging/MacVlanPair.h"
 #include "Fenn/FecIdToHwFecIdRequest.h"
 #include "Fenn/FecIdToHwFecIdResponse.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennObjTupleSet.h"
 #include "FennEvpn/FennObjTupleToHwId.h"
 #include "Keel/NumAllocator.h"
@@ -48,7 +49,7 @@ namespace Fenn {
 inline constexpr uint8_t macAddrFecAdjType = 7;
 
 // The FEC ID of number `id` of adjacency type `adjType`; asserts "id >= 0".
-Vasp::Fib::FecId idToFecId(int64_t id, uint8_t adjType);
+FENN_EVPN_EXPORT Vasp::Fib::FecId idToFecId(int64_t id, uint8_t adjType);
 
 // The toggle that lets a host point straight at a destination.
 inline constexpr char vxlan4WayL2EcmpToggle[] = "FennEvpnVxlan4WayL2Ecmp";
@@ -83,7 +84,7 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine {
   // The allocator exists from initialization on.
   Keel::NumAllocator const* numAllocator() const noexcept { return numAllocator_.get(); }
   Keel::NumAllocatorConfig const& numAllocatorConfig() const noexcept { return numAllocatorConfig_; }
-  Keel::NumAllocatorStatus numAllocatorStatus() const;
+  FENN_EVPN_EXPORT Keel::NumAllocatorStatus numAllocatorStatus() const;
   // The toggle's value, read when this state machine was built.
   bool vxlan4WayL2EcmpEnabled() const noexcept { return vxlan4WayL2Ecmp_; }
 
@@ -92,7 +93,7 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine {
   // stored and raises std::out_of_range.
   QOR_ATTRIBUTE_ID(maxChainLength);
   uint32_t maxChainLength() const noexcept { return maxChainLength_.get(); }
-  void maxChainLengthIs(uint32_t length);
+  FENN_EVPN_EXPORT void maxChainLengthIs(uint32_t length);
   // The numbers FEC IDs are made from, by default the whole 32-bit range; the platform
   // narrows it before initialization when its FEC tables are smaller.
   QOR_SCALAR(fecIdRange, Keel::Range, Keel::Range(0, 0xFFFFFFFF))
@@ -219,7 +220,7 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine {
   std::unique_ptr<QorFecResponse> qorFecResponse_;
 };
 
-Qor::Ptr<FennMacAddrFecRequestSm> fennMacAddrFecRequestSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<FennMacAddrFecRequestSm> fennMacAddrFecRequestSmFactory(
     Qor::Ptr<L2Rib::LabelOutput const> labelTable, Qor::Ptr<L2Rib::LoadBalanceOutput const> lbTable,
     Qor::Ptr<L2Rib::DestOutput const> destTable, Qor::Ptr<L2Rib::HostOutput const> l2RibOutput,
     Qor::Ptr<FecIdToHwFecIdResponse const> fecResponse, Qor::Ptr<FecIdToHwFecIdRequest> fecRequest,

@@ -6,12 +6,13 @@
 
 #include <string_view>
 
+#include "FennEvpn/FennEvpnExport.h"
 #include "L2Rib/ObjTuple.h"
 #include "Qor/Attribute.h"
 
 namespace Fenn {
 
-class ObjTupleSet : public Qor::Entity {
+class FENN_EVPN_EXPORT ObjTupleSet : public Qor::Entity {
  public:
   explicit ObjTupleSet(L2Rib::ObjTuple key) : key_(key) {}
   std::string_view fwkType() const override { return "Fenn::ObjTupleSet"; }

@@ -6,17 +6,18 @@
 #include <cstdint>
 #include <string_view>
 
+#include "FennEvpn/FennEvpnExport.h"
 #include "L2Rib/ObjTuple.h"
 #include "Qor/Attribute.h"
 
 namespace Fenn {
 
-class ObjTupleToHwId : public Qor::Entity {
+class FENN_EVPN_EXPORT ObjTupleToHwId : public Qor::Entity {
  public:
   std::string_view fwkType() const override { return "Fenn::ObjTupleToHwId"; }
   QOR_MAP(hwId, L2Rib::ObjTuple, uint64_t)
 };
 
-Qor::Ptr<ObjTupleToHwId> objTupleToHwIdFactory();
+FENN_EVPN_EXPORT Qor::Ptr<ObjTupleToHwId> objTupleToHwIdFactory();
 
 }  // namespace Fenn
