@@ -15,6 +15,7 @@
 #include "Bridging/VlanId.h"
 #include "Evpn/EvpnStatus.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
@@ -95,7 +96,7 @@ class FennEvpnFloodFilterSm : public Qor::StateMachine {
   Qor::ReactorMap<Bridging::VlanId, QorEvpnVlanFloodStatus> evpnVlanFloodStatus_;
 };
 
-Qor::Ptr<FennEvpnFloodFilterSm> fennEvpnFloodFilterSmFactory(
+FENN_EVPN_EXPORT Qor::Ptr<FennEvpnFloodFilterSm> fennEvpnFloodFilterSmFactory(
     Qor::Ptr<FennHelper::EvpnFloodingSmHelper> helper, Qor::Ptr<Keel::TaskScheduler> taskScheduler,
     Qor::Ptr<EvpnLagMemberInfo const> evpnLagMemberInfo, Qor::Ptr<Evpn::EvpnStatus const> evpnStatus);
 

@@ -21,6 +21,7 @@
 #include "Evpn/EvpnStatus.h"
 #include "Evpn/MplsConfig.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
@@ -145,11 +146,9 @@ class EvpnFloodingDot1qSm : public Qor::StateMachine {
   std::unique_ptr<QorEvpnMplsConfig> qorEvpnMplsConfig_;
 };
 
-Qor::Ptr<EvpnFloodingDot1qSm> evpnFloodingDot1qSmFactory(Qor::Ptr<FennHelper::EvpnFloodingSmHelper> helper,
-                                                         Qor::Ptr<Keel::TaskScheduler> taskScheduler,
-                                                         Qor::Ptr<EvpnLagMemberInfo const> evpnLagMemberInfo,
-                                                         Qor::Ptr<EvpnVlanStatus const> evpnVlanStatus,
-                                                         Qor::Ptr<Evpn::EvpnStatus const> evpnStatus,
-                                                         Qor::Ptr<Evpn::MplsConfig const> mplsConfig);
+FENN_EVPN_EXPORT Qor::Ptr<EvpnFloodingDot1qSm> evpnFloodingDot1qSmFactory(
+    Qor::Ptr<FennHelper::EvpnFloodingSmHelper> helper, Qor::Ptr<Keel::TaskScheduler> taskScheduler,
+    Qor::Ptr<EvpnLagMemberInfo const> evpnLagMemberInfo, Qor::Ptr<EvpnVlanStatus const> evpnVlanStatus,
+    Qor::Ptr<Evpn::EvpnStatus const> evpnStatus, Qor::Ptr<Evpn::MplsConfig const> mplsConfig);
 
 }  // namespace Fenn
