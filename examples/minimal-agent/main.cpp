@@ -43,7 +43,7 @@ class TunnelTablePrinter : public Fenn::TunnelIdToHwTunnelIdReactor<Qor::StateMa
   explicit TunnelTablePrinter(Fenn::TunnelIdToHwTunnelIdMapping const* table)
       : Fenn::TunnelIdToHwTunnelIdReactor<Qor::StateMachine>(table, nullptr) {}
 
-  void notify(TunnelId const& tunnelId) override {
+  void tunnelIdToHwTunnelIdNotify(TunnelId const& tunnelId) override {
     Fenn::TunnelIdToHwTunnelId const row = notifier()->tunnelIdToHwTunnelId(tunnelId);
     std::cout << "  table: tunnel " << tunnelId.index() << " -> ";
     if (notifier()->tunnelIdToHwTunnelIdHas(tunnelId)) {
