@@ -86,6 +86,39 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
       Qor::Ptr<FloodSetProgrammer>(new FloodSetProgrammer(floodSetHwConfig_, floodSetHwStatus_, timerWheel_));
   floodSetProgrammer_->capacityIs(config.floodSetCapacity);
 
+  openAccessSide(config, controlPlane);
+  // Host FEC chains: the same simulated chip answers a second pair of FEC tables.
+  hostFecChainLength_ = config.hostFecChainLength;
+  hostOutput_ = controlPlane.hostOutput ? controlPlane.hostOutput : L2Rib::hostOutputFactory();
+  labelOutput_ = controlPlane.labelOutput ? controlPlane.labelOutput : L2Rib::labelOutputFactory();
+  loadBalanceOutput_ =
+      controlPlane.loadBalanceOutput ? controlPlane.loadBalanceOutput : L2Rib::loadBalanceOutputFactory();
+  destOutput_ = controlPlane.destOutput ? controlPlane.destOutput : L2Rib::destOutputFactory();
+  hostFecRequest_ = Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + hostFecRequestTable, Vasp::Mode::writer);
+  hostFecRequestReader_ =
+      Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + hostFecRequestTable, Vasp::Mode::reader);
+  hostFecResponse_ =
+      Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + hostFecResponseTable, Vasp::Mode::writer);
+  hostFecResponseReader_ =
+      Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + hostFecResponseTable, Vasp::Mode::reader);
+  objTupleToHwId_ = Fenn::objTupleToHwIdFactory();
+  hostFecResponder_ =
+      Qor::Ptr<FecResponder>(new FecResponder(hostFecRequestReader_, hostFecResponse_, timerWheel_));
+  hostFecResponder_->delayIs(config.fecResponseDelay);
+  startStateMachines();
+  settle();
+}
+
+// Consumers go before their producers, so no state machine reacts to the teardown of
+// another one's output.
+Switch::~Switch() {
+  stopStateMachines();
+  hostFecResponder_ = nullptr;
+  floodSetProgrammer_ = nullptr;
+  fecResponder_ = nullptr;
+}
+
+void Switch::startStateMachines() {
   remoteInfoFinderSm_ = Fenn::evpnRemoteInfoFinderSmFactory(floodSetOutput_, remoteInfo_);
   hwTunnelIdSm_ = Fenn::evpnHwTunnelIdSmFactory(hwTunnelIdPools_, scheduler_, commonSmData_, evpnStatus_,
                                                 remoteInfo_, tunnelIdToHwTunnelId_);
@@ -107,32 +140,12 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
   esiFilteringDecapSm_ = Fenn::esiFilteringDecapSmFactory(esiPortMaps_, lfibStatus_, scheduler_,
                                                           lfibTrackingStatus_, lfibHwStatus_);
   esiFilteringDecapSm_->initializedIs(true);
-  startAccessSide(config, controlPlane);
+  startAccessSide();
 
   // Ethernet segment tracking per remote TEP.
   tepSegmentSm_ = Fenn::fennEvpnTepSegmentSmFactory(evpnStatus_, tunnelEndpointStatus_, evpnTepSegmentDir_);
   tepSegmentSm_->initializedIs(true);
-  // Host FEC chains: the same simulated chip answers a second pair of FEC tables.
-  hostFecChainLength_ = config.hostFecChainLength;
-  hostOutput_ = controlPlane.hostOutput ? controlPlane.hostOutput : L2Rib::hostOutputFactory();
-  labelOutput_ = controlPlane.labelOutput ? controlPlane.labelOutput : L2Rib::labelOutputFactory();
-  loadBalanceOutput_ =
-      controlPlane.loadBalanceOutput ? controlPlane.loadBalanceOutput : L2Rib::loadBalanceOutputFactory();
-  destOutput_ = controlPlane.destOutput ? controlPlane.destOutput : L2Rib::destOutputFactory();
-  hostFecRequest_ = Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + hostFecRequestTable, Vasp::Mode::writer);
-  hostFecRequestReader_ =
-      Fenn::fecIdToHwFecIdRequestFactory(tablePrefix + hostFecRequestTable, Vasp::Mode::reader);
-  hostFecResponse_ =
-      Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + hostFecResponseTable, Vasp::Mode::writer);
-  hostFecResponseReader_ =
-      Fenn::fecIdToHwFecIdResponseFactory(tablePrefix + hostFecResponseTable, Vasp::Mode::reader);
-  objTupleToHwId_ = Fenn::objTupleToHwIdFactory();
-  hostFecResponder_ =
-      Qor::Ptr<FecResponder>(new FecResponder(hostFecRequestReader_, hostFecResponse_, timerWheel_));
-  hostFecResponder_->delayIs(config.fecResponseDelay);
   hostFecStart();
-
-  settle();
 }
 
 void Switch::hostFecStart() {
@@ -193,21 +206,28 @@ void Switch::chainDestDel(L2Rib::DestId id) {
   settle();
 }
 
-// Consumers go before their producers, so no state machine reacts to the teardown of
-// another one's output.
-Switch::~Switch() {
+void Switch::stopStateMachines() {
   tepSegmentSm_ = nullptr;
   esiFilteringDecapSm_ = nullptr;
   stopAccessSide();
   hostFecSm_ = nullptr;
-  hostFecResponder_ = nullptr;
   vlanFloodSetSm_ = nullptr;
   floodSetFecSm_ = nullptr;
   floodSetFilterSm_ = nullptr;
   hwTunnelIdSm_ = nullptr;
   remoteInfoFinderSm_ = nullptr;
-  floodSetProgrammer_ = nullptr;
-  fecResponder_ = nullptr;
+}
+
+// Released, each machine withdraws what it published and hands back what it holds from the
+// helpers; the new ones compute everything again from the inputs, which stay as they are.
+void Switch::restart() {
+  stopStateMachines();
+  settle();
+  // As for hostFecRestart: the chip drops the answers of the withdrawn host FEC requests
+  // before the new instance, whose FEC numbers start over, asks again.
+  while (hostFecResponder_->pendingCount() > 0) advance(std::max(hostFecResponder_->delay(), 0.001));
+  startStateMachines();
+  settle();
 }
 
 void Switch::destIs(Bridging::VlanId vlan, Ostra::EthAddr mac, L2Rib::Dest const& dest) {
@@ -503,7 +523,7 @@ HardwareState Switch::state() const {
 //                     --> FennEvpnFloodFilterSm --(FloodingHardware)--> non-DF ports
 namespace Sim {
 
-void Switch::startAccessSide(HardwareConfig const& config, ControlPlane const& controlPlane) {
+void Switch::openAccessSide(HardwareConfig const& config, ControlPlane const& controlPlane) {
   lagConfigDir_ = controlPlane.lagConfigDir ? controlPlane.lagConfigDir : Fenn::lagCreatorConfigDirFactory();
   bridgingConfig_ = controlPlane.bridgingConfig ? controlPlane.bridgingConfig : Bridging::configFactory();
   vlanStatusDir_ = controlPlane.vlanStatusDir ? controlPlane.vlanStatusDir : Bridging::vlanStatusDirFactory();
@@ -511,14 +531,17 @@ void Switch::startAccessSide(HardwareConfig const& config, ControlPlane const& c
   evpnVlanStatus_ = Fenn::evpnVlanStatusFactory();
   floodingHardware_ = Qor::Ptr<FloodingHardware>(new FloodingHardware("simFloodingHardware"));
   floodingHardware_->updateSupportedOnCreateEsiDataIs(config.updateSupportedOnCreateEsiData);
+  // Dot1q mappings and flood filters.
+  mplsConfig_ = controlPlane.mplsConfig ? controlPlane.mplsConfig : Evpn::mplsConfigFactory();
+}
 
+void Switch::startAccessSide() {
   lagSm_ = Fenn::evpnLagSmFactory(commonSmData_, lagConfigDir_, lagMemberInfo_);
   vlanMembershipSm_ =
       Fenn::fennEvpnVlanMembershipSmFactory(bridgingConfig_, vlanStatusDir_, evpnStatus_, evpnVlanStatus_);
   floodingEsiSm_ = Fenn::evpnFloodingEsiSmFactory(floodingHardware_, scheduler_, lagMemberInfo_, evpnStatus_,
                                                   tunnelIdToHwTunnelIdReader_);
   // Dot1q mappings and flood filters.
-  mplsConfig_ = controlPlane.mplsConfig ? controlPlane.mplsConfig : Evpn::mplsConfigFactory();
   floodingDot1qSm_ = Fenn::evpnFloodingDot1qSmFactory(floodingHardware_, scheduler_, lagMemberInfo_,
                                                       evpnVlanStatus_, evpnStatus_, mplsConfig_);
   floodFilterSm_ =

@@ -294,6 +294,11 @@ class Switch {
   // feature toggle again.
   void hostFecRestart();
 
+  // Restarts the library as an agent restart does: every state machine is released and
+  // created again on the current inputs, then the switch settles. The hardware models, the
+  // tables between machines and hardware, pending faults and the clock are kept.
+  void restart();
+
   HardwareState state() const;
   uint64_t hwTunnelIdBadReleases() const { return hwTunnelIdPools_->badReleaseCount(); }
 
@@ -365,6 +370,9 @@ class Switch {
   Fenn::EvpnTepSegmentDir const* evpnTepSegmentDir() const { return evpnTepSegmentDir_.get(); }
 
  private:
+  // Creates every state machine on the inputs and marks them initialized; releases them.
+  void startStateMachines();
+  void stopStateMachines();
   // Platform.
   Qor::Ptr<Keel::ManualClock> clock_;
   Qor::Ptr<Keel::TaskScheduler> scheduler_;
@@ -406,7 +414,8 @@ class Switch {
   Qor::Ptr<Fenn::EsiFilteringDecapSm> esiFilteringDecapSm_;
 
   // ---- Access side ----
-  void startAccessSide(HardwareConfig const& config, ControlPlane const& controlPlane);
+  void openAccessSide(HardwareConfig const& config, ControlPlane const& controlPlane);
+  void startAccessSide();
   void stopAccessSide();
   Qor::Ptr<Fenn::LagCreatorConfigDir> lagConfigDir_;
   Qor::Ptr<Bridging::Config> bridgingConfig_;

@@ -294,6 +294,11 @@ void Runner::apply(PrintStep const& s) {
   }
 }
 
+void Runner::apply(RestartStep const&) {
+  switch_->restart();
+  out_ << "  (the library restarted)\n";
+}
+
 Qor::String Runner::check(Expectation const& e, Sim::HardwareState const& state) const {
   using K = Expectation::Kind;
   auto differ = [](Qor::String const& expected, Qor::String const& actual) -> Qor::String {

@@ -43,6 +43,7 @@ class Runner {
   void apply(MplsConfigStep const& s);
   void apply(VlanFloodStatusStep const& s);
   Qor::String checkAccess(Expectation const& e, Sim::HardwareState const& state) const;
+  void apply(RestartStep const& s);
   // Empty when the expectation holds; otherwise "expected ..., actual ...".
   Qor::String check(Expectation const& e, Sim::HardwareState const& state) const;
 

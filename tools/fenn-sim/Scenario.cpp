@@ -1003,6 +1003,10 @@ class Reader {
     if (kind == "tunnelEndpoint") return tunnelEndpointStep(v);
     if (kind == "print") return PrintStep{libraryTables(v)};
     if (kind == "reinitialize") return ReinitializeStep{text(v, "state machine")};
+    if (kind == "restart") {
+      if (!v.IsNull()) fail(v, "restart takes no value (write '- restart:')");
+      return RestartStep{};
+    }
     fail(kv.first,
          "unknown step '" + kind +
              "' (expected say, addDest, removeDest, removeFloodSet, segment, removeSegment, fault, "
@@ -1011,7 +1015,7 @@ class Reader {
              "removeVlanStatus, encapBumFilter, segmentVlans, localEsiLabel, tunnelEndpoint, print, "
              "reinitialize, host, removeHost, label, removeLabel, loadBalance, removeLoadBalance, "
              "chainDest, removeChainDest, toggle, vlanToDot1q, removeVlanToDot1q, mplsConfig, "
-             "vlanFloodStatus or removeVlanFloodStatus)");
+             "vlanFloodStatus, removeVlanFloodStatus or restart)");
   }
 
   // The parser keeps the first of two equal keys and drops the second without a word;

@@ -82,6 +82,8 @@ struct VlanFloodStatusStep {
 struct AdvanceStep {
   double seconds;
 };
+// The library restarts: every state machine is released and created again on the inputs.
+struct RestartStep {};
 struct SayStep {
   Qor::String text;
 };
@@ -237,7 +239,8 @@ struct ExpectStep {
 using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
                           HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep,
                           TunnelEndpointStep, PrintStep, ReinitializeStep, HostStep, ChainObjectStep,
-                          ToggleStep, VlanToDot1qStep, MplsConfigStep, VlanFloodStatusStep>;
+                          ToggleStep, VlanToDot1qStep, MplsConfigStep, VlanFloodStatusStep,
+                          RestartStep>;
 
 struct Scenario {
   Qor::String file;
