@@ -15,11 +15,11 @@ namespace AccessTest {
 using Bridging::VlanId;
 using Ostra::IntfId;
 
-
 inline std::vector<IntfId> const lagPorts = {IntfId::ethernet(1), IntfId::ethernet(2), IntfId::ethernet(3),
-                                      IntfId::ethernet(4), IntfId::ethernet(5)};
+                                             IntfId::ethernet(4), IntfId::ethernet(5)};
 inline std::vector<IntfId> const accessIntfs = {IntfId::portChannel(1), IntfId::portChannel(2),
-                                         IntfId::portChannel(3), IntfId::ethernet(6), IntfId::ethernet(7)};
+                                                IntfId::portChannel(3), IntfId::ethernet(6),
+                                                IntfId::ethernet(7)};
 inline std::vector<VlanId> const vlans = {VlanId(10), VlanId(11), VlanId(12)};
 constexpr uint64_t kPes = 4;
 
@@ -29,7 +29,8 @@ inline IntfId tep(uint64_t pe) { return IntfId::dynamicTunnel(tunnel(pe)); }
 class Driver {
  public:
   // With `ownFaults`, the driver also turns createEsiData faults on and off at random.
-  Driver(Sim::Switch& sw, uint64_t seed, bool ownFaults = true) : sw_(sw), rng_(seed), ownFaults_(ownFaults) {}
+  Driver(Sim::Switch& sw, uint64_t seed, bool ownFaults = true)
+      : sw_(sw), rng_(seed), ownFaults_(ownFaults) {}
 
   void step() {
     switch (pick(12)) {

@@ -86,7 +86,8 @@ void soak(uint64_t seed, double level, uint64_t events, Totals& totals) {
   EXPECT_EQ(sw.floodingHardware().badEsiDeleteCount(), 0u);
   EXPECT_EQ(sw.floodingHardware().badEsiCreateCount(), 0u);
   for (auto const& f : actual.fecs) EXPECT_TRUE(f.answered) << "a FEC left unanswered";
-  for (auto const& f : actual.floodSets) EXPECT_EQ(f.status, Fenn::programmed) << "an entry left unprogrammed";
+  for (auto const& f : actual.floodSets)
+    EXPECT_EQ(f.status, Fenn::programmed) << "an entry left unprogrammed";
 }
 
 class SwitchSoak : public ::testing::TestWithParam<double> {
