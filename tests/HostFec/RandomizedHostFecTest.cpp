@@ -24,7 +24,8 @@ std::map<ObjTuple, std::vector<std::pair<Qor::String, ObjTuple>>> requests(Sim::
     auto& vias = out[sm->fecRequestReverseMap(fecId)];
     for (auto const& via : fec.vias()) {
       ObjTuple const lower = via.fecId().valid() ? sm->fecRequestReverseMap(via.fecId()) : ObjTuple();
-      Qor::String const text = Qor::valueToStrep(via.intfId()) + " " + Qor::valueToStrep(via.labelAndAction());
+      Qor::String const text =
+          Qor::valueToStrep(via.intfId()) + " " + Qor::valueToStrep(via.labelAndAction());
       vias.emplace_back(text, lower);
     }
   }
@@ -49,9 +50,10 @@ TEST(RandomizedHostFec, SettlesToWhatAFreshMachineBuildsOnTheFinalInputs) {
       uint32_t const id = uint32_t(below(12));
       switch (below(12)) {
         case 0:
-          sw->chainDestIs(L2Rib::DestId(id % 8),
-                          L2Rib::Dest::vxlan(Ostra::IpGenAddr(), 0,
-                                             Tunnel::TunnelTable::TunnelId(Tunnel::tunnelTypeLdp, 1 + below(4))));
+          sw->chainDestIs(
+              L2Rib::DestId(id % 8),
+              L2Rib::Dest::vxlan(Ostra::IpGenAddr(), 0,
+                                 Tunnel::TunnelTable::TunnelId(Tunnel::tunnelTypeLdp, 1 + below(4))));
           break;
         case 1:
           sw->chainDestDel(L2Rib::DestId(id % 8));
@@ -66,8 +68,9 @@ TEST(RandomizedHostFec, SettlesToWhatAFreshMachineBuildsOnTheFinalInputs) {
           sw->loadBalanceDel(L2Rib::LoadBalanceId(id % 6));
           break;
         case 4:
-          sw->labelIs(L2Rib::LabelId(id), L2Rib::Label(Ostra::MplsLabel(1000 + below(3)),
-                                                       below(3) ? dest() : L2Rib::LoadBalanceId(below(6)).tuple()));
+          sw->labelIs(L2Rib::LabelId(id),
+                      L2Rib::Label(Ostra::MplsLabel(1000 + below(3)),
+                                   below(3) ? dest() : L2Rib::LoadBalanceId(below(6)).tuple()));
           break;
         case 5:
           sw->labelDel(L2Rib::LabelId(id));
@@ -100,7 +103,8 @@ TEST(RandomizedHostFec, SettlesToWhatAFreshMachineBuildsOnTheFinalInputs) {
     fresh.advance(30);
     auto const settled = requests(*sw);
     EXPECT_EQ(settled, requests(fresh));
-    for (auto const& [tuple, vias] : settled) chained += vias.front().second.tableType() != L2Rib::tableTypeInvalid_;
+    for (auto const& [tuple, vias] : settled)
+      chained += vias.front().second.tableType() != L2Rib::tableTypeInvalid_;
 
     Fenn::FennMacAddrFecRequestSm const* sm = sw->hostFecSm();
     for (auto const& [tuple, fecId] : sm->fecRequestCache()) {
