@@ -239,8 +239,7 @@ struct ExpectStep {
 using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
                           HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep,
                           TunnelEndpointStep, PrintStep, ReinitializeStep, HostStep, ChainObjectStep,
-                          ToggleStep, VlanToDot1qStep, MplsConfigStep, VlanFloodStatusStep,
-                          RestartStep>;
+                          ToggleStep, VlanToDot1qStep, MplsConfigStep, VlanFloodStatusStep, RestartStep>;
 
 struct Scenario {
   Qor::String file;
