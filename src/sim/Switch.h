@@ -426,6 +426,9 @@ class Switch {
   Qor::Ptr<Fenn::EvpnLagSm> lagSm_;
   Qor::Ptr<Fenn::FennEvpnVlanMembershipSm> vlanMembershipSm_;
   Qor::Ptr<Fenn::EvpnFloodingEsiSm> floodingEsiSm_;
+  Qor::Ptr<Evpn::MplsConfig> mplsConfig_;
+  Qor::Ptr<Fenn::EvpnFloodingDot1qSm> floodingDot1qSm_;
+  Qor::Ptr<Fenn::FennEvpnFloodFilterSm> floodFilterSm_;
 
   // Ethernet segment tracking per remote TEP.
   Qor::Ptr<::Tunnel::TunnelTable::TunnelEndpointStatus> tunnelEndpointStatus_;
@@ -446,11 +449,6 @@ class Switch {
   Qor::Ptr<Fenn::ObjTupleToHwId> objTupleToHwId_;
   Qor::Ptr<FecResponder> hostFecResponder_;
   Qor::Ptr<Fenn::FennMacAddrFecRequestSm> hostFecSm_;
-
-  // Access side: dot1q mappings and flood filters.
-  Qor::Ptr<Evpn::MplsConfig> mplsConfig_;
-  Qor::Ptr<Fenn::EvpnFloodingDot1qSm> floodingDot1qSm_;
-  Qor::Ptr<Fenn::FennEvpnFloodFilterSm> floodFilterSm_;
 };
 
 }  // namespace Sim
