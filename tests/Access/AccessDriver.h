@@ -1,6 +1,7 @@
 // Random access-side changes on a simulated switch: LAGs, VLAN configuration and status,
 // BUM filters, segments with their labels, VLANs and designated forwarders, local ESI
-// labels, flooding, pool sizes, createEsiData faults and time.
+// labels, flooding, pool sizes, createEsiData faults and time; and, in floodingStep(), the
+// inputs of the dot1q and flood-filter machines with faults on their create operations.
 #pragma once
 
 #include <map>
@@ -28,7 +29,8 @@ inline IntfId tep(uint64_t pe) { return IntfId::dynamicTunnel(tunnel(pe)); }
 
 class Driver {
  public:
-  // With `ownFaults`, the driver also turns createEsiData faults on and off at random.
+  // With `ownFaults`, the driver also turns createEsiData faults on and off at random, and
+  // floodingStep() the createVlan, createVlanToDot1qMapping and createNonDfPort faults.
   Driver(Sim::Switch& sw, uint64_t seed, bool ownFaults = true)
       : sw_(sw), rng_(seed), ownFaults_(ownFaults) {}
 
@@ -110,6 +112,39 @@ class Driver {
       case 11:
         sw_.advance(double(pick(7)));
         break;
+    }
+  }
+
+  // A change of what the dot1q and flood-filter machines read besides LAGs and VLAN
+  // membership: VLAN-to-dot1q tags, the VLAN-service dot1q flag, flood filters, and faults
+  // of their hardware operations. The VLANs stay below 4095, whose missing tag is a range
+  // error of its own.
+  void floodingStep() {
+    switch (pick(5)) {
+      case 0:
+        if (pick(5) == 0) {
+          sw_.vlanToDot1qDel(anyVlan());
+        } else {
+          sw_.vlanToDot1qIs(anyVlan(), pick(3) ? Bridging::VlanIdOrNone(uint16_t(100 + pick(3)))
+                                               : Bridging::VlanIdOrNone::none());
+        }
+        break;
+      case 1:
+        sw_.vlanServiceDot1qEnabledIs(pick(2));
+        break;
+      case 2:
+      case 3:
+        pick(5) == 0 ? sw_.vlanFloodStatusDel(anyVlan())
+                     : sw_.vlanFloodStatusIs(anyVlan(), subset(accessIntfs));
+        break;
+      case 4: {
+        static constexpr Sim::FaultTarget targets[] = {Sim::FaultTarget::createVlan,
+                                                       Sim::FaultTarget::createVlanToDot1qMapping,
+                                                       Sim::FaultTarget::createNonDfPort};
+        Sim::FaultInjector& f = sw_.faults(targets[pick(3)]);
+        if (ownFaults_) pick(3) ? f.failFractionIs(0.3, rng_()) : f.clear();
+        break;
+      }
     }
   }
 
