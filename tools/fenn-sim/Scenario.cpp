@@ -1037,12 +1037,7 @@ class Reader {
     }
   }
 
-  std::unique_ptr<Yaml::Document> load() const {
-    std::error_code ec;
-    if (std::filesystem::is_directory(file_, ec))
-      throw ScenarioError({file_, 0, 0}, "is a directory, not a scenario file");
-    std::ifstream in(file_);
-    if (!in) throw ScenarioError({file_, 0, 0}, Qor::String("cannot read the file: ") + std::strerror(errno));
+  std::unique_ptr<Yaml::Document> load(std::istream& in) const {
     std::unique_ptr<Yaml::Document> doc;
     try {
       doc = std::make_unique<Yaml::Document>(in);
@@ -1056,8 +1051,8 @@ class Reader {
     return doc;
   }
 
-  Scenario read() {
-    std::unique_ptr<Yaml::Document> const doc = load();
+  Scenario read(std::istream& in) {
+    std::unique_ptr<Yaml::Document> const doc = load(in);
     Yaml::Node const root = doc->root();
     scenario_.file = file_;
     checkMap(root, "a scenario", {"name", "story", "hardware", "tunnels", "steps"}, {"steps"});
@@ -1094,8 +1089,17 @@ class Reader {
 }  // namespace
 
 Scenario loadScenario(Qor::String const& file) {
+  std::error_code ec;
+  if (std::filesystem::is_directory(file, ec))
+    throw ScenarioError({file, 0, 0}, "is a directory, not a scenario file");
+  std::ifstream in(file);
+  if (!in) throw ScenarioError({file, 0, 0}, Qor::String("cannot read the file: ") + std::strerror(errno));
+  return loadScenario(file, in);
+}
+
+Scenario loadScenario(Qor::String const& file, std::istream& in) {
   try {
-    return Reader(file).read();
+    return Reader(file).read(in);
   } catch (YAML::Exception const& e) {
     throw ScenarioError({file, e.mark.line + 1, e.mark.column + 1}, e.msg);
   }

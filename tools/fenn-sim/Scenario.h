@@ -3,6 +3,7 @@
 // "file:line:column: what was wrong" and never half-way through.
 #pragma once
 
+#include <istream>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -266,6 +267,8 @@ Qor::String dot1qName(Bridging::VlanIdOrNone dot1q);
 
 // Throws ScenarioError.
 Scenario loadScenario(Qor::String const& file);
+// Reads the scenario from `in`; errors name `file`.
+Scenario loadScenario(Qor::String const& file, std::istream& in);
 
 // Lists as the access-side expectations and checks write them: "[a, b]", interfaces in
 // interface order.
