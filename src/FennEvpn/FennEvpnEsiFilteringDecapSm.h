@@ -25,6 +25,7 @@
 #include "FennEvpn/FennEvpnEsiFilteringDecapHelper.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnUnprogrammedReview.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Keel/Task.h"
 #include "Keel/TaskScheduler.h"
 #include "Keel/TimerTask.h"
@@ -35,7 +36,7 @@
 
 namespace Fenn {
 
-class EsiFilteringDecapSm : public Qor::StateMachine {
+class EsiFilteringDecapSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   static constexpr char traceClass[] = "EsiFilteringDecapSm::";
 

@@ -20,6 +20,7 @@
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
 #include "FennEvpn/FennEvpnUnprogrammedReview.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Keel/TaskScheduler.h"
 #include "Keel/TimerTask.h"
 #include "Ostra/IntfId.h"
@@ -28,7 +29,7 @@
 
 namespace Fenn {
 
-class FennEvpnFloodFilterSm : public Qor::StateMachine {
+class FennEvpnFloodFilterSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   static constexpr char traceClass[] = "FennEvpnFloodFilterSm::";
 

@@ -225,9 +225,17 @@ void EvpnFloodSetFecSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr 
     QTRACE(1, "  Invalid tunnelId not supported ");
     return;
   }
-  MplsFloodSetVia const via = floodSetVia(tunnelId, dest.mpls().label(), vlanId);
+  bool const inFloodSet = isDestInFloodSet(vlanId, macAddr, dest);
+  MplsFloodSetVia via;
+  // A destination no via can be formed for (VLAN 4095 over a per-VLAN tunnel) is skipped.
+  if (auto const error =
+          skipUnusableInput([&] { via = floodSetVia(tunnelId, dest.mpls().label(), vlanId); }, inFloodSet)) {
+    QTRACE(1, "EvpnFloodSetFecSm::", "processMplsDest", " skipped vlan: ", vlanId, " mac: ", macAddr,
+           " dest: ", dest, " ", *error);
+    return;
+  }
   VlanMacDest const vlanMacDest(vlanId, macAddr, dest);
-  if (isDestInFloodSet(vlanId, macAddr, dest)) {
+  if (inFloodSet) {
     floodSetEntryCacheIs(via)->vlanMacDestSetIs(vlanMacDest);
   } else if (MplsFloodSetViaToVlanMacDestSet* entry = floodSetEntryCache(via)) {
     entry->vlanMacDestSetDel(vlanMacDest);
@@ -401,7 +409,16 @@ void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
                                              MplsDestConfig const& config) {
   QTRACE(8, "EvpnFloodSetFecSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(), " mac: ", pair.macAddr(),
          " tunnelId: ", config.tunnelId(), " label: ", config.label());
-  MplsFloodSetVia const via = floodSetVia(config.tunnelId(), config.label(), pair.vlanId());
+  MplsFloodSetVia via;
+  // The hardware's word on a configuration no via can be formed for is skipped.
+  VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
+  if (auto const error =
+          skipUnusableInput([&] { via = floodSetVia(config.tunnelId(), config.label(), pair.vlanId()); },
+                            status && status->mplsDestStatusHas(config))) {
+    QTRACE(1, "EvpnFloodSetFecSm::", "handleMplsDestStatus", " skipped vlan: ", pair.vlanId(),
+           " mac: ", pair.macAddr(), " config: ", config, " ", *error);
+    return;
+  }
   if (isMplsDestConfigProgrammed(pair, config)) {
     floodSetStatusCacheIs(via)->statusIs(pair);
     return;

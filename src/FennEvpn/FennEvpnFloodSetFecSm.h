@@ -25,6 +25,7 @@
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
 #include "FennEvpn/FennEvpnVlanFloodSetHw.h"
 #include "FennEvpn/FennEvpnVlanFloodSetIndex.h"
@@ -44,7 +45,7 @@ inline constexpr uint8_t floodSetFecAdjType = 11;
 // The FEC ID of flood-set FEC index `index`; asserts "index >= 0".
 FENN_EVPN_EXPORT Vasp::Fib::FecId indexToFecId(int64_t index);
 
-class EvpnFloodSetFecSm : public Qor::StateMachine {
+class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   // FEC indexes: the whole 32-bit range; a released index waits this long before reuse, so
   // that a late answer about its previous FEC cannot be taken for the next one.

@@ -1,11 +1,10 @@
 #include "FennEvpn/FennEvpnFloodingDot1qSm.h"
 
-#include <exception>
-#include <stdexcept>
 #include <utility>
 
 #include "FennEvpn/FennEvpnIntfVlanIndex.h"
 #include "FennEvpn/FennEvpnPortExpansion.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Qor/Assert.h"
 #include "Qor/Trace.h"
 
@@ -200,15 +199,7 @@ void EvpnFloodingDot1qSm::handleVlanServiceDot1qEnabled() {
 }
 
 void EvpnFloodingDot1qSm::handleEveryVlanDot1q() {
-  std::exception_ptr rangeError;
-  for (auto const& vlan : evpnStatus_->vlanToDot1q().keys()) {
-    try {
-      handleVlanDot1q(vlan);
-    } catch (std::out_of_range const&) {
-      if (!rangeError) rangeError = std::current_exception();
-    }
-  }
-  if (rangeError) std::rethrow_exception(rangeError);
+  for (auto const& vlan : evpnStatus_->vlanToDot1q().keys()) handleVlanDot1q(vlan);
 }
 
 void EvpnFloodingDot1qSm::handleVlanDot1q(Bridging::VlanId vlan) {
@@ -220,7 +211,7 @@ void EvpnFloodingDot1qSm::handleVlanDot1q(Bridging::VlanId vlan) {
          published != nullptr, " publishedDot1q ", published ? *published : Bridging::VlanIdOrNone());
   // Re-creating a VLAN with the tag it has would only interrupt its traffic (a flag change
   // reaches every VLAN, including those with a tag of their own).
-  // (VLAN 4095 goes on to its range error, after its old tag is deleted.)
+  // (VLAN 4095 goes on to be skipped, after its old tag is deleted.)
   if (programmed && published && vlan.value() <= Bridging::VlanIdOrNone::maxValue &&
       *programmed == dot1qTagForVlan(vlan)) {
     return;
@@ -235,7 +226,11 @@ void EvpnFloodingDot1qSm::handleVlanDot1q(Bridging::VlanId vlan) {
     queueVlanIntfs(vlan);
     return;
   }
-  Bridging::VlanIdOrNone const dot1q = dot1qTagForVlan(vlan);
+  Bridging::VlanIdOrNone dot1q;
+  if (auto const error = skipUnusableInput([&] { dot1q = dot1qTagForVlan(vlan); })) {
+    QTRACE(1, traceClass, "handleVlanDot1q", " skipped vlan ", vlan, " ", *error);
+    return;
+  }
   if (helper_->createVlan(vlan, dot1q) == notProgrammed) {
     QTRACE(5, traceClass, "handleVlanDot1q", " failed to program vlan ", vlan, " with dot1q ", dot1q);
     unprogrammedDot1qIs(vlanLevelKey(vlan));

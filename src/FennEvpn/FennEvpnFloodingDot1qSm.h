@@ -26,6 +26,7 @@
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
 #include "FennEvpn/FennEvpnUnprogrammedReview.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanStatus.h"
 #include "Keel/TaskScheduler.h"
 #include "Keel/TimerTask.h"
@@ -35,7 +36,7 @@
 
 namespace Fenn {
 
-class EvpnFloodingDot1qSm : public Qor::StateMachine {
+class EvpnFloodingDot1qSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   static constexpr char traceClass[] = "EvpnFloodingDot1qSm::";
 

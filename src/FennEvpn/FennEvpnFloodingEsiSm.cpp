@@ -1,10 +1,12 @@
 #include "FennEvpn/FennEvpnFloodingEsiSm.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "FennEvpn/FennEvpnPortExpansion.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Qor/Assert.h"
 #include "Qor/Trace.h"
 
@@ -14,8 +16,10 @@ namespace Fenn {
 
 namespace {
 
-TunnelId tunnelOfTep(Ostra::IntfId const& tepIntfId) {
-  return srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId);
+// The tunnel behind a remote TEP's interface. One that names no tunnel is reported when it
+// arrives (EvpnFloodingEsiSm::reportUnusableTep) and passed over by every walk.
+std::optional<TunnelId> tunnelOfTep(Ostra::IntfId const& tepIntfId) {
+  return usableValue([&] { return srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId); });
 }
 
 // The VLANs of a segment that carry ESI data: those configured on it and those it has a
@@ -80,7 +84,9 @@ class EvpnFloodingEsiSm::QorSegmentStatus
   }
   void handleLabel(Ostra::IntfId const& tepIntfId) {
     QTRACE(8, "EvpnFloodingEsiSm::QorSegmentStatus::", "handleLabel", " intfId ", intfId(), " tep ",
-           tepIntfId, " tunnelId ", tunnelOfTep(tepIntfId));
+           tepIntfId, " tunnelId ", tunnelOfTep(tepIntfId).value_or(TunnelId()));
+    if (sm()->initialized() && notifier()->remoteEsiLabelHas(tepIntfId))
+      sm()->reportUnusableTep(intfId(), tepIntfId, "handleLabel");
     sm()->handleSegmentVlans(intfId());
   }
   void handleSharedEsiLabel() {
@@ -196,6 +202,8 @@ void EvpnFloodingEsiSm::handleSegmentStatus(Ostra::IntfId const& intfId) {
   QTRACE(8, "EvpnFloodingEsiSm::", "handleSegmentStatus", " intfId ", intfId);
   if (!initialized()) return;
   if (Evpn::EthernetSegmentStatus const* es = evpnStatus_->ethernetSegmentStatus(intfId)) {
+    for (auto const& [tep, label] : es->remoteEsiLabel())
+      reportUnusableTep(intfId, tep, "handleSegmentStatus");
     for (auto const& vlanId : es->configuredVlan().keys()) addIntfVlanMapping(intfId, vlanId);
     for (auto const& vlanId : es->designatedForwarderTep().keys()) {
       if (!es->configuredVlanHas(vlanId)) addIntfVlanMapping(intfId, vlanId);
@@ -204,6 +212,13 @@ void EvpnFloodingEsiSm::handleSegmentStatus(Ostra::IntfId const& intfId) {
   }
   if (IntfVlanSet const* set = intfVlanSet(intfId)) {
     for (auto const& vlanId : set->vlanId().keys()) deleteIntfVlanMapping(intfId, vlanId);
+  }
+}
+
+void EvpnFloodingEsiSm::reportUnusableTep(Ostra::IntfId const& intfId, Ostra::IntfId const& tepIntfId,
+                                          char const* function) {
+  if (auto const error = skipUnusableInput([&] { srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId); })) {
+    QTRACE(1, "EvpnFloodingEsiSm::", function, " skipped tep ", tepIntfId, " intfId ", intfId, " ", *error);
   }
 }
 
@@ -372,8 +387,9 @@ void EvpnFloodingEsiSm::processIntfVlan(Ostra::IntfId const& intfId, Bridging::V
   // The pair's tunnels are exactly its remotes' tunnels, whichever of them get the label,
   // so that a change of any remote's hardware tunnel ID reaches the pair.
   IntfVlanKey const intfVlan(intfId, vlanId);
-  for (auto const& [tep, label] : es->remoteEsiLabel())
-    addOrUpdateIntfVlanTunnelMapping(intfId, vlanId, tunnelOfTep(tep));
+  for (auto const& [tep, label] : es->remoteEsiLabel()) {
+    if (auto const tunnelId = tunnelOfTep(tep)) addOrUpdateIntfVlanTunnelMapping(intfId, vlanId, *tunnelId);
+  }
   auto isRemote = [es](TunnelId const& tunnelId) {
     for (auto const& [tep, label] : es->remoteEsiLabel()) {
       if (tunnelOfTep(tep) == tunnelId) return true;
@@ -397,8 +413,9 @@ void EvpnFloodingEsiSm::processIntfVlan(Ostra::IntfId const& intfId, Bridging::V
              vlanId);
     } else {
       dfTep = es->designatedForwarderTep(vlanId);
-      TunnelId const dfTunnelId = tunnelOfTep(dfTep);
-      bool const hasLabel = es->remoteEsiLabelHas(dfTep);
+      // A DF whose interface names no tunnel has no usable label either.
+      TunnelId const dfTunnelId = tunnelOfTep(dfTep).value_or(TunnelId());
+      bool const hasLabel = es->remoteEsiLabelHas(dfTep) && dfTunnelId != TunnelId();
       bool const hasHwTunnelId = tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(dfTunnelId);
       QTRACE(5, "EvpnFloodingEsiSm::", "processIntfVlan", " dfTepIntfId ", dfTep, ", dfTepTunnelId ",
              dfTunnelId, " hasRemoteEsiLabel ", hasLabel, " hasHwTunnelId ", hasHwTunnelId);
@@ -412,23 +429,24 @@ void EvpnFloodingEsiSm::processIntfVlan(Ostra::IntfId const& intfId, Bridging::V
     }
   }
   for (auto const& [tep, encapTypeLabel] : es->remoteEsiLabel()) {
+    std::optional<TunnelId> const tunnelId = tunnelOfTep(tep);
+    if (!tunnelId) continue;
     bool const wanted = allShared || tep == dfTep;
     if (wanted && !encapTypeLabel.isMpls()) {
       QTRACE(5, "EvpnFloodingEsiSm::", "processIntfVlan", " ", "incorrect encap type ",
              encapTypeLabel.encapType(), " tep ", tep);
     }
     if (wanted && encapTypeLabel.isMpls()) {
-      processIntfVlanTep(intfId, vlanId, tep, encapTypeLabel);
+      processIntfVlanTep(intfId, vlanId, *tunnelId, encapTypeLabel);
     } else {
-      deleteIntfVlanTunnelLabelMapping(intfId, vlanId, tunnelOfTep(tep));
+      deleteIntfVlanTunnelLabelMapping(intfId, vlanId, *tunnelId);
     }
   }
 }
 
 void EvpnFloodingEsiSm::processIntfVlanTep(Ostra::IntfId const& intfId, Bridging::VlanId vlanId,
-                                           Ostra::IntfId const& tepIntfId,
+                                           TunnelId const& tunnelId,
                                            Evpn::EncapTypeLabel const& encapTypeLabel) {
-  TunnelId const tunnelId = tunnelOfTep(tepIntfId);
   addOrUpdateIntfVlanTunnelLabelMapping(intfId, vlanId, tunnelId,
                                         tunnelIdHwTunnelId_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId(),
                                         encapTypeLabel.mplsLabel());
@@ -438,7 +456,9 @@ bool EvpnFloodingEsiSm::allRemotesHaveSharedEsHwTunnelId(Ostra::IntfId const& in
   Evpn::EthernetSegmentStatus const* es = evpnStatus_->ethernetSegmentStatus(intfId);
   if (!es) return false;
   for (auto const& [tep, label] : es->remoteEsiLabel()) {
-    TunnelId const tunnelId = tunnelOfTep(tep);
+    std::optional<TunnelId> const usable = tunnelOfTep(tep);
+    if (!usable) continue;
+    TunnelId const tunnelId = *usable;
     if (!tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId)) {
       QTRACE(9, "EvpnFloodingEsiSm::", "allRemotesHaveSharedEsHwTunnelId", " hwTunnelId for tunnel ",
              tunnelId, " not published yet ");

@@ -22,13 +22,14 @@
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnUnprogrammedReview.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Keel/TaskScheduler.h"
 #include "Qor/Collection.h"
 #include "Qor/StateMachine.h"
 
 namespace Fenn {
 
-class EvpnFloodingEsiSm : public Qor::StateMachine {
+class EvpnFloodingEsiSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   static constexpr char traceClass[] = "EvpnFloodingEsiSm::";
 
@@ -85,6 +86,9 @@ class EvpnFloodingEsiSm : public Qor::StateMachine {
   void segmentStatusIs(Ostra::IntfId const& intfId);
   void segmentStatusDel(Ostra::IntfId const& intfId);
   void handleSegmentStatus(Ostra::IntfId const& intfId);
+  // A remote TEP whose interface names no tunnel is skipped as an unusable input: reported
+  // here, as met by `function`, when it arrives.
+  void reportUnusableTep(Ostra::IntfId const& intfId, Ostra::IntfId const& tepIntfId, char const* function);
   void handleSegmentVlan(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
   void handleSegmentVlans(Ostra::IntfId const& intfId);
   void handleLocalEsiLabel(Ostra::IntfId const& intfId);
@@ -104,8 +108,8 @@ class EvpnFloodingEsiSm : public Qor::StateMachine {
                                         TunnelId const& tunnelId);
 
   void processIntfVlan(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
-  void processIntfVlanTep(Ostra::IntfId const& intfId, Bridging::VlanId vlanId,
-                          Ostra::IntfId const& tepIntfId, Evpn::EncapTypeLabel const& encapTypeLabel);
+  void processIntfVlanTep(Ostra::IntfId const& intfId, Bridging::VlanId vlanId, TunnelId const& tunnelId,
+                          Evpn::EncapTypeLabel const& encapTypeLabel);
   void programEsi(IntfVlanTunnelKey const& key, EsiInfo const& esiInfo);
   void programEsiHelper(IntfVlanTunnelKey const& key, Ostra::IntfId const& phyIntfId, EsiInfo const& esiInfo);
   void unprogramEsi(IntfVlanTunnelKey const& key);

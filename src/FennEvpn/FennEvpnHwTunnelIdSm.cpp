@@ -38,17 +38,10 @@ bool simulation() { return std::getenv("SIMULATION_VMID") != nullptr; }
 // reported exhausted.
 bool noopAgent() { return std::getenv("FENN_NOOP_AGENT") != nullptr; }
 
-// The tunnel behind a peer's TEP interface. An interface that names no tunnel is skipped:
-// reported where it arrives (trace and system log), quietly passed over by later walks.
-std::optional<TunnelId> tunnelOfTep(Ostra::IntfId const& tepIntfId, char const* function = nullptr) {
-  TunnelId tunnelId;
-  auto const convert = [&] { tunnelId = srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId); };
-  if (!function) return usableInput(convert) ? std::optional(tunnelId) : std::nullopt;
-  if (auto const error = skipUnusableInput(convert)) {
-    QTRACE(1, "EvpnHwTunnelIdSm::", function, " skipped tep ", tepIntfId, " ", *error);
-    return std::nullopt;
-  }
-  return tunnelId;
+// The tunnel behind a peer's TEP interface, for walks that meet a peer already reported
+// when it arrived (EvpnHwTunnelIdSm::tunnelOfTep).
+std::optional<TunnelId> usableTunnelOfTep(Ostra::IntfId const& tepIntfId) {
+  return usableValue([&] { return srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId); });
 }
 
 }  // namespace
@@ -93,13 +86,16 @@ class EvpnHwTunnelIdSm::QorSegmentStatus
     QTRACE(8, "EvpnHwTunnelIdSm::QorSegmentStatus::", "handleRemoteEsiLabel", " intfId ", esIntfId(), " tep ",
            tepIntfId);
     if (!sm()->initialized()) return;
-    std::optional<TunnelId> const converted = tunnelOfTep(tepIntfId, "handleRemoteEsiLabel");
+    // A peer is reported when it arrives; its removal passes quietly.
+    std::optional<TunnelId> const converted = notifier()->remoteEsiLabelHas(tepIntfId)
+                                                  ? sm()->tunnelOfTep(tepIntfId, "handleRemoteEsiLabel")
+                                                  : usableTunnelOfTep(tepIntfId);
     if (!converted) return;
     TunnelId const tunnelId = *converted;
     // Another TEP interface of the segment may lead to the same tunnel.
     bool used = false;
     for (auto const& [tep, label] : notifier()->remoteEsiLabel()) {
-      if (tunnelOfTep(tep) == tunnelId) {
+      if (usableTunnelOfTep(tep) == tunnelId) {
         used = true;
         break;
       }
@@ -218,6 +214,16 @@ void EvpnHwTunnelIdSm::processSegmentStatus(Ostra::IntfId const& esIntfId) {
     }
   }
   for (auto const& tunnelId : peers) programHwTunnelId(esIntfId, tunnelId);
+}
+
+std::optional<TunnelId> EvpnHwTunnelIdSm::tunnelOfTep(Ostra::IntfId const& tepIntfId, char const* function) {
+  TunnelId tunnelId;
+  if (auto const error =
+          skipUnusableInput([&] { tunnelId = srTeOrDynamicTunnelIntfIdToTunnelId(tepIntfId); })) {
+    QTRACE(1, "EvpnHwTunnelIdSm::", function, " skipped tep ", tepIntfId, " ", *error);
+    return std::nullopt;
+  }
+  return tunnelId;
 }
 
 void EvpnHwTunnelIdSm::programHwTunnelId(Ostra::IntfId const& esIntfId, TunnelId const& tunnelId) {

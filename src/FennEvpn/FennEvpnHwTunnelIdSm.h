@@ -14,6 +14,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "Evpn/EvpnStatus.h"
@@ -26,6 +27,7 @@
 #include "FennEvpn/FennEvpnHwTunnelIdSmHelper.h"
 #include "FennEvpn/FennEvpnRemoteInfo.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Keel/TaskScheduler.h"
 #include "Keel/TimerTask.h"
 #include "Qor/Collection.h"
@@ -67,7 +69,7 @@ class FENN_EVPN_EXPORT TunnelIdSet : public Qor::Entity {
   QOR_SET(tunnelId, TunnelId)
 };
 
-class EvpnHwTunnelIdSm : public Qor::StateMachine {
+class EvpnHwTunnelIdSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   EvpnHwTunnelIdSm(Qor::Ptr<FennHelper::EvpnHwTunnelIdSmHelper> hwTunnelIdHelper,
                    Qor::Ptr<Keel::TaskScheduler> scheduler, Qor::Ptr<FennCommonSmData const> acsd,
@@ -128,6 +130,9 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine {
   // Brings the segment's tunnels in line with its remote ESI labels; a segment that is gone
   // has none.
   void processSegmentStatus(Ostra::IntfId const& esIntfId);
+  // The tunnel behind a peer's TEP interface; a TEP interface that names no tunnel is
+  // skipped as an unusable input, reported as met by `function`.
+  std::optional<TunnelId> tunnelOfTep(Ostra::IntfId const& tepIntfId, char const* function);
   void programHwTunnelId(Ostra::IntfId const& esIntfId, TunnelId const& tunnelId);
   void unProgramHwTunnelId(Ostra::IntfId const& esIntfId, TunnelId const& tunnelId);
   void publishHwTunnelId(TunnelId const& tunnelId);

@@ -16,12 +16,13 @@
 #include "Fenn/LagCreatorConfigDir.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Qor/Collection.h"
 #include "Qor/StateMachine.h"
 
 namespace Fenn {
 
-class EvpnLagSm : public Qor::StateMachine {
+class EvpnLagSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   EvpnLagSm(Qor::Ptr<FennCommonSmData const> acsd, Qor::Ptr<LagCreatorConfigDir const> lagConfigDir,
             Qor::Ptr<EvpnLagMemberInfo> evpnLagMemberInfo);

@@ -14,13 +14,14 @@
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnRemoteInfo.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "L2Rib/FloodSetOutput.h"
 #include "Ostra/EthAddr.h"
 #include "Qor/StateMachine.h"
 
 namespace Fenn {
 
-class EvpnRemoteInfoFinderSm : public Qor::StateMachine {
+class EvpnRemoteInfoFinderSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   EvpnRemoteInfoFinderSm(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
                          Qor::Ptr<EvpnRemoteInfo> remoteInfo);

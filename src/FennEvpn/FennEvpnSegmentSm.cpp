@@ -1,5 +1,6 @@
 #include "FennEvpn/FennEvpnSegmentSm.h"
 
+#include <optional>
 #include <utility>
 
 #include "Qor/Trace.h"
@@ -63,13 +64,13 @@ void FennEvpnSegmentSm::processTep(Ostra::IntfId const& tepIntfId) {
   bool wanted = false;
   Ostra::IpGenAddr addr;
   if (segmentStatus_->remoteTepHas(tepIntfId)) {
-    if (!tepIntfId.isDynamicTunnel() && !tepIntfId.isSrTePolicy()) {
-      QTRACE(1, "FennEvpnSegmentSm::", "processTep", " intfId ", intfId(), " tep ", tepIntfId,
-             " is not a tunnel interface");
-    } else if (Tunnel::TunnelTable::TunnelId const tunnelId = tepIntfId.tunnelId();
-               tunnelEndpointStatus_->tunnelEndpointHas(tunnelId)) {
+    std::optional<Tunnel::TunnelTable::TunnelId> tunnelId;
+    if (auto const error = skipUnusableInput([&] { tunnelId = tepIntfId.tunnelId(); })) {
+      QTRACE(1, "FennEvpnSegmentSm::", "processTep", " intfId ", intfId(), " skipped tep ", tepIntfId,
+             " (not a tunnel interface) ", *error);
+    } else if (tunnelEndpointStatus_->tunnelEndpointHas(*tunnelId)) {
       wanted = true;
-      addr = tunnelEndpointStatus_->tunnelEndpoint(tunnelId);
+      addr = tunnelEndpointStatus_->tunnelEndpoint(*tunnelId);
     } else {
       QTRACE(5, "FennEvpnSegmentSm::", "processTep", " intfId ", intfId(), " tep ", tepIntfId,
              " no tunnel endpoint yet");

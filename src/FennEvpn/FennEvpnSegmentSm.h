@@ -16,12 +16,13 @@
 #include "Evpn/EthernetSegmentStatus.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnTepSegment.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Qor/StateMachine.h"
 #include "Tunnel/TunnelEndpointStatus.h"
 
 namespace Fenn {
 
-class FennEvpnSegmentSm : public Qor::StateMachine {
+class FennEvpnSegmentSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   FennEvpnSegmentSm(Qor::Ptr<Evpn::EthernetSegmentStatus const> segmentStatus,
                     Qor::Ptr<Tunnel::TunnelTable::TunnelEndpointStatus const> tunnelEndpointStatus,

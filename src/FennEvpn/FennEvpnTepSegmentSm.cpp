@@ -51,6 +51,12 @@ FennEvpnSegmentSm const* FennEvpnTepSegmentSm::segmentSm(Ostra::IntfId const& in
   return it == segmentSm_.end() ? nullptr : it->second.get();
 }
 
+uint64_t FennEvpnTepSegmentSm::unusableInputCount() const {
+  uint64_t count = goneSegmentsUnusableInputCount_;
+  for (auto const& [intfId, segment] : segmentSm_) count += segment->unusableInputCount();
+  return count;
+}
+
 void FennEvpnTepSegmentSm::handleInitialized() {
   QTRACE(8, "FennEvpnTepSegmentSm::", "handleInitialized");
   for (auto const& intfId : evpnStatus_->ethernetSegmentStatus().keys()) handleEthernetSegmentStatus(intfId);
@@ -61,7 +67,9 @@ void FennEvpnTepSegmentSm::handleEthernetSegmentStatus(Ostra::IntfId const& intf
   if (!initialized()) return;
   Evpn::EthernetSegmentStatus const* status = evpnStatus_->ethernetSegmentStatus(intfId);
   if (!status) {
-    if (segmentSm_.erase(intfId)) {
+    if (auto const it = segmentSm_.find(intfId); it != segmentSm_.end()) {
+      goneSegmentsUnusableInputCount_ += it->second->unusableInputCount();
+      segmentSm_.erase(it);
       QTRACE(5, "FennEvpnTepSegmentSm::", "handleEthernetSegmentStatus", " intfId ", intfId, " segment gone");
     }
     return;

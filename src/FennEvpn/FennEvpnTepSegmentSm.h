@@ -7,6 +7,7 @@
 // Releasing it releases the segment machines, which leaves the index empty.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -31,6 +32,8 @@ class FennEvpnTepSegmentSm : public Qor::StateMachine {
   EvpnTepSegmentDir const* evpnTepSegmentDir() const noexcept { return evpnTepSegmentDir_.get(); }
   // The segment machine of a segment interface, or nullptr.
   FennEvpnSegmentSm const* segmentSm(Ostra::IntfId const& intfId) const;
+  // The inputs its segment machines skipped as unusable, those of segments gone included.
+  uint64_t unusableInputCount() const;
 
   void handleEthernetSegmentStatus(Ostra::IntfId const& intfId);
   void handleTunnelEndpoint(Tunnel::TunnelTable::TunnelId const& tunnelId);
@@ -46,6 +49,7 @@ class FennEvpnTepSegmentSm : public Qor::StateMachine {
   Qor::Ptr<Tunnel::TunnelTable::TunnelEndpointStatus const> tunnelEndpointStatus_;
   Qor::Ptr<EvpnTepSegmentDir> evpnTepSegmentDir_;
   Qor::HashMap<Ostra::IntfId, Qor::Ptr<FennEvpnSegmentSm>> segmentSm_;
+  uint64_t goneSegmentsUnusableInputCount_ = 0;
   std::unique_ptr<QorEvpnStatus> qorEvpnStatus_;
   std::unique_ptr<QorTunnelEndpointStatus> qorTunnelEndpointStatus_;
 };

@@ -1,9 +1,9 @@
 // Inputs written by the platform are trusted to be well formed, but a value that a state
 // machine cannot use (a key whose conversion fails its range check, such as a remote ESI
 // label keyed by an interface that names no tunnel) must not stop the switch. The state
-// machine skips that key, says so, and goes on serving every other key:
+// machine skips that key, says so, counts it, and goes on serving every other key:
 //
-//   if (auto error = Fenn::skipUnusableInput([&] { tunnelId = srTeOrDynamicTunnelIntfIdToTunnelId(tep); })) {
+//   if (auto error = skipUnusableInput([&] { tunnelId = srTeOrDynamicTunnelIntfIdToTunnelId(tep); })) {
 //     QTRACE(1, "EvpnHwTunnelIdSm::", "processSegmentStatus", " skipped tep ", tep, " ", *error);
 //     return;
 //   }
@@ -13,6 +13,7 @@
 // exception propagates. Which inputs are handled this way is listed in docs/architecture.md.
 #pragma once
 
+#include <cstdint>
 #include <exception>
 #include <optional>
 #include <stdexcept>
@@ -21,36 +22,52 @@
 
 namespace Fenn {
 
-// Logs EVPN_MPLS_INPUT_IGNORED and returns the error's text.
-Qor::String unusableInputLog(std::exception const& error);
-
-// Runs `use`, which converts or applies one input. Returns std::nullopt when it ran through;
-// when it failed on an unusable value, logs that in the system log and returns the error's
-// text for the caller's level-1 trace line, and the caller skips the input.
+// The value `convert` returns, or std::nullopt when it fails on an unusable value. The
+// quiet form, for a walk that meets an input already reported when it arrived.
 template <class Fn>
-std::optional<Qor::String> skipUnusableInput(Fn&& use) {
+auto usableValue(Fn&& convert) -> std::optional<decltype(convert())> {
   try {
-    use();
-    return std::nullopt;
-  } catch (std::out_of_range const& e) {
-    return unusableInputLog(e);
-  } catch (std::invalid_argument const& e) {
-    return unusableInputLog(e);
-  }
-}
-
-// The quiet form, for a walk that meets an input already reported when it arrived: whether
-// `use` ran through.
-template <class Fn>
-bool usableInput(Fn&& use) {
-  try {
-    use();
-    return true;
+    return convert();
   } catch (std::out_of_range const&) {
-    return false;
+    return std::nullopt;
   } catch (std::invalid_argument const&) {
-    return false;
+    return std::nullopt;
   }
 }
+
+// The part of a state machine that skips unusable inputs and counts them. A state machine
+// derives from it next to Qor::StateMachine; the count is read-only from outside.
+class UnusableInputCounter {
+ public:
+  // The inputs this state machine skipped since it was created.
+  uint64_t unusableInputCount() const noexcept { return unusableInputCount_; }
+
+ protected:
+  UnusableInputCounter() = default;
+  ~UnusableInputCounter() = default;
+
+  // Runs `use`. Returns std::nullopt when it ran through; when it failed on an unusable
+  // value, returns the error's text for the caller's level-1 trace line, and the caller
+  // skips the input. An input that is arriving is counted and logged as
+  // EVPN_MPLS_INPUT_IGNORED in the system log (the 1st, 2nd, 4th, 8th... of this state
+  // machine, so that a platform that keeps writing bad keys cannot flood the log); one that
+  // is leaving was counted when it arrived.
+  template <class Fn>
+  std::optional<Qor::String> skipUnusableInput(Fn&& use, bool arriving = true) {
+    try {
+      use();
+      return std::nullopt;
+    } catch (std::out_of_range const& e) {
+      return skipped(e, arriving);
+    } catch (std::invalid_argument const& e) {
+      return skipped(e, arriving);
+    }
+  }
+
+ private:
+  Qor::String skipped(std::exception const& error, bool arriving);
+
+  uint64_t unusableInputCount_ = 0;
+};
 
 }  // namespace Fenn

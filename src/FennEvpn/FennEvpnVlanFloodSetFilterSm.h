@@ -12,6 +12,7 @@
 #include "Bridging/VlanId.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "L2Rib/DestType.h"
 #include "L2Rib/FloodSetOutput.h"
 #include "Ostra/EthAddr.h"
@@ -19,7 +20,7 @@
 
 namespace Fenn {
 
-class VlanFloodSetFilterSm : public Qor::StateMachine {
+class VlanFloodSetFilterSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   VlanFloodSetFilterSm(L2Rib::DestType destType, Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput,
                        Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput);

@@ -142,6 +142,12 @@ void EvpnVlanFloodSetSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr
   VlanMacDest const d(vlanId, macAddr, dest);
   // Both steps turn on whether the input still holds the destination: look it up once.
   bool const inFloodSet = isDestInFloodSet(d);
+  // A destination no via can be formed for (VLAN 4095 over a per-VLAN tunnel) is skipped.
+  if (auto const error = skipUnusableInput([&] { floodSetVia(d); }, inFloodSet)) {
+    QTRACE(1, "EvpnVlanFloodSetSm::", "processMplsDest", " skipped vlan: ", vlanId, " mac: ", macAddr,
+           " dest: ", dest, " ", *error);
+    return;
+  }
   updateInternalMapping(d, inFloodSet);
   processMplsDestConfig(d, inFloodSet);
 }

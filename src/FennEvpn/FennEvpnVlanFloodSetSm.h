@@ -19,6 +19,7 @@
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
 #include "FennEvpn/FennEvpnVlanFloodSetHw.h"
 #include "FennEvpn/FennEvpnVlanFloodSetIndex.h"
@@ -29,7 +30,7 @@
 
 namespace Fenn {
 
-class EvpnVlanFloodSetSm : public Qor::StateMachine {
+class EvpnVlanFloodSetSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   EvpnVlanFloodSetSm(Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput,
                      Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping,

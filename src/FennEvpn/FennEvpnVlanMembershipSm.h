@@ -16,13 +16,14 @@
 #include "Evpn/EvpnStatus.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanStatus.h"
 #include "Qor/Collection.h"
 #include "Qor/StateMachine.h"
 
 namespace Fenn {
 
-class FennEvpnVlanMembershipSm : public Qor::StateMachine {
+class FennEvpnVlanMembershipSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   FennEvpnVlanMembershipSm(Qor::Ptr<Bridging::Config const> bridgingConfig,
                            Qor::Ptr<Bridging::VlanStatusDir const> vlanStatusDir,

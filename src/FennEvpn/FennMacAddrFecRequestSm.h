@@ -33,6 +33,7 @@
 #include "Fenn/FecIdToHwFecIdRequest.h"
 #include "Fenn/FecIdToHwFecIdResponse.h"
 #include "FennEvpn/FennEvpnExport.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennObjTupleSet.h"
 #include "FennEvpn/FennObjTupleToHwId.h"
 #include "Keel/NumAllocator.h"
@@ -55,7 +56,7 @@ FENN_EVPN_EXPORT Vasp::Fib::FecId idToFecId(int64_t id, uint8_t adjType);
 inline constexpr char vxlan4WayL2EcmpToggle[] = "FennEvpnVxlan4WayL2Ecmp";
 inline constexpr char fennToggleFile[] = "Fenn.json";
 
-class FennMacAddrFecRequestSm : public Qor::StateMachine {
+class FennMacAddrFecRequestSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   // A released FEC number waits this long before reuse, so that a late answer about its
   // previous FEC cannot be taken for the next one.

@@ -320,6 +320,7 @@ class Switch {
   Fenn::EvpnVlanFloodSetHwStatus const* floodSetHwStatus() const { return floodSetHwStatus_.get(); }
   Fenn::EvpnFloodSetFecSm const* floodSetFecSm() const { return floodSetFecSm_.get(); }
   Fenn::EvpnRemoteInfoFinderSm const* remoteInfoFinderSm() const { return remoteInfoFinderSm_.get(); }
+  Fenn::EvpnVlanFloodSetSm const* vlanFloodSetSm() const { return vlanFloodSetSm_.get(); }
   Fenn::FecIdToHwFecIdRequest const* hostFecRequest() const { return hostFecRequest_.get(); }
   Fenn::FecIdToHwFecIdResponse const* hostFecResponse() const { return hostFecResponse_.get(); }
   Fenn::ObjTupleToHwId const* objTupleToHwId() const { return objTupleToHwId_.get(); }
@@ -368,6 +369,7 @@ class Switch {
   // address), or none.
   void tunnelEndpointIs(::Tunnel::TunnelTable::TunnelId tunnelId, std::optional<Ostra::IpGenAddr> addr);
   Fenn::EvpnTepSegmentDir const* evpnTepSegmentDir() const { return evpnTepSegmentDir_.get(); }
+  Fenn::FennEvpnTepSegmentSm const* tepSegmentSm() const { return tepSegmentSm_.get(); }
 
  private:
   // Creates every state machine on the inputs and marks them initialized; releases them.
