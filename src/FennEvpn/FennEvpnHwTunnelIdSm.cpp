@@ -316,7 +316,16 @@ void EvpnHwTunnelIdSm::publishHwTunnelId(TunnelId const& tunnelId) {
   QTRACE(5, "EvpnHwTunnelIdSm::", "publishHwTunnelId", " ", "tunnel programmed with hw tunnel id ",
          hwTunnelId);
   tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdIs(TunnelIdToHwTunnelId(tunnelId, hwTunnelId));
-  unprogrammedTunnelDel(tunnelId);
+  if (hwTunnelId.type() == hwTunnelIdType) {
+    unprogrammedTunnelDel(tunnelId);
+    return;
+  }
+  // A fallback default ID forwards, but the tunnel belongs in the shared-ES pool: it waits
+  // like a move that could not get its new ID, so that the review moves it once a shared
+  // ID frees up, and the pool it ends in does not depend on the order of events. It is
+  // programmed, so it raises no overflow on entering the wait.
+  QTRACE(5, "EvpnHwTunnelIdSm::", "publishHwTunnelId", " fallback waits for the review, tunnelId ", tunnelId);
+  unprogrammedTunnel_.set(tunnelId);
 }
 
 void EvpnHwTunnelIdSm::maybeReprogramHwTunnelId(TunnelId const& tunnelId) {

@@ -86,13 +86,12 @@ class HwTunnelIdRandomTest : public Harness {
       bool const published = table->tunnelIdToHwTunnelIdHas(tunnel(t));
       ASSERT_EQ(zombie(t), published && !needed(t)) << "tunnel " << t << " zombie state";
       if (published && !needed(t)) ++zombies[hwId(t).type()];
-      // Waiting: needed without an ID, or holding an ID of a pool it no longer needs. A
-      // shared-ES tunnel that fell back to a default ID at its first allocation does not wait.
+      // Waiting: needed without an ID, or holding an ID of a pool it does not need (a move
+      // that found its pool dry, or a shared-ES tunnel's fallback default ID).
       bool const wrongPool = published && needed(t) && hwId(t).type() != neededPool(t);
-      bool const fallback = wrongPool && neededPool(t) == hwTunnelIdTypeSharedEs;
       if (!sm->unprogrammedTunnelHas(tunnel(t))) {
         ASSERT_TRUE(published || !needed(t)) << "tunnel " << t << " needs an ID and does not wait";
-        ASSERT_TRUE(!wrongPool || fallback) << "tunnel " << t << " holds a shared-ES ID and does not wait";
+        ASSERT_FALSE(wrongPool) << "tunnel " << t << " holds an ID of the other pool and does not wait";
       } else {
         ASSERT_TRUE(needed(t) && (!published || wrongPool)) << "tunnel " << t << " waits for nothing";
       }

@@ -56,14 +56,27 @@ TEST_F(AllocationTest, CountGoingOneTwoOneAllocatesOnce) {
   EXPECT_FALSE(zombie(10));
 }
 
-TEST_F(AllocationTest, SharedEsPoolEmptyFallsBackToDefaultWithoutFull) {
-  freeIds({defaultId(1)});
+// A shared-ES tunnel that fell back to a default ID forwards with it and logs nothing, but
+// waits for the review like a failed move: once a shared-ES ID frees up it moves there, so
+// that where it ends does not depend on which tunnel asked first.
+TEST_F(AllocationTest, SharedEsFallbackForwardsSilentlyAndMovesWhenASharedIdFrees) {
+  freeIds({defaultId(1), defaultId(2), sharedId(1)});
   sharedLabel(1, true);
   start();
   addPeer(1, 10);
-  EXPECT_EQ(hwId(10), defaultId(1));
-  EXPECT_TRUE(sm->unprogrammedTunnel().empty());
+  addPeer(1, 11);  // the shared-ES pool is dry now
+  EXPECT_EQ(hwId(10), sharedId(1));
+  EXPECT_EQ(hwId(11), defaultId(1));
+  EXPECT_TRUE(sm->unprogrammedTunnelHas(tunnel(11)));
   EXPECT_FALSE(sm->hwTunnelIdOverflow(hwTunnelIdTypeSharedEs));
+  EXPECT_TRUE(logged().empty());
+
+  delPeer(1, 10);  // tunnel 10's shared-ES ID becomes a zombie, and the review reclaims it
+  scheduler->runReady();
+  EXPECT_EQ(hwId(11), sharedId(1));
+  EXPECT_FALSE(table->tunnelIdToHwTunnelIdHas(tunnel(10)));
+  EXPECT_EQ(freeCount(hwTunnelIdTypeDefault), 2u) << "the fallback ID goes back";
+  EXPECT_TRUE(sm->unprogrammedTunnel().empty());
   EXPECT_TRUE(logged().empty());
 }
 
