@@ -322,10 +322,13 @@ void EvpnHwTunnelIdSm::publishHwTunnelId(TunnelId const& tunnelId) {
   }
   // A fallback default ID forwards, but the tunnel belongs in the shared-ES pool: it waits
   // like a move that could not get its new ID, so that the review moves it once a shared
-  // ID frees up, and the pool it ends in does not depend on the order of events. It is
-  // programmed, so it raises no overflow on entering the wait.
+  // ID frees up, and the pool it ends in does not depend on the order of events.
   QTRACE(5, "EvpnHwTunnelIdSm::", "publishHwTunnelId", " fallback waits for the review, tunnelId ", tunnelId);
-  unprogrammedTunnel_.set(tunnelId);
+  if (unprogrammedTunnelHas(tunnelId)) {
+    handleUnprogrammedTunnel(tunnelId);  // it has an ID now, which may end the overflow
+  } else {
+    unprogrammedTunnelIs(tunnelId);
+  }
 }
 
 void EvpnHwTunnelIdSm::maybeReprogramHwTunnelId(TunnelId const& tunnelId) {
@@ -431,15 +434,24 @@ void EvpnHwTunnelIdSm::unprogrammedTunnelDel(TunnelId const& tunnelId) {
 void EvpnHwTunnelIdSm::handleUnprogrammedTunnel(TunnelId const& tunnelId) {
   QTRACE(8, "EvpnHwTunnelIdSm::", "handleUnprogrammedTunnel", " tunnelId ", tunnelId, " unprogrammed ",
          unprogrammedTunnelHas(tunnelId));
-  if (unprogrammedTunnelHas(tunnelId) && tunnelInfoHas(tunnelId)) {
-    // A waiting move still forwards with its old ID: it counts for the shared-ES pool's
-    // report, but never raises the default pool's flag, which would stop the switch.
-    HwTunnelIdType const type = hwTunnelIdTypeOf(tunnelId);
-    if (type == hwTunnelIdTypeSharedEs || !tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId))
-      hwTunnelIdOverflowIs(type, true);
-  } else if (unprogrammedTunnel_.empty()) {
+  // Only a tunnel without an ID is unprogrammed for the report: one that waits holding an
+  // ID of the other pool (a fallback, a move) still forwards, raises no flag, and does not
+  // hold back the recovery.
+  bool const withoutId = !tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId);
+  if (unprogrammedTunnelHas(tunnelId) && withoutId && tunnelInfoHas(tunnelId)) {
+    hwTunnelIdOverflowIs(hwTunnelIdTypeOf(tunnelId), true);
+  } else if (hwTunnelIdOverflow(hwTunnelIdTypeSharedEs) && !unprogrammedTunnelWithoutId()) {
     hwTunnelIdOverflowIs(hwTunnelIdTypeSharedEs, false);
   }
+}
+
+// Walked only while the shared-ES pool is reported exhausted; stops at the first tunnel
+// found without an ID.
+bool EvpnHwTunnelIdSm::unprogrammedTunnelWithoutId() const {
+  for (auto const& tunnelId : unprogrammedTunnel_) {
+    if (!tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId)) return true;
+  }
+  return false;
 }
 
 void EvpnHwTunnelIdSm::maybeScheduleUnprogrammedReview(bool immediate) {

@@ -99,7 +99,8 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine, public UnusableInputCounter {
   bool hwTunnelIdOverflowHas(HwTunnelIdType type) const { return hwTunnelIdOverflow_.has(type); }
 
   // Tunnels that need an ID and could not get one, and tunnels waiting to move to the pool
-  // they now need (they keep their published ID meanwhile).
+  // they now need, or to the shared-ES pool they fell back from (they keep their published
+  // ID meanwhile).
   QOR_ATTRIBUTE_ID(unprogrammedTunnel);
   bool unprogrammedTunnelHas(TunnelId const& tunnelId) const { return unprogrammedTunnel_.has(tunnelId); }
   auto const& unprogrammedTunnel() const noexcept { return unprogrammedTunnel_; }
@@ -146,6 +147,7 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine, public UnusableInputCounter {
   void unprogrammedTunnelIs(TunnelId const& tunnelId);
   void unprogrammedTunnelDel(TunnelId const& tunnelId);
   void handleUnprogrammedTunnel(TunnelId const& tunnelId);
+  bool unprogrammedTunnelWithoutId() const;
   void reviewUnprogrammedIs(Qor::Ptr<Keel::TaskScheduler> const& scheduler, Keel::Priority priority,
                             Qor::String const& taskName);
   void doReviewUnprogrammed();
