@@ -70,13 +70,15 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
       floodSetHwStatus_(Fenn::evpnVlanFloodSetHwStatusFactory()),
       hwTunnelIdPools_(new HwTunnelIdPools("simHwTunnelIdPools")),
       // ESI filtering at decapsulation.
-      lfibStatus_(Mpls::lfibStatusFactory()),
+      lfibStatus_(controlPlane.lfibStatus ? controlPlane.lfibStatus : Mpls::lfibStatusFactory()),
       lfibTrackingStatus_(Mpls::lfibTrackingStatusFactory()),
       lfibHwStatus_(Mpls::lfibHwStatusFactory()),
       lfibTracker_(lfibStatus_, lfibTrackingStatus_),
       esiPortMaps_(new EsiPortMaps("simEsiPortMaps")),
       // Ethernet segment tracking per remote TEP.
-      tunnelEndpointStatus_(::Tunnel::TunnelTable::tunnelEndpointStatusFactory()),
+      tunnelEndpointStatus_(controlPlane.tunnelEndpointStatus
+                                ? controlPlane.tunnelEndpointStatus
+                                : ::Tunnel::TunnelTable::tunnelEndpointStatusFactory()),
       evpnTepSegmentDir_(Fenn::evpnTepSegmentDirFactory()) {
   hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeDefault, config.defaultHwTunnelIds);
   hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeSharedEs, config.sharedEsHwTunnelIds);
@@ -564,6 +566,12 @@ void Switch::stopAccessSide() {
 ControlPlane Switch::controlPlane() const {
   ControlPlane c{floodSetOutput_, evpnStatus_, lagConfigDir_, bridgingConfig_, vlanStatusDir_};
   c.mplsConfig = mplsConfig_;
+  c.hostOutput = hostOutput_;
+  c.labelOutput = labelOutput_;
+  c.loadBalanceOutput = loadBalanceOutput_;
+  c.destOutput = destOutput_;
+  c.lfibStatus = lfibStatus_;
+  c.tunnelEndpointStatus = tunnelEndpointStatus_;
   return c;
 }
 

@@ -82,6 +82,10 @@ struct ControlPlane {
   Qor::Ptr<L2Rib::LoadBalanceOutput> loadBalanceOutput = nullptr;
   Qor::Ptr<L2Rib::DestOutput> destOutput = nullptr;
   Qor::Ptr<Evpn::MplsConfig> mplsConfig = nullptr;
+  // The LFIB the platform writes (the decapsulation filter's input), and the tunnel RIB's
+  // endpoints (the per-TEP segments' input).
+  Qor::Ptr<Mpls::LfibStatus> lfibStatus = nullptr;
+  Qor::Ptr<::Tunnel::TunnelTable::TunnelEndpointStatus> tunnelEndpointStatus = nullptr;
 };
 
 enum class FaultTarget {

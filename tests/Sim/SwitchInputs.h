@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <optional>
 #include <random>
 #include <set>
 #include <tuple>
@@ -81,6 +82,50 @@ inline void apply(Sim::Switch& sw, Op const& op) {
   }
 }
 
+// An LFIB change for the decapsulation filter: route n (label 900 + n) over via set n,
+// which holds filter via n or a plain MPLS via, and filter via n claims port channel n or
+// 10 + n. No two routes ever claim one interface, so which route owns a contested port map
+// never depends on the order of events.
+inline void lfibStep(Sim::Switch& sw, std::mt19937_64& rng) {
+  uint32_t const n = uint32_t(1 + rng() % 6);
+  Mpls::RouteKey const route(Ostra::MplsLabel(900 + n));
+  Mpls::LfibViaSetKey const viaSet(n);
+  Mpls::LfibViaKey const filterVia(Mpls::lfibViaTypeEvpnEthernetSegmentFilter, n);
+  Sim::LfibTracker& lfib = sw.lfib();
+  switch (rng() % 7) {
+    case 0:
+      lfib.routeIs(route, viaSet);
+      break;
+    case 1:
+      lfib.routeDel(route);
+      break;
+    case 2:
+      lfib.viaSetIs(viaSet, filterVia);
+      break;
+    case 3:
+      lfib.viaSetIs(viaSet, Mpls::LfibViaKey(Mpls::lfibViaTypeMpls, n));
+      break;
+    case 4:
+      lfib.viaSetDel(viaSet);
+      break;
+    case 5:
+      lfib.filterViaIs(filterVia, IntfId::portChannel(rng() % 2 ? n : 10 + n));
+      break;
+    case 6:
+      lfib.filterViaDel(filterVia);
+      break;
+  }
+  sw.settle();
+}
+
+// A tunnel's endpoint in the tunnel RIB: one of three PE addresses, or none.
+inline void tunnelEndpointStep(Sim::Switch& sw, std::mt19937_64& rng) {
+  TunnelId const t = tunnel(int(1 + rng() % 6));
+  uint64_t const pe = rng() % 4;
+  sw.tunnelEndpointIs(t,
+                      pe ? std::optional(Ostra::IpGenAddr::ipv4(0x0a000000 + uint32_t(pe))) : std::nullopt);
+}
+
 // The hardware state without the numbers the hardware chose.
 struct Entries {
   std::set<TunnelId> tunnels;
@@ -106,6 +151,12 @@ inline Sim::HardwareConfig hardware() {
   c.sharedEsHwTunnelIds = 16;
   c.fecResponseDelay = 0.2;
   return c;
+}
+
+// A number from the environment, or `fallback` when the variable is not set.
+inline uint64_t envNumber(char const* name, uint64_t fallback) {
+  char const* s = std::getenv(name);
+  return s ? std::strtoull(s, nullptr, 10) : fallback;
 }
 
 inline uint64_t testSeed() {

@@ -3,31 +3,35 @@
 // what a switch built afresh on the final inputs holds, up to the numbering of hardware
 // tunnel IDs and FEC IDs, and no helper was asked to release or delete what it did not hold.
 //
-// The default run is short (100 seeds of 150 events per fault level). FENN_SOAK_SEEDS,
-// FENN_SOAK_EVENTS and FENN_SOAK_FIRST_SEED make it a long run (scripts/soak); a failure
-// prints the command that replays its fault level and seed.
+// The default run is short: FENN_SOAK_SEEDS seeds (100) of FENN_SOAK_EVENTS events (150)
+// per fault level, from FENN_SOAK_FIRST_SEED (1); scripts/soak makes it a long run. A
+// failure prints the command that replays its fault level and seed.
 #include <gtest/gtest.h>
 
 #include <iostream>
 
 #include "Access/AccessDriver.h"
+#include "HostFec/HostChainDriver.h"
 #include "Qor/SysLog.h"
 #include "Sim/SwitchEquality.h"
 #include "Sim/SwitchInputs.h"
 
 namespace {
 
-uint64_t envNumber(char const* name, uint64_t fallback) {
-  char const* s = std::getenv(name);
-  return s ? std::strtoull(s, nullptr, 10) : fallback;
-}
+using SimTest::envNumber;
 
-// Every model the inputs below reach (the decapsulation filter's port maps are not among them).
+// Every helper operation and hardware model that can fail.
 constexpr Sim::FaultTarget kTargets[] = {
     Sim::FaultTarget::hwTunnelIdAllocation,
     Sim::FaultTarget::fecResponse,
     Sim::FaultTarget::floodSetProgramming,
+    Sim::FaultTarget::esiPortMapResourceFull,
+    Sim::FaultTarget::esiPortMapTemporaryFailure,
     Sim::FaultTarget::createEsiData,
+    Sim::FaultTarget::hostFecResponse,
+    Sim::FaultTarget::createVlan,
+    Sim::FaultTarget::createVlanToDot1qMapping,
+    Sim::FaultTarget::createNonDfPort,
 };
 
 struct Totals {
@@ -38,17 +42,45 @@ struct Totals {
 // One seed: random changes with faults at `level`, then recovery, then the comparison.
 void soak(uint64_t seed, double level, uint64_t events, Totals& totals) {
   SCOPED_TRACE("fault level " + std::to_string(level) + " FENN_SOAK_FIRST_SEED=" + std::to_string(seed));
-  Sim::HardwareConfig config = SimTest::hardware();
+  Sim::HardwareConfig const config = SimTest::hardware();
   Sim::Switch sw(config, "soak/");
-  for (size_t i = 0; i < std::size(kTargets); ++i) sw.faults(kTargets[i]).failFractionIs(level, seed * 8 + i);
+  for (size_t i = 0; i < std::size(kTargets); ++i)
+    sw.faults(kTargets[i]).failFractionIs(level, seed * 16 + i);
   AccessTest::Driver access(sw, seed, false);
+  HostFecTest::ChainDriver chains(sw, seed + 1);
   std::vector<SimTest::Op> const ops = SimTest::randomInputs(seed, int(events));
   std::mt19937_64 rng(seed ^ 0x5eed);
   for (SimTest::Op const& op : ops) {
-    // Half the events are flood-set and segment changes, half access-side changes (which
-    // include pool sizes and time); now and then the FEC answers stall or resume.
-    rng() % 2 ? SimTest::apply(sw, op) : access.step();
-    if (rng() % 50 == 0) sw.fecResponsesWithheldIs(!sw.fecResponsesWithheld());
+    // Flood-set and segment changes, access-side changes (which include pool sizes and
+    // time), dot1q and flood filters, host chains (with FEC answer delays and withholding),
+    // LFIB routes, tunnel endpoints, and the flood-set capacity.
+    switch (rng() % 12) {
+      case 0:
+      case 1:
+      case 2:
+        SimTest::apply(sw, op);
+        break;
+      case 3:
+      case 4:
+        access.step();
+        break;
+      case 5:
+        access.floodingStep();
+        break;
+      case 6:
+      case 7:
+        chains.step();
+        break;
+      case 8:
+      case 9:
+        SimTest::lfibStep(sw, rng);
+        break;
+      case 10:
+        SimTest::tunnelEndpointStep(sw, rng);
+        break;
+      default:
+        sw.floodSetCapacityIs(rng() % 2 ? uint32_t(rng() % 24) : config.floodSetCapacity);
+    }
   }
   for (auto target : kTargets) {
     totals.faults += sw.faults(target).failures();
@@ -56,6 +88,7 @@ void soak(uint64_t seed, double level, uint64_t events, Totals& totals) {
   }
   totals.events += events;
   sw.fecResponsesWithheldIs(false);
+  sw.floodSetCapacityIs(config.floodSetCapacity);
   sw.hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeDefault, config.defaultHwTunnelIds);
   sw.hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeSharedEs, config.sharedEsHwTunnelIds);
   sw.advance(60);
