@@ -8,28 +8,7 @@
 
 #include "Keel/ManualClock.h"
 #include "Keel/NumAllocator.h"
-
-// Live heap bytes of this test program: the global allocation functions are replaced by
-// counting ones, which keep each block's size in a header.
-namespace {
-size_t liveBytes = 0;
-constexpr size_t kHeader = alignof(std::max_align_t);
-}  // namespace
-
-void* operator new(size_t n) {
-  auto* p = static_cast<unsigned char*>(std::malloc(n + kHeader));
-  if (!p) throw std::bad_alloc();
-  *reinterpret_cast<size_t*>(p) = n;
-  liveBytes += n;
-  return p + kHeader;
-}
-void operator delete(void* q) noexcept {
-  if (!q) return;
-  auto* p = static_cast<unsigned char*>(q) - kHeader;
-  liveBytes -= *reinterpret_cast<size_t*>(p);
-  std::free(p);
-}
-void operator delete(void* q, size_t) noexcept { operator delete(q); }
+#include "Support/CountingHeap.h"
 
 namespace {
 
@@ -95,13 +74,14 @@ TEST_F(NumAllocatorTest, ExpiredReleasedNumbersBeyondABoundCostABitEach) {
   constexpr int64_t n = 100000;
   auto a = allocator(0, 0xFFFFFFFF, 10.0);
   for (int64_t i = 0; i < n; ++i) a->getNumber();
-  size_t const before = liveBytes;
+  size_t const before = TestHeap::liveBytes();
   for (int64_t i = 0; i < n; ++i) a->releaseNumber(i);
   EXPECT_EQ(a->status(), NumAllocatorStatus(0, n, 0x100000000 - n, n));
   clock->advance(10);
   int64_t const reused = a->getNumber();
   EXPECT_LT(reused, n);
-  EXPECT_LT(liveBytes - before, size_t{n} * 2) << "at most about 16 bytes per queued number, a bound of them";
+  EXPECT_LT(TestHeap::liveBytes() - before, size_t{n} * 2)
+      << "at most about 16 bytes per queued number, a bound of them";
   EXPECT_EQ(a->status(), NumAllocatorStatus(1, 0, 0x100000000 - 1, n));
 
   std::set<int64_t> handedOut{reused};  // every released number comes back once, before new ones

@@ -1,47 +1,15 @@
 // Loading a large scenario costs a small multiple of its size in heap, not the parser's
 // node graph (some 70 bytes per byte of file). Heap is counted by replacing the global
-// allocation functions of this test program.
+// allocation functions of this test program (Support/CountingHeap.h).
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <new>
 
 #include "Scenario.h"
-
-namespace {
-std::atomic<size_t> liveBytes{0};
-std::atomic<size_t> peakBytes{0};
-
-// The size sits in front of each block, so that delete knows what it gives back.
-constexpr size_t header = alignof(std::max_align_t);
-void* counted(size_t n) {
-  auto* p = static_cast<char*>(std::malloc(n + header));
-  if (!p) throw std::bad_alloc();
-  *reinterpret_cast<size_t*>(p) = n;
-  size_t const live = liveBytes += n;
-  size_t peak = peakBytes;
-  while (live > peak && !peakBytes.compare_exchange_weak(peak, live)) {
-  }
-  return p + header;
-}
-void uncounted(void* p) {
-  if (!p) return;
-  char* block = static_cast<char*>(p) - header;
-  liveBytes -= *reinterpret_cast<size_t*>(block);
-  std::free(block);
-}
-}  // namespace
-
-void* operator new(size_t n) { return counted(n); }
-void* operator new[](size_t n) { return counted(n); }
-void operator delete(void* p) noexcept { uncounted(p); }
-void operator delete[](void* p) noexcept { uncounted(p); }
-void operator delete(void* p, size_t) noexcept { uncounted(p); }
-void operator delete[](void* p, size_t) noexcept { uncounted(p); }
+#include "Support/CountingHeap.h"
 
 namespace {
 
@@ -59,10 +27,10 @@ TEST(ScenarioMemory, LoadingTakesASmallMultipleOfTheFileSize) {
     }
   }
   size_t const fileBytes = std::filesystem::file_size(file);
-  size_t const before = liveBytes;
-  peakBytes = before;
+  size_t const before = TestHeap::liveBytes();
+  TestHeap::peakReset();
   SimTool::Scenario const scenario = SimTool::loadScenario(file.string());
-  size_t const peak = peakBytes - before;
+  size_t const peak = TestHeap::peakBytes() - before;
   std::filesystem::remove(file);
   EXPECT_EQ(scenario.steps.size(), 4000u);
   EXPECT_LT(peak, 12 * fileBytes) << "peak heap " << peak << " bytes for a file of " << fileBytes;
