@@ -284,17 +284,24 @@ void EvpnFloodingDot1qSm::maybeScheduleIntfVlanReview(Ostra::IntfId const& intf,
          reviewIntfVlan_->dueTime());
 }
 
-// Walks the queue as it stood when the run began: processing a pair never queues another,
-// and a pair queued again meanwhile is simply processed once.
+// Walks the queue a pass at a time, a pass being the queue as it stood when the pass
+// began: processing a pair never queues another, a pair queued again meanwhile is simply
+// processed once, and a run that yields leaves the rest of its pass to the next run (taking
+// the whole queue again at every run would make a long review quadratic).
 void EvpnFloodingDot1qSm::doReviewIntfVlan() {
   QTRACE(8, traceClass, "doReviewIntfVlan", " queued ", intfVlanQueue().size());
   QOR_ASSERT_TEXT(initialized(), "initialized()");
   Keel::TimerTask* task = reviewIntfVlan_.get();
   QOR_ASSERT_TEXT(task, "task");
   ++intfVlanReviewCount_;
-  intfVlanBatch_.clear();
-  for (auto const& key : intfVlanQueue()) intfVlanBatch_.push_back(key);
-  for (auto const& key : intfVlanBatch_) {
+  for (;;) {
+    if (intfVlanNext_ == intfVlanBatch_.size()) {
+      intfVlanBatch_.clear();
+      intfVlanNext_ = 0;
+      if (intfVlanQueue().empty()) return;
+      intfVlanBatch_.assign(intfVlanQueue().begin(), intfVlanQueue().end());
+    }
+    IntfVlanKey const key = intfVlanBatch_[intfVlanNext_++];
     if (!intfVlanQueueHas(key)) continue;
     processIntfVlan(key.intfId(), key.vlanId());
     task->taskWorkCountInc(1);

@@ -138,7 +138,8 @@ class EvpnFloodingDot1qSm : public Qor::StateMachine, public UnusableInputCounte
   Qor::Ptr<Evpn::MplsConfig const> mplsConfig_;
   std::unique_ptr<Review> review_;
   Qor::Ptr<Keel::TimerTask> reviewIntfVlan_;
-  std::vector<IntfVlanKey> intfVlanBatch_;  // the queue as a review run found it
+  std::vector<IntfVlanKey> intfVlanBatch_;  // the queue as the review's current pass found it
+  size_t intfVlanNext_ = 0;                 // the pass's next pair
   uint64_t intfVlanReviewCount_ = 0;
   std::unique_ptr<QorEvpnLagMemberInfo> qorEvpnLagMemberInfo_;
   std::unique_ptr<QorEvpnVlanStatus> qorEvpnVlanStatus_;
