@@ -89,6 +89,7 @@ struct TraceRegistry {
   TraceLevels text;
   std::optional<TraceLevels> ring;  // none: same as text
   FILE* out = stderr;
+  TraceLineDecorator decorator = nullptr;
   TraceHandle* handles = nullptr;
 
   TraceRegistry() { readEnvironment(); }
@@ -175,8 +176,10 @@ TraceHelper::TraceHelper(TraceHandle& handle, int level, char const*, int, char 
 }
 
 TraceHelper::~TraceHelper() {
+  TraceRegistry const& r = TraceRegistry::instance();
+  if (r.decorator) r.decorator(line_);
   line_ += '\n';
-  std::fwrite(line_.data(), 1, line_.size(), TraceRegistry::instance().out);
+  std::fwrite(line_.data(), 1, line_.size(), r.out);
 }
 
 void traceLevelsIs(std::string_view spec) {
@@ -192,6 +195,10 @@ void ringlogLevelsIs(std::optional<std::string_view> spec) {
 }
 
 void traceFileIs(String const& path) { TraceRegistry::instance().fileIs(path); }
+
+void traceLineDecoratorIs(TraceLineDecorator decorator) noexcept {
+  TraceRegistry::instance().decorator = decorator;
+}
 
 void traceReadEnvironment() {
   auto& r = TraceRegistry::instance();

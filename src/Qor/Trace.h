@@ -88,6 +88,11 @@ void traceLevelsIs(std::string_view spec);
 void ringlogLevelsIs(std::optional<std::string_view> spec);
 // Text lines go to this file (appended), or to stderr for an empty path.
 void traceFileIs(String const& path);
+// Called on each text line, complete but for its newline, before it is written: a tool
+// that knows more than the library (fenn-sim, the PE names of tunnels) adds it there.
+// nullptr for none. Only lines whose level is on reach it; the ring log never does.
+using TraceLineDecorator = void (*)(String& line);
+void traceLineDecoratorIs(TraceLineDecorator decorator) noexcept;
 // Applies FENN_TRACE, FENN_RINGLOG_LEVELS and FENN_TRACE_FILE, as at start-up. A malformed
 // setting is reported on stderr and leaves that trace off.
 void traceReadEnvironment();

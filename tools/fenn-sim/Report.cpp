@@ -13,7 +13,12 @@ class TextTable {
  public:
   explicit TextTable(std::vector<Qor::String> header) { rows_.push_back(std::move(header)); }
   void row(std::vector<Qor::String> cells) { rows_.push_back(std::move(cells)); }
-  void print(std::ostream& os, Qor::String const& title) const {
+  // With `omitted`, a table without rows is not printed: its title goes there.
+  void print(std::ostream& os, Qor::String const& title, std::vector<Qor::String>* omitted) const {
+    if (omitted && rows_.size() == 1) {
+      omitted->push_back(title);
+      return;
+    }
     std::vector<size_t> width(rows_[0].size(), 0);
     for (auto const& r : rows_) {
       for (size_t i = 0; i < r.size(); ++i) width[i] = std::max(width[i], r[i].size());
@@ -132,7 +137,8 @@ std::vector<Qor::String> viaTargets(Sim::HardwareState::HostFec const& fec, Sim:
   return out;
 }
 
-void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, Scenario const& scenario) {
+void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, Scenario const& scenario,
+                std::vector<Qor::String>* omitted) {
   switch (table) {
     case Table::tunnels: {
       TextTable t({"PE", "tunnel ID", "pool", "hw tunnel ID"});
@@ -143,7 +149,7 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
       for (auto const& tunnelId : state.waitingTunnels) {
         t.row({scenario.tunnelName(tunnelId), Qor::valueToStrep(tunnelId), "none", "(waiting)"});
       }
-      t.print(os, "Published hardware tunnel IDs");
+      t.print(os, "Published hardware tunnel IDs", omitted);
       break;
     }
     case Table::pools: {
@@ -153,7 +159,7 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
         t.row({poolName(p.type), std::to_string(p.size), std::to_string(p.inUse), std::to_string(free),
                free == 0 ? "exhausted" : ""});
       }
-      t.print(os, "Hardware tunnel ID pools");
+      t.print(os, "Hardware tunnel ID pools", omitted);
       if (!state.waitingTunnels.empty()) {
         os << "  " << state.waitingTunnels.size() << " PE(s) wait for a hardware tunnel ID; their flood-set "
            << "entries do not forward: " << someNames(state.waitingTunnels, scenario) << "\n";
@@ -166,7 +172,7 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
         t.row({hex(f.fecId.value()), scenario.tunnelName(f.tunnelId), Qor::valueToStrep(f.label),
                f.answered ? hex(f.hwFecId) : "(waiting)"});
       }
-      t.print(os, "FEC requests");
+      t.print(os, "FEC requests", omitted);
       break;
     }
     case Table::floodSets: {
@@ -177,32 +183,32 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
                hwTunnelIdText(e.config.hwTunnelId()), hex(e.config.hwIdForTunnelProgramming()),
                statusText(e.status)});
       }
-      t.print(os, "Flood-set hardware configuration");
+      t.print(os, "Flood-set hardware configuration", omitted);
       break;
     }
     case Table::sysLog: {
       TextTable t({"#", "message"});
       for (size_t i = 0; i < state.sysLog.size(); ++i) t.row({std::to_string(i + 1), state.sysLog[i]});
-      t.print(os, "System log");
+      t.print(os, "System log", omitted);
       break;
     }
     // ESI filtering at decapsulation.
     case Table::esiPortMaps: {
       TextTable t({"interface", "ESI label"});
       for (auto const& m : state.esiPortMaps) t.row({m.intfId.name(), Qor::valueToStrep(m.label)});
-      t.print(os, "ESI port maps (decapsulation filter)");
+      t.print(os, "ESI port maps (decapsulation filter)", omitted);
       break;
     }
     case Table::lagMembers: {
       TextTable t({"LAG", "member ports"});
       for (auto const& l : state.lagMembers) t.row({l.lag.name(), intfNames(l.ports)});
-      t.print(os, "LAG members");
+      t.print(os, "LAG members", omitted);
       break;
     }
     case Table::evpnVlanMembers: {
       TextTable t({"VLAN", "EVPN member interfaces"});
       for (auto const& v : state.vlanMembers) t.row({std::to_string(v.vlan.value()), intfNames(v.intfs)});
-      t.print(os, "EVPN VLAN members");
+      t.print(os, "EVPN VLAN members", omitted);
       break;
     }
     case Table::esiData: {
@@ -213,7 +219,7 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
                x.parentIntf.name(), poolName(x.hwTunnelId.type()) + "/" + std::to_string(x.hwTunnelId.id()),
                Qor::valueToStrep(x.remoteEsiLabel), Qor::valueToStrep(x.localEsiLabel)});
       }
-      t.print(os, "ESI data");
+      t.print(os, "ESI data", omitted);
       break;
     }
     case Table::unprogrammedRoutes: {
@@ -225,7 +231,7 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
                 : "";
         t.row({Qor::valueToStrep(r.topLabel), std::to_string(r.returnCode), reason});
       }
-      t.print(os, "Unprogrammed LFIB routes");
+      t.print(os, "Unprogrammed LFIB routes", omitted);
       break;
     }
     // Ethernet segment tracking per remote TEP.
@@ -236,7 +242,7 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
         for (auto const& intf : r.segments) segments += (segments.empty() ? "" : ", ") + intf.name();
         t.row({r.tepAddr.toString(), segments});
       }
-      t.print(os, "Segments per remote TEP");
+      t.print(os, "Segments per remote TEP", omitted);
       break;
     }
     case Table::hosts: {
@@ -246,7 +252,7 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
                scenario.objectName(h.first), hostFecId(h.fecId),
                hwFecIdText(h.fecId.valid(), h.answered, h.hwFecId)});
       }
-      t.print(os, "Hosts");
+      t.print(os, "Hosts", omitted);
       break;
     }
     case Table::hostFecs: {
@@ -258,28 +264,28 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
                label.isNone() ? "-" : "push " + Qor::valueToStrep(label),
                hwFecIdText(true, f.answered, f.hwFecId)});
       }
-      t.print(os, "Host FEC requests");
+      t.print(os, "Host FEC requests", omitted);
       break;
     }
     // Access side: dot1q mappings and flood filters.
     case Table::vlans: {
       TextTable t({"VLAN", "dot1q"});
       for (auto const& v : state.vlans) t.row({Qor::valueToStrep(v.vlan), dot1qName(v.dot1q)});
-      t.print(os, "VLANs");
+      t.print(os, "VLANs", omitted);
       break;
     }
     case Table::dot1qMappings: {
       TextTable t({"VLAN", "port", "interface", "dot1q"});
       for (auto const& m : state.dot1qMappings)
         t.row({Qor::valueToStrep(m.vlan), m.port.name(), m.parent.name(), dot1qName(m.dot1q)});
-      t.print(os, "VLAN-to-dot1q mappings");
+      t.print(os, "VLAN-to-dot1q mappings", omitted);
       break;
     }
     case Table::nonDfPorts: {
       TextTable t({"VLAN", "port", "interface"});
       for (auto const& p : state.nonDfPorts)
         t.row({Qor::valueToStrep(p.vlan), p.port.name(), p.parent.name()});
-      t.print(os, "Non-DF ports (flooding filtered)");
+      t.print(os, "Non-DF ports (flooding filtered)", omitted);
       break;
     }
   }

@@ -8,7 +8,10 @@
 
 namespace SimTool {
 
-void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, Scenario const& scenario);
+// A table without rows reads "(none)"; with `omitted`, it is not printed and its title is
+// added there instead.
+void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, Scenario const& scenario,
+                std::vector<Qor::String>* omitted = nullptr);
 void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const& scenario);
 
 // Host FEC chains: a host as `show hosts` and `expect hosts` put it ("l1", "l1 (waiting)",

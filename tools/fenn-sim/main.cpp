@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
+#include <sstream>
 
 #include "Qor/SysLog.h"
 #include "Qor/Trace.h"
@@ -17,6 +18,7 @@
 #include "Ringlog/Clock.h"
 #include "Ringlog/Ring.h"
 #include "Runner.h"
+#include "TracePeNames.h"
 
 namespace {
 
@@ -165,6 +167,7 @@ int main(int argc, char** argv) {
       [&story](Qor::LogMessage const& m) { story << "  [syslog] " << m.name() << ": " << m.text() << "\n"; });
   try {
     SimTool::Scenario const scenario = SimTool::loadScenario(file);
+    SimTool::TracePeNames const peNames(scenario.names);
     SimTool::Runner runner(scenario, story);
     clockSwitch = &runner.simSwitch();
     Ringlog::clockIs(simulatedNow);
@@ -176,21 +179,23 @@ int main(int argc, char** argv) {
       SimTool::printJson(std::cout, state, scenario);
     } else {
       std::cout << "\n== final hardware state ==\n";
+      // The tables that have rows; the empty ones are named in one line.
+      std::vector<Qor::String> empty;
       for (auto t : {SimTool::Table::tunnels, SimTool::Table::pools, SimTool::Table::fecs,
                      SimTool::Table::floodSets, SimTool::Table::sysLog, SimTool::Table::esiPortMaps,
                      SimTool::Table::unprogrammedRoutes, SimTool::Table::lagMembers,
                      SimTool::Table::evpnVlanMembers, SimTool::Table::esiData, SimTool::Table::tepSegments,
                      // Access side: dot1q mappings and flood filters.
-                     SimTool::Table::vlans, SimTool::Table::dot1qMappings, SimTool::Table::nonDfPorts}) {
-        std::cout << "\n";
-        SimTool::printTable(std::cout, t, state, scenario);
+                     SimTool::Table::vlans, SimTool::Table::dot1qMappings, SimTool::Table::nonDfPorts,
+                     SimTool::Table::hosts, SimTool::Table::hostFecs}) {
+        std::ostringstream table;
+        SimTool::printTable(table, t, state, scenario, &empty);
+        if (!table.str().empty()) std::cout << "\n" << table.str();
       }
-      // Host chains only where the scenario has hosts or FECs for them.
-      if (!state.hosts.empty() || !state.hostFecs.empty()) {
-        for (auto t : {SimTool::Table::hosts, SimTool::Table::hostFecs}) {
-          std::cout << "\n";
-          SimTool::printTable(std::cout, t, state, scenario);
-        }
+      if (!empty.empty()) {
+        std::cout << "\nEmpty:";
+        for (size_t i = 0; i < empty.size(); ++i) std::cout << (i ? ", " : " ") << empty[i];
+        std::cout << "\n";
       }
     }
     if (!Ringlog::filePath().empty()) std::cerr << "fenn-sim: ring log in " << Ringlog::filePath() << "\n";
