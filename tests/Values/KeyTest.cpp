@@ -76,7 +76,7 @@ TEST(RangeErrors, BoundedIdentifiersRejectValuesAboveTheirRange) {
   EXPECT_EQ(rangeMessage([] { TunnelId(TunnelId::maxValue + 1); }), tunnelRange);
   EXPECT_EQ(rangeMessage([] { TunnelId(static_cast<Tunnel::TunnelType>(256), 0); }), tunnelRange);
   EXPECT_EQ(rangeMessage([] { TunnelId(Tunnel::tunnelTypeLdp, TunnelId::indexMask + 1); }), tunnelRange);
-  EXPECT_NO_THROW(TunnelId(TunnelId::maxValue));
+  EXPECT_NO_THROW(TunnelId{TunnelId::maxValue});
   EXPECT_THROW(Ostra::EthAddr(uint64_t(1) << 48), std::out_of_range);
   EXPECT_THROW(IntfId::ethernet(0), std::out_of_range);
   EXPECT_THROW(IntfId::portChannel(0), std::out_of_range);
