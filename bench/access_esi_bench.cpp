@@ -2,8 +2,8 @@
 // and the hardware tunnel ID allocation behind it), at 64 access interfaces (32 LAGs of two
 // ports and 32 plain ports), each an Ethernet segment with 1000 VLANs shared with two remote
 // PEs, the designated forwarder alternating between them by VLAN: 96,000 ESI entries.
-//  - BM_EsiFromEmpty: the segments' VLANs appear on a switch that has the LAGs, peers and
-//    labels already; reported: ESI entries programmed per second.
+//  - BM_EsiFromEmpty/<vlans>: the segments' VLANs appear on a switch that has the LAGs, peers
+//    and labels already; reported: ESI entries programmed per second.
 //  - BM_DesignatedForwarderChange: every VLAN of every segment changes its DF to the other
 //    PE (64,000 DF changes, 96,000 entries deleted and created).
 //  - BM_LagMemberJoin: a third port joins one LAG (1000 entries); it leaves between runs.
@@ -53,11 +53,11 @@ Evpn::EthernetSegmentStatus* segment(Sim::Switch& sw, uint32_t i) {
   return sw.controlPlane().evpnStatus->ethernetSegmentStatus(accessIntf(i));
 }
 
-// VLANs 1..1000 on every segment, DF PE1 for odd VLANs and PE2 for even ones (`flip` swaps).
-void vlansIs(Sim::Switch& sw, bool flip) {
+// VLANs 1..vlans on every segment, DF PE1 for odd VLANs and PE2 for even ones (`flip` swaps).
+void vlansIs(Sim::Switch& sw, bool flip, uint16_t vlans = kVlans) {
   for (uint32_t i = 0; i < kIntfs; ++i) {
     Evpn::EthernetSegmentStatus* es = segment(sw, i);
-    for (uint16_t v = 1; v <= kVlans; ++v) {
+    for (uint16_t v = 1; v <= vlans; ++v) {
       es->configuredVlanIs(Bridging::VlanId(v));
       es->designatedForwarderTepIs(Bridging::VlanId(v), tep((v % 2 == 1) != flip ? 1 : 2));
     }
@@ -66,21 +66,24 @@ void vlansIs(Sim::Switch& sw, bool flip) {
 }
 
 void BM_EsiFromEmpty(benchmark::State& state) {
+  auto const vlans = static_cast<uint16_t>(state.range(0));
+  size_t const entries = kEntries / kVlans * vlans;
   for (auto _ : state) {
     state.PauseTiming();
     auto sw = prepared();
     state.ResumeTiming();
-    vlansIs(*sw, false);
+    vlansIs(*sw, false, vlans);
     state.PauseTiming();
-    if (sw->floodingHardware().esiData().size() != kEntries)
+    if (sw->floodingHardware().esiData().size() != entries)
       state.SkipWithError("not every entry programmed");
     sw.reset();
     state.ResumeTiming();
   }
   state.counters["entries/s"] =
-      benchmark::Counter(double(kEntries) * double(state.iterations()), benchmark::Counter::kIsRate);
+      benchmark::Counter(double(entries) * double(state.iterations()), benchmark::Counter::kIsRate);
 }
-BENCHMARK(BM_EsiFromEmpty)->Unit(benchmark::kMillisecond)->Iterations(3);
+// At the VLANs above, and at four times as many (384,000 entries).
+BENCHMARK(BM_EsiFromEmpty)->Arg(kVlans)->Arg(4 * kVlans)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 void BM_DesignatedForwarderChange(benchmark::State& state) {
   auto sw = prepared();

@@ -1,14 +1,25 @@
-// The whole flood-set path of the simulated switch (remote tunnel counts, hardware tunnel
-// IDs, MPLS filter, FEC requests answered at once by the simulated FEC responder, flood-set
-// configuration and its simulated programming), driven the way the layer-2 RIB drives it:
-//  - BM_AddDestinations/<vlans>: every VLAN floods to 16 remote tunnels through 3 flood
-//    MACs (broadcast, unknown unicast, unknown multicast), each remote PE advertising one
-//    label per VLAN, so every (tunnel, VLAN) is a via of its own (65,504 FECs at 4094
-//    VLANs). 4094 VLANs make 196,512 destinations; 209 and 1042 VLANs about 10k and 50k.
+// The whole flood-set path (remote tunnel counts, hardware tunnel IDs, MPLS filter, FEC
+// requests answered at once, flood-set configuration), driven the way the layer-2 RIB
+// drives it: every VLAN floods to `tunnels` remote tunnels through 3 flood MACs (broadcast,
+// unknown unicast, unknown multicast), each remote PE advertising one label per VLAN, so
+// every (tunnel, VLAN) is a via of its own. VLANs x tunnels x 3 destinations:
+//   209 x 16 = 10,032     4094 x 16 = 196,512     4094 x 64 = 786,048
+//   4094 x 256 = 3,144,192 (registered on its own: it takes GBs and tens of seconds)
+// Two harnesses run the same workload:
+//  - Switch: the simulated switch, its FEC responder and flood-set programmer included;
+//  - Library: the library's state machines with the platform's side reduced to the least
+//    that answers: FEC requests are answered inside their notification, and nothing
+//    programs the flood-set configuration (no hardware status comes back).
+// Benchmarks:
+//  - BM_<harness>AddDestinations/<vlans>/<tunnels>: first fill into a new switch.
 //    Reported: destinations per second, and the peak of live heap bytes per destination
 //    while adding (inputs and every state machine's state together), counted by the
 //    global operator new of this program.
-//  - BM_HwTunnelIdChange: with the 4094-VLAN population in place, one tunnel moves between
+//  - BM_<harness>RemoveDestinations/<vlans>/<tunnels>: removal of every destination of a
+//    filled switch. Reported: destinations per second, and the live heap bytes per
+//    destination left over against the switch before the fill (0: back to baseline).
+//  - BM_Restart: Sim::Switch::restart on inputs that hold a million destinations.
+//  - BM_HwTunnelIdChange: with the 196K population in place, one tunnel moves between
 //    hardware tunnel ID pools (its segment's shared ESI label is switched), which rewrites
 //    the configuration of each of its 12,282 destinations.
 #include <benchmark/benchmark.h>
@@ -16,6 +27,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -53,7 +65,6 @@ namespace {
 
 using Fenn::TunnelId;
 
-constexpr uint64_t tunnelCount = 16;
 Ostra::EthAddr const floodMacs[] = {Ostra::EthAddr::broadcast(), Ostra::EthAddr(0x010000000001),
                                     Ostra::EthAddr(0x010000000002)};
 L2Rib::FloodSetType const floodTypes[] = {L2Rib::floodSetTypeBroadcast, L2Rib::floodSetTypeUnknownUnicast,
@@ -61,12 +72,12 @@ L2Rib::FloodSetType const floodTypes[] = {L2Rib::floodSetTypeBroadcast, L2Rib::f
 
 TunnelId tunnel(uint64_t i) { return TunnelId(Tunnel::tunnelTypeLdp, 1 + i); }
 
-// The destinations of `vlans` VLANs, ready to be written into their flood sets.
+// The flood sets of `vlans` VLANs, and the destinations of `tunnels` tunnels to write into them.
 struct Population {
   std::vector<L2Rib::FloodSet*> floodSets;
-  std::vector<L2Rib::Dest> dests;
+  uint64_t tunnels;
 
-  Population(L2Rib::FloodSetOutput& l2Rib, uint64_t vlans) {
+  Population(L2Rib::FloodSetOutput& l2Rib, uint64_t vlans, uint64_t tunnels) : tunnels(tunnels) {
     for (uint64_t v = 1; v <= vlans; ++v) {
       L2Rib::VlanFloodSet* vlanFloodSet = l2Rib.vlanFloodSetIs(Bridging::VlanId(v));
       for (size_t m = 0; m < 3; ++m) {
@@ -76,37 +87,148 @@ struct Population {
       }
     }
   }
-  int64_t destinations() const { return int64_t(floodSets.size() * tunnelCount); }
+  int64_t destinations() const { return int64_t(floodSets.size() * tunnels); }
+  static L2Rib::Dest dest(size_t floodSet, uint64_t t) {
+    return L2Rib::Dest::mpls(tunnel(t), Ostra::MplsLabel(10000 + 1 + floodSet / 3));
+  }
   void fill() {
     for (size_t f = 0; f < floodSets.size(); ++f) {
-      uint64_t const vlan = 1 + f / 3;
-      for (uint64_t t = 0; t < tunnelCount; ++t) {
-        floodSets[f]->destSetIs(L2Rib::Dest::mpls(tunnel(t), Ostra::MplsLabel(10000 + vlan)));
-      }
+      for (uint64_t t = 0; t < tunnels; ++t) floodSets[f]->destSetIs(dest(f, t));
+    }
+  }
+  void empty() {
+    for (size_t f = 0; f < floodSets.size(); ++f) {
+      for (uint64_t t = 0; t < tunnels; ++t) floodSets[f]->destSetDel(dest(f, t));
     }
   }
 };
 
-void BM_AddDestinations(benchmark::State& state) {
+Sim::HardwareConfig hardware() {
+  Sim::HardwareConfig config;
+  config.defaultHwTunnelIds = 4096;
+  return config;
+}
+
+// The simulated switch, hardware models included.
+class SwitchHarness {
+ public:
+  SwitchHarness(Qor::Ptr<L2Rib::FloodSetOutput> l2Rib, Qor::Ptr<Evpn::EvpnStatus> evpnStatus)
+      : sw_(hardware(), "bench", {l2Rib, evpnStatus}) {}
+  size_t configuredFloodSets() const { return sw_.floodSetHwStatus()->status().size(); }
+  int64_t programmedDestinations() const {
+    int64_t n = 0;
+    for (auto const& [pair, status] : sw_.floodSetHwStatus()->status()) n += int64_t(status->mplsDestStatus().size());
+    return n;
+  }
+  Sim::Switch& sw() { return sw_; }
+
+ private:
+  Sim::Switch sw_;
+};
+
+// Answers every FEC request inside its notification, as a chip that never fails would.
+class FecAnswerer : public Qor::StateMachine {
+ public:
+  FecAnswerer(Qor::Ptr<Fenn::FecIdToHwFecIdRequest const> request, Qor::Ptr<Fenn::FecIdToHwFecIdResponse> response)
+      : request_(std::move(request)), response_(std::move(response)) {
+    reactor_ = Qor::newReactor<Reactor>(request_.get(), this);
+  }
+  std::string_view fwkType() const override { return "Bench::FecAnswerer"; }
+
+ private:
+  class Reactor : public Vasp::TableReactor<Fenn::FecIdToHwFecIdRequest, FecAnswerer> {
+   public:
+    using TableReactor::TableReactor;
+    void notify(Vasp::Fib::FecId const& fecId) override { sm()->answer(fecId); }
+  };
+  void answer(Vasp::Fib::FecId fecId) {
+    if (Vasp::Fib::Fec const* fec = request_->rowFind(fecId)) {
+      response_->rowIs(Fenn::FecToHwFecId(fecId, 0x1000 + fecId.index(), fec->vias()[0].intfId()));
+    } else {
+      response_->rowDel(fecId);
+    }
+  }
+  Qor::Ptr<Fenn::FecIdToHwFecIdRequest const> request_;
+  Qor::Ptr<Fenn::FecIdToHwFecIdResponse> response_;
+  std::unique_ptr<Reactor> reactor_;
+};
+
+// The library's flood-set state machines, wired as the switch wires them, with a FEC
+// answerer and no flood-set programming.
+class LibraryHarness {
+ public:
+  LibraryHarness(Qor::Ptr<L2Rib::FloodSetOutput> l2Rib, Qor::Ptr<Evpn::EvpnStatus> evpnStatus) {
+    Qor::Ptr<Keel::ManualClock> clock(new Keel::ManualClock);
+    Qor::Ptr<Keel::TaskScheduler> scheduler(new Keel::TaskScheduler(clock));
+    Qor::Ptr<Keel::TimerWheel> timerWheel(new Keel::TimerWheel(scheduler));
+    Qor::Ptr<Sim::HwTunnelIdPools> pools(new Sim::HwTunnelIdPools("benchHwTunnelIdPools"));
+    pools->poolSizeIs(Fenn::hwTunnelIdTypeDefault, 4096);
+    auto remoteInfo = Fenn::evpnRemoteInfoFactory();
+    auto tunnelIds = Fenn::tunnelIdToHwTunnelIdMappingFactory("benchTunnelIds");
+    auto tunnelIdsReader = Fenn::tunnelIdToHwTunnelIdMappingReaderFactory("benchTunnelIds");
+    auto mplsFloodSets = L2Rib::floodSetOutputFactory();
+    auto request = Fenn::fecIdToHwFecIdRequestFactory("benchFecRequest", Vasp::Mode::writer);
+    auto response = Fenn::fecIdToHwFecIdResponseFactory("benchFecResponse", Vasp::Mode::writer);
+    auto responseReader = Fenn::fecIdToHwFecIdResponseFactory("benchFecResponse", Vasp::Mode::reader);
+    auto hwInfo = Fenn::hwInfoMappingFactory();
+    hwConfig_ = Fenn::evpnVlanFloodSetHwConfigFactory();
+    auto hwStatus = Fenn::evpnVlanFloodSetHwStatusFactory();
+    answerer_ = Qor::Ptr<FecAnswerer>(new FecAnswerer(
+        Fenn::fecIdToHwFecIdRequestFactory("benchFecRequest", Vasp::Mode::reader), response));
+    // Producers before consumers, and torn down in the reverse order.
+    sms_.push_back(Fenn::evpnRemoteInfoFinderSmFactory(l2Rib, remoteInfo));
+    sms_.push_back(Fenn::evpnHwTunnelIdSmFactory(pools, scheduler, Fenn::fennCommonSmDataFactory(), evpnStatus,
+                                                 remoteInfo, tunnelIds));
+    sms_.push_back(Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, l2Rib, mplsFloodSets));
+    sms_.push_back(Fenn::evpnFloodSetFecSmFactory(mplsFloodSets, tunnelIdsReader, hwStatus, request,
+                                                  responseReader, hwInfo, timerWheel));
+    sms_.push_back(Fenn::evpnVlanFloodSetSmFactory(mplsFloodSets, tunnelIdsReader, hwInfo, hwConfig_, hwStatus));
+    for (auto const& sm : sms_) sm->initializedIs(true);
+  }
+  ~LibraryHarness() {
+    while (!sms_.empty()) sms_.pop_back();
+  }
+  size_t configuredFloodSets() const { return hwConfig_->config().size(); }
+
+ private:
+  Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig> hwConfig_;
+  Qor::Ptr<FecAnswerer> answerer_;
+  std::vector<Qor::Ptr<Qor::StateMachine>> sms_;
+};
+
+// One new harness on a population of flood sets, the inputs and the harness built untimed.
+template <class Harness>
+struct Run {
+  Qor::Ptr<L2Rib::FloodSetOutput> l2Rib = L2Rib::floodSetOutputFactory();
+  Qor::Ptr<Evpn::EvpnStatus> evpnStatus = Evpn::evpnStatusFactory();
+  Population population;
+  Harness harness;
+  size_t const baseline;
+
+  Run(uint64_t vlans, uint64_t tunnels)
+      : population(*l2Rib, vlans, tunnels), harness(l2Rib, evpnStatus), baseline(liveBytes) {}
+  double perDestination(size_t bytes) const {
+    return double(int64_t(bytes) - int64_t(baseline)) / double(population.destinations());
+  }
+};
+
+template <class Harness>
+void addDestinations(benchmark::State& state) {
   uint64_t const vlans = static_cast<uint64_t>(state.range(0));
+  uint64_t const tunnels = static_cast<uint64_t>(state.range(1));
   int64_t destinations = 0;
   double bytesPerDestination = 0;
   for (auto _ : state) {
     state.PauseTiming();
     {
-      auto l2Rib = L2Rib::floodSetOutputFactory();
-      auto evpnStatus = Evpn::evpnStatusFactory();
-      Population population(*l2Rib, vlans);
-      Sim::Switch sw(Sim::HardwareConfig{}, "bench", {l2Rib, evpnStatus});
-      destinations = population.destinations();
-      size_t const before = liveBytes;
+      Run<Harness> run(vlans, tunnels);
+      destinations = run.population.destinations();
       peakBytes = liveBytes;
       state.ResumeTiming();
-      population.fill();
+      run.population.fill();
       state.PauseTiming();
-      bytesPerDestination = double(peakBytes - before) / double(destinations);
-      if (sw.floodSetHwStatus()->status().size() != vlans * 3)
-        state.SkipWithError("flood sets not programmed");
+      bytesPerDestination = run.perDestination(peakBytes);
+      if (run.harness.configuredFloodSets() != vlans * 3) state.SkipWithError("flood sets not configured");
     }
     state.ResumeTiming();
   }
@@ -115,7 +237,66 @@ void BM_AddDestinations(benchmark::State& state) {
       benchmark::Counter(double(destinations) * double(state.iterations()), benchmark::Counter::kIsRate);
   state.counters["peakBytes/destination"] = bytesPerDestination;
 }
-BENCHMARK(BM_AddDestinations)->Arg(209)->Arg(1042)->Arg(4094)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+template <class Harness>
+void removeDestinations(benchmark::State& state) {
+  uint64_t const vlans = static_cast<uint64_t>(state.range(0));
+  uint64_t const tunnels = static_cast<uint64_t>(state.range(1));
+  int64_t destinations = 0;
+  double leftPerDestination = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      Run<Harness> run(vlans, tunnels);
+      destinations = run.population.destinations();
+      run.population.fill();
+      state.ResumeTiming();
+      run.population.empty();
+      state.PauseTiming();
+      leftPerDestination = run.perDestination(liveBytes);
+      if (run.harness.configuredFloodSets() != 0) state.SkipWithError("flood sets still configured");
+    }
+    state.ResumeTiming();
+  }
+  state.counters["destinations"] = double(destinations);
+  state.counters["destinations/s"] =
+      benchmark::Counter(double(destinations) * double(state.iterations()), benchmark::Counter::kIsRate);
+  state.counters["leftBytes/destination"] = leftPerDestination;
+}
+
+void BM_SwitchAddDestinations(benchmark::State& state) { addDestinations<SwitchHarness>(state); }
+void BM_SwitchRemoveDestinations(benchmark::State& state) { removeDestinations<SwitchHarness>(state); }
+void BM_LibraryAddDestinations(benchmark::State& state) { addDestinations<LibraryHarness>(state); }
+void BM_LibraryRemoveDestinations(benchmark::State& state) { removeDestinations<LibraryHarness>(state); }
+
+// VLANs and tunnels of the scaling steps, 3.1M apart.
+void scalingSteps(benchmark::internal::Benchmark* b) {
+  b->Args({209, 16})->Args({4094, 16})->Args({4094, 64})->Unit(benchmark::kMillisecond)->Iterations(3);
+}
+void dataCenterScale(benchmark::internal::Benchmark* b) {
+  b->Args({4094, 256})->Unit(benchmark::kMillisecond)->Iterations(1);
+}
+BENCHMARK(BM_SwitchAddDestinations)->Apply(scalingSteps);
+BENCHMARK(BM_SwitchRemoveDestinations)->Apply(scalingSteps);
+BENCHMARK(BM_LibraryAddDestinations)->Apply(scalingSteps);
+BENCHMARK(BM_LibraryRemoveDestinations)->Apply(scalingSteps);
+BENCHMARK(BM_SwitchAddDestinations)->Name("BM_SwitchAddDestinations3M")->Apply(dataCenterScale);
+BENCHMARK(BM_SwitchRemoveDestinations)->Name("BM_SwitchRemoveDestinations3M")->Apply(dataCenterScale);
+BENCHMARK(BM_LibraryAddDestinations)->Name("BM_LibraryAddDestinations3M")->Apply(dataCenterScale);
+BENCHMARK(BM_LibraryRemoveDestinations)->Name("BM_LibraryRemoveDestinations3M")->Apply(dataCenterScale);
+
+// A restart on inputs that hold 1,007,124 destinations (4094 VLANs x 82 tunnels x 3): every
+// state machine withdraws what it published and is built again on the inputs, until the
+// flood-set configuration is complete again.
+void BM_Restart(benchmark::State& state) {
+  Run<SwitchHarness> run(4094, 82);
+  run.population.fill();
+  for (auto _ : state) run.harness.sw().restart();
+  if (run.harness.programmedDestinations() != run.population.destinations())
+    state.SkipWithError("flood sets not programmed again");
+  state.counters["destinations"] = double(run.population.destinations());
+}
+BENCHMARK(BM_Restart)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 void BM_HwTunnelIdChange(benchmark::State& state) {
   auto l2Rib = L2Rib::floodSetOutputFactory();
@@ -123,16 +304,17 @@ void BM_HwTunnelIdChange(benchmark::State& state) {
   Evpn::EthernetSegmentStatus* segment = evpnStatus->ethernetSegmentStatusIs(Ostra::IntfId("Ethernet1"));
   segment->remoteEsiLabelIs(Ostra::IntfId::dynamicTunnel(tunnel(0)),
                             Evpn::EncapTypeLabel::mpls(Ostra::MplsLabel(600)));
-  Population population(*l2Rib, 4094);
-  Sim::Switch sw(Sim::HardwareConfig{}, "bench", {l2Rib, evpnStatus});
+  Population population(*l2Rib, 4094, 16);
+  SwitchHarness harness(l2Rib, evpnStatus);
   population.fill();
-  int64_t const reconfigured = population.destinations() / int64_t(tunnelCount);
+  int64_t const reconfigured = population.destinations() / int64_t(population.tunnels);
   bool shared = false;
   for (auto _ : state) {
     shared = !shared;
     segment->sharedEsiLabelIs(Evpn::SharedEsiLabel(Ostra::MplsLabel(500), shared));
   }
-  Fenn::HwTunnelId const now = sw.tunnelIdToHwTunnelId()->tunnelIdToHwTunnelId(tunnel(0)).hwTunnelId();
+  Fenn::HwTunnelId const now =
+      harness.sw().tunnelIdToHwTunnelId()->tunnelIdToHwTunnelId(tunnel(0)).hwTunnelId();
   if (now.type() != (shared ? Fenn::hwTunnelIdTypeSharedEs : Fenn::hwTunnelIdTypeDefault)) {
     state.SkipWithError("the tunnel did not change pools");
   }

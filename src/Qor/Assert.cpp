@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Qor/Trace.h"
+
 namespace Qor {
 
 namespace {
@@ -19,6 +21,7 @@ void assertFailed(char const* text, char const* file, int line, char const* func
   // abort() does not flush stdio; whatever the process wrote (trace files, a simulator's
   // output) is worth more than usual right now. The ring log needs nothing: its pages
   // belong to the file.
+  traceFlush();
   std::fflush(nullptr);
   std::abort();
 }

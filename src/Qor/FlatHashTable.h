@@ -11,6 +11,12 @@
 // the table, and an erase invalidates those of the other elements as well. Code that
 // writes while it walks a table walks a snapshot of its keys instead; a reference taken
 // from the table is used before the next write to it.
+//
+// The table doubles when it would pass seven eighths full and halves once erasing leaves
+// it an eighth full: a table that grew with a burst of additions gives the memory back as
+// they are removed, and the band between the two bounds keeps a table that hovers at one
+// size from resizing back and forth. clear() lets all of it go. The handle is three words,
+// as entities hold many small tables.
 #pragma once
 
 #include <cstddef>
@@ -75,13 +81,12 @@ class FlatHashTable {
   FlatHashTable() = default;
   FlatHashTable(FlatHashTable const&) = delete;
   FlatHashTable& operator=(FlatHashTable const&) = delete;
-  ~FlatHashTable() {
-    destroyAll();
-    ::operator delete(memory_);
-  }
+  ~FlatHashTable() { clear(); }
 
   size_t size() const noexcept { return size_; }
   bool empty() const noexcept { return size_ == 0; }
+  // The slots the table holds memory for.
+  size_t capacity() const noexcept { return capacity_; }
 
   iterator begin() noexcept { return iterator(this, occupiedFrom(0)); }
   iterator end() noexcept { return iterator(this, capacity_); }
@@ -108,10 +113,13 @@ class FlatHashTable {
     eraseAt(i);
     return 1;
   }
-  // Keeps the slots for the next elements.
+  // Removes every element and lets all the memory go.
   void clear() noexcept {
     destroyAll();
-    for (size_t i = 0; i < capacity_; ++i) tags_[i] = 0;
+    ::operator delete(tags_);
+    tags_ = nullptr;
+    slots_ = nullptr;
+    capacity_ = 0;
     size_ = 0;
   }
 
@@ -136,7 +144,8 @@ class FlatHashTable {
   size_t indexOf(K const& k) const noexcept {
     if (size_ == 0) return capacity_;
     uint32_t const tag = tagOf(k);
-    for (size_t i = tag & mask_;; i = (i + 1) & mask_) {
+    size_t const mask = capacity_ - 1;
+    for (size_t i = tag & mask;; i = (i + 1) & mask) {
       uint32_t const t = tags_[i];
       if (t == 0) return capacity_;
       if (t == tag && keyOf(slots_[i]) == k) return i;
@@ -151,9 +160,10 @@ class FlatHashTable {
   template <class... A>
   std::pair<iterator, bool> emplaceKey(K const& k, A&&... args) {
     uint32_t const tag = tagOf(k);
-    size_t i = tag & mask_;
+    size_t const mask = capacity_ - 1;
+    size_t i = tag & mask;
     if (size_ != 0) {
-      for (;; i = (i + 1) & mask_) {
+      for (;; i = (i + 1) & mask) {
         uint32_t const t = tags_[i];
         if (t == 0) break;
         if (t == tag && keyOf(slots_[i]) == k) return {iterator(this, i), false};
@@ -173,30 +183,26 @@ class FlatHashTable {
     return i;
   }
 
-  // Doubles the slots with the new element in them. The element is built first, while
-  // the old slots are intact, because its arguments may refer to one of them (a value
-  // copied from another key of this table).
-  template <class... A>
-  size_t growAndEmplace(uint32_t tag, A&&... args) {
-    size_t const capacity = capacity_ ? capacity_ * 2 : minCapacity;
-    size_t const mask = capacity - 1;
-    // Tags first: the slots start at the next multiple of the element's alignment.
+  // Memory for `capacity` slots, every tag empty. Tags come first: the slots start at the
+  // next multiple of the element's alignment.
+  static size_t slotsOffset(size_t capacity) noexcept {
     static_assert(alignof(value_type) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
-    size_t const slotsOffset =
-        (capacity * sizeof(uint32_t) + alignof(value_type) - 1) & ~(alignof(value_type) - 1);
-    void* const memory = ::operator new(slotsOffset + capacity * sizeof(value_type));
+    return (capacity * sizeof(uint32_t) + alignof(value_type) - 1) & ~(alignof(value_type) - 1);
+  }
+  static uint32_t* allocateTags(size_t capacity) {
+    void* const memory = ::operator new(slotsOffset(capacity) + capacity * sizeof(value_type));
     uint32_t* const tags = static_cast<uint32_t*>(memory);
     for (size_t j = 0; j < capacity; ++j) tags[j] = 0;
-    value_type* const slots = reinterpret_cast<value_type*>(static_cast<char*>(memory) + slotsOffset);
+    return tags;
+  }
+  static value_type* slotsOf(uint32_t* tags, size_t capacity) noexcept {
+    return reinterpret_cast<value_type*>(reinterpret_cast<char*>(tags) + slotsOffset(capacity));
+  }
 
-    size_t const i = freeSlot(tags, mask, tag);
-    try {
-      ::new (static_cast<void*>(&slots[i])) value_type(std::forward<A>(args)...);
-    } catch (...) {
-      ::operator delete(memory);
-      throw;
-    }
-    tags[i] = tag;
+  // Moves every element into `tags` (of `capacity` slots) and makes it the table's memory.
+  void moveTo(uint32_t* tags, size_t capacity) noexcept {
+    size_t const mask = capacity - 1;
+    value_type* const slots = slotsOf(tags, capacity);
     for (size_t o = 0; o < capacity_; ++o) {
       if (tags_[o] == 0) continue;
       size_t const j = freeSlot(tags, mask, tags_[o]);
@@ -204,24 +210,55 @@ class FlatHashTable {
       tags[j] = tags_[o];
       slots_[o].~value_type();
     }
-    ::operator delete(memory_);
-    memory_ = memory;
+    ::operator delete(tags_);
     tags_ = tags;
     slots_ = slots;
-    capacity_ = capacity;
-    mask_ = mask;
+    capacity_ = static_cast<uint32_t>(capacity);
+  }
+
+  // Doubles the slots with the new element in them. The element is built first, while
+  // the old slots are intact, because its arguments may refer to one of them (a value
+  // copied from another key of this table).
+  template <class... A>
+  size_t growAndEmplace(uint32_t tag, A&&... args) {
+    size_t const capacity = capacity_ ? size_t(capacity_) * 2 : minCapacity;
+    uint32_t* const tags = allocateTags(capacity);
+    size_t const i = freeSlot(tags, capacity - 1, tag);
+    try {
+      ::new (static_cast<void*>(&slotsOf(tags, capacity)[i])) value_type(std::forward<A>(args)...);
+    } catch (...) {
+      ::operator delete(tags);
+      throw;
+    }
+    tags[i] = tag;
+    moveTo(tags, capacity);
     ++size_;
     return i;
+  }
+
+  // Halves the slots once they are an eighth full, down to the smallest table, which an
+  // element coming and going does not reallocate. A table that cannot get the smaller
+  // memory keeps the larger.
+  void maybeShrink() noexcept {
+    if (capacity_ <= minCapacity || size_ > capacity_ / 8) return;
+    uint32_t* tags;
+    try {
+      tags = allocateTags(capacity_ / 2);
+    } catch (...) {
+      return;
+    }
+    moveTo(tags, capacity_ / 2);
   }
 
   // Backward-shift deletion: each later element of the probe run that may live at the hole
   // (its home slot is not between the hole and itself) moves into it, leaving a new hole.
   void eraseAt(size_t hole) noexcept {
+    size_t const mask = capacity_ - 1;
     slots_[hole].~value_type();
-    for (size_t j = (hole + 1) & mask_;; j = (j + 1) & mask_) {
+    for (size_t j = (hole + 1) & mask;; j = (j + 1) & mask) {
       uint32_t const t = tags_[j];
       if (t == 0) break;
-      if (((j - (t & mask_)) & mask_) < ((j - hole) & mask_)) continue;
+      if (((j - (t & mask)) & mask) < ((j - hole) & mask)) continue;
       ::new (static_cast<void*>(&slots_[hole])) value_type(std::move(slots_[j]));
       tags_[hole] = t;
       slots_[j].~value_type();
@@ -229,6 +266,7 @@ class FlatHashTable {
     }
     tags_[hole] = 0;
     --size_;
+    maybeShrink();
   }
 
   void destroyAll() noexcept {
@@ -239,12 +277,10 @@ class FlatHashTable {
     }
   }
 
-  void* memory_ = nullptr;
-  uint32_t* tags_ = nullptr;
+  uint32_t* tags_ = nullptr;  // the start of the table's memory
   value_type* slots_ = nullptr;
-  size_t capacity_ = 0;
-  size_t mask_ = 0;
-  size_t size_ = 0;
+  uint32_t capacity_ = 0;
+  uint32_t size_ = 0;
 };
 
 }  // namespace Qor

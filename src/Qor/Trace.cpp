@@ -86,14 +86,39 @@ std::vector<String> TraceLevels::unmatchedPatterns(std::vector<String> const& so
 
 // The settings and every live handle, so a change of settings reaches them all.
 struct TraceRegistry {
+  // Lines for a file wait here: a write per line would cost more than the line itself.
+  static constexpr size_t batchBytes = 64 * 1024;
+  static constexpr int64_t batchNs = 100'000'000;
+
   TraceLevels text;
   std::optional<TraceLevels> ring;  // none: same as text
   FILE* out = stderr;
   TraceLineDecorator decorator = nullptr;
   TraceHandle* handles = nullptr;
+  String line;  // the line being built, kept for its capacity
+  bool lineInUse = false;
+  String batch;
+  int64_t batchStart = 0;
 
   TraceRegistry() { readEnvironment(); }
   ~TraceRegistry() { fileIs(""); }
+
+  void write(String const& l, int64_t timeNs) {
+    if (out == stderr) {
+      std::fwrite(l.data(), 1, l.size(), out);
+      return;
+    }
+    if (batch.empty()) batchStart = timeNs;
+    batch += l;
+    if (batch.size() >= batchBytes || timeNs - batchStart >= batchNs || timeNs < batchStart) flush();
+  }
+
+  void flush() {
+    if (batch.empty()) return;
+    std::fwrite(batch.data(), 1, batch.size(), out);
+    std::fflush(out);
+    batch.clear();
+  }
 
   static TraceRegistry& instance() {
     static TraceRegistry r;
@@ -121,6 +146,7 @@ struct TraceRegistry {
   }
 
   void fileIs(String const& path) {
+    flush();
     if (out != stderr) std::fclose(out);
     out = stderr;
     if (path.empty()) return;
@@ -130,8 +156,8 @@ struct TraceRegistry {
                    std::strerror(errno));
       return;
     }
-    // Whole lines reach the file as they are traced, for anyone following it.
-    std::setvbuf(f, nullptr, _IOLBF, 1 << 16);
+    // The batches are the buffering: each reaches the file whole, in one write.
+    std::setvbuf(f, nullptr, _IONBF, 0);
     out = f;
   }
 
@@ -171,16 +197,24 @@ TraceHandle::~TraceHandle() {
   }
 }
 
-TraceHelper::TraceHelper(TraceHandle& handle, int level, char const*, int, char const*) {
-  Ringlog::appendLinePrefix(line_, Ringlog::clocks.line(), handle.sourcePath(), level);
+TraceHelper::TraceHelper(TraceHandle& handle, int level, char const*, int, char const*)
+    : timeNs_(Ringlog::clocks.line()) {
+  auto& r = TraceRegistry::instance();
+  line_ = r.lineInUse ? &own_ : &r.line;
+  r.lineInUse = true;
+  line_->clear();
+  Ringlog::appendLinePrefix(*line_, timeNs_, handle.sourcePath(), level);
 }
 
 TraceHelper::~TraceHelper() {
-  TraceRegistry const& r = TraceRegistry::instance();
-  if (r.decorator) r.decorator(line_);
-  line_ += '\n';
-  std::fwrite(line_.data(), 1, line_.size(), r.out);
+  auto& r = TraceRegistry::instance();
+  if (r.decorator) r.decorator(*line_);
+  *line_ += '\n';
+  r.write(*line_, timeNs_);
+  if (line_ == &r.line) r.lineInUse = false;
 }
+
+void traceFlush() { TraceRegistry::instance().flush(); }
 
 void traceLevelsIs(std::string_view spec) {
   auto& r = TraceRegistry::instance();

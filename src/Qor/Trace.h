@@ -65,6 +65,8 @@ class TraceHandle {
 };
 
 // Builds one text line and writes it when destroyed. The caller has checked the level.
+// The line is built in a buffer kept from one line to the next, so a line allocates
+// nothing once the buffer has grown to the longest line.
 class TraceHelper {
  public:
   TraceHelper(TraceHandle& handle, int level, char const* sourcePath, int line, char const* function);
@@ -74,25 +76,33 @@ class TraceHelper {
 
   template <class T>
   TraceHelper& operator<<(T const& v) {
-    Ringlog::appendArg(line_, v);
+    Ringlog::appendArg(*line_, v);
     return *this;
   }
 
  private:
-  String line_;
+  int64_t timeNs_;
+  String* line_;
+  String own_;  // for a line built while another one is (a text form that traces)
 };
 
 // Text levels for every source; throws ParseError and then changes nothing.
 void traceLevelsIs(std::string_view spec);
 // Ring-log levels; std::nullopt makes the ring log follow the text levels again.
 void ringlogLevelsIs(std::optional<std::string_view> spec);
-// Text lines go to this file (appended), or to stderr for an empty path.
+// Text lines go to this file (appended), or to stderr for an empty path. Lines for a
+// file are written in batches (see traceFlush); lines for stderr one by one.
 void traceFileIs(String const& path);
 // Called on each text line, complete but for its newline, before it is written: a tool
 // that knows more than the library (fenn-sim, the PE names of tunnels) adds it there.
 // nullptr for none. Only lines whose level is on reach it; the ring log never does.
 using TraceLineDecorator = void (*)(String& line);
 void traceLineDecoratorIs(TraceLineDecorator decorator) noexcept;
+// Writes out the lines not yet in the file. Lines also go out by themselves once 64 KiB
+// wait, when a line comes 100 ms after the last write, when the file changes, at exit
+// and before an assertion failure aborts; a platform calls this when it goes idle, so
+// that someone following the file sees the last lines at once.
+void traceFlush();
 // Applies FENN_TRACE, FENN_RINGLOG_LEVELS and FENN_TRACE_FILE, as at start-up. A malformed
 // setting is reported on stderr and leaves that trace off.
 void traceReadEnvironment();

@@ -1,6 +1,7 @@
 #include "Ringlog/Text.h"
 
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 
@@ -11,6 +12,13 @@ std::string_view sourceName(std::string_view sourcePath) noexcept {
   return slash == std::string_view::npos ? sourcePath : sourcePath.substr(slash + 1);
 }
 
+namespace {
+// Appends `v` as exactly `digits` decimal digits.
+void appendDigits(char* at, uint32_t v, int digits) noexcept {
+  for (int i = digits - 1; i >= 0; --i, v /= 10) at[i] = static_cast<char>('0' + v % 10);
+}
+}  // namespace
+
 void appendTime(Qor::String& out, int64_t timeNs) {
   // Floor division, so times before the epoch (a manual clock) still print sensibly.
   int64_t seconds = timeNs / 1'000'000'000;
@@ -19,14 +27,28 @@ void appendTime(Qor::String& out, int64_t timeNs) {
     ns += 1'000'000'000;
     --seconds;
   }
-  time_t const t = static_cast<time_t>(seconds);
-  tm parts;
-  gmtime_r(&t, &parts);
-  char buf[64];
-  int const n = std::snprintf(buf, sizeof buf, "%04d-%02d-%02dT%02d:%02d:%02d.%06dZ", parts.tm_year + 1900,
-                              parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec,
-                              static_cast<int>(ns / 1000));
-  out.append(buf, static_cast<size_t>(n));
+  // Lines come many to a second: the calendar part is worked out once per second.
+  struct Second {
+    int64_t seconds = INT64_MIN;
+    char text[32] = {};
+    size_t size = 0;
+  };
+  thread_local Second last;
+  if (seconds != last.seconds) {
+    time_t const t = static_cast<time_t>(seconds);
+    tm parts;
+    gmtime_r(&t, &parts);
+    int const n = std::snprintf(last.text, sizeof last.text, "%04d-%02d-%02dT%02d:%02d:%02d.",
+                                parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
+                                parts.tm_min, parts.tm_sec);
+    last.size = static_cast<size_t>(n);
+    last.seconds = seconds;
+  }
+  char micros[7];
+  appendDigits(micros, static_cast<uint32_t>(ns / 1000), 6);
+  micros[6] = 'Z';
+  out.append(last.text, last.size);
+  out.append(micros, sizeof micros);
 }
 
 void appendLinePrefix(Qor::String& out, int64_t timeNs, std::string_view sourcePath, int level) {
@@ -34,7 +56,9 @@ void appendLinePrefix(Qor::String& out, int64_t timeNs, std::string_view sourceP
   out += ' ';
   out += sourceName(sourcePath);
   out += ' ';
-  out += std::to_string(level);
+  char buf[12];
+  auto const r = std::to_chars(buf, buf + sizeof buf, level);
+  out.append(buf, r.ptr);
   out += ' ';
 }
 

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "Qor/SysLog.h"
+#include "Qor/Trace.h"
 
 namespace Sim {
 
@@ -380,6 +381,8 @@ void Switch::settle() {
     hwTunnelIdSm_->maybeScheduleUnprogrammedReview(false);
     scheduler_->runReady();
   }
+  // The switch is idle until the next input: lines traced to a file go out now.
+  Qor::traceFlush();
 }
 
 void Switch::advance(double seconds) {

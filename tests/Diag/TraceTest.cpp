@@ -7,6 +7,7 @@
 
 #include "Diag/DiagTestSupport.h"
 #include "Qor/Trace.h"
+#include "Ringlog/Clock.h"
 
 QOR_TRACE_SOURCE("/tests/Diag/TraceTest");
 
@@ -111,6 +112,36 @@ TEST_F(TraceTest, EnvironmentSettings) {
   unsetenv("FENN_RINGLOG_LEVELS");
   Qor::traceReadEnvironment();
   EXPECT_FALSE(alpha.enabled(2));
+}
+
+int64_t testNow = 0;
+
+// Lines for a file wait in a batch of whole lines: out on traceFlush, or with the first
+// line 100 ms after the batch started. Each line keeps its own time, across seconds.
+TEST_F(TraceTest, FileLinesGoOutInBatches) {
+  TempDir dir;
+  testNow = kFixedTimeNs;
+  Ringlog::clockIs([]() noexcept { return testNow; });
+  Qor::String const path = dir.path() + "/trace.txt";
+  Qor::traceFileIs(path);
+  Qor::traceLevelsIs("TraceTest/1");
+  QTRACE(1, "first");
+  testNow += 99'000'000;
+  QTRACE(1, "second");
+  EXPECT_EQ(readFile(path), "");
+  testNow += 1'000'000;
+  QTRACE(1, "third");
+  Qor::String const three =
+      "2024-05-01T10:11:12.123456Z TraceTest 1 first\n"
+      "2024-05-01T10:11:12.222456Z TraceTest 1 second\n"
+      "2024-05-01T10:11:12.223456Z TraceTest 1 third\n";
+  EXPECT_EQ(readFile(path), three);
+  testNow += 900'000'000;
+  QTRACE(1, "fourth");
+  EXPECT_EQ(readFile(path), three);
+  Qor::traceFlush();
+  EXPECT_EQ(readFile(path), three + "2024-05-01T10:11:13.123456Z TraceTest 1 fourth\n");
+  Qor::traceFileIs("");
 }
 
 }  // namespace

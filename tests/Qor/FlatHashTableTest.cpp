@@ -1,10 +1,12 @@
 // The flat hash table behind the runtime collections, checked against the standard
 // containers under random inserts and erases with a hash that piles keys into a few long
 // probe runs (some wrapping around the end of the slots), where backward-shift erasing
-// and growth go wrong if they go wrong at all; and a ReactorMap whose new reactor's
-// initial walk grows the map that is adding it.
+// and resizing go wrong if they go wrong at all (random writes, and bursts that grow and
+// shrink the table through every size); and a ReactorMap whose new reactor's initial walk
+// grows the map that is adding it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <random>
@@ -72,6 +74,40 @@ TEST(FlatHashTable, MapAndSetMatchTheStandardContainersUnderRandomWrites) {
     EXPECT_TRUE(map.try_emplace(1, "again").second);
     EXPECT_EQ(map.find(1)->second, "again");
   }
+}
+
+// Bursts of inserts and erases of many keys, in probe runs that wrap, so that the table
+// grows and shrinks through every size with elements moving each time: the contents stay
+// those of the reference, and the memory follows the elements back down.
+TEST(FlatHashTable, GrowsAndShrinksWithBurstsKeepingEveryElement) {
+  std::mt19937 rng(7);
+  Qor::FlatHashTable<int, std::string, ClumpingHash> map;
+  std::map<int, std::string> refMap;
+  for (int burst = 0; burst < 6; ++burst) {
+    int const count = 1 + int(rng() % 3000);
+    for (int i = 0; i < count; ++i) {
+      int const k = int(rng() % 4000);
+      EXPECT_EQ(map.try_emplace(k, std::to_string(k)).second, refMap.try_emplace(k, std::to_string(k)).second);
+    }
+    expectSameContents(map, refMap);
+    EXPECT_GE(map.capacity() * 7 / 8, map.size());
+    std::vector<int> keys;
+    for (auto const& [k, v] : refMap) keys.push_back(k);
+    std::shuffle(keys.begin(), keys.end(), rng);
+    size_t const keep = burst % 2 ? 0 : keys.size() / 10;
+    for (size_t i = keep; i < keys.size(); ++i) {
+      ASSERT_EQ(map.erase(keys[i]), 1u) << keys[i];
+      refMap.erase(keys[i]);
+      for (int probe : {keys[i], keys[(i + 1) % keys.size()], 0, 3, 4}) {
+        ASSERT_EQ(map.count(probe), refMap.count(probe)) << "burst " << burst << " key " << probe;
+      }
+    }
+    expectSameContents(map, refMap);
+    // An eighth full at most after a halving, so never below a sixteenth once shrunk.
+    EXPECT_LE(map.capacity(), std::max<size_t>(4, map.size() * 16)) << "burst " << burst;
+  }
+  map.clear();
+  EXPECT_EQ(map.capacity(), 0u);
 }
 
 // A reactor that, when created, adds the reactor for the next key to the same map.
