@@ -74,8 +74,7 @@ void BM_EsiFromEmpty(benchmark::State& state) {
     state.ResumeTiming();
     vlansIs(*sw, false, vlans);
     state.PauseTiming();
-    if (sw->floodingHardware().esiData().size() != entries)
-      state.SkipWithError("not every entry programmed");
+    if (sw->floodingHardware().esiData().size() != entries) state.SkipWithError("not every entry programmed");
     sw.reset();
     state.ResumeTiming();
   }

@@ -118,7 +118,8 @@ class SwitchHarness {
   size_t configuredFloodSets() const { return sw_.floodSetHwStatus()->status().size(); }
   int64_t programmedDestinations() const {
     int64_t n = 0;
-    for (auto const& [pair, status] : sw_.floodSetHwStatus()->status()) n += int64_t(status->mplsDestStatus().size());
+    for (auto const& [pair, status] : sw_.floodSetHwStatus()->status())
+      n += int64_t(status->mplsDestStatus().size());
     return n;
   }
   Sim::Switch& sw() { return sw_; }
@@ -131,7 +132,8 @@ class SwitchHarness {
 // Answers every FEC request inside its notification, as a chip that never fails would.
 class FecAnswerer : public Qor::StateMachine {
  public:
-  FecAnswerer(Qor::Ptr<Fenn::FecIdToHwFecIdRequest const> request, Qor::Ptr<Fenn::FecIdToHwFecIdResponse> response)
+  FecAnswerer(Qor::Ptr<Fenn::FecIdToHwFecIdRequest const> request,
+              Qor::Ptr<Fenn::FecIdToHwFecIdResponse> response)
       : request_(std::move(request)), response_(std::move(response)) {
     reactor_ = Qor::newReactor<Reactor>(request_.get(), this);
   }
@@ -173,16 +175,17 @@ class LibraryHarness {
     auto hwInfo = Fenn::hwInfoMappingFactory();
     hwConfig_ = Fenn::evpnVlanFloodSetHwConfigFactory();
     auto hwStatus = Fenn::evpnVlanFloodSetHwStatusFactory();
-    answerer_ = Qor::Ptr<FecAnswerer>(new FecAnswerer(
-        Fenn::fecIdToHwFecIdRequestFactory("benchFecRequest", Vasp::Mode::reader), response));
+    answerer_ = Qor::Ptr<FecAnswerer>(
+        new FecAnswerer(Fenn::fecIdToHwFecIdRequestFactory("benchFecRequest", Vasp::Mode::reader), response));
     // Producers before consumers, and torn down in the reverse order.
     sms_.push_back(Fenn::evpnRemoteInfoFinderSmFactory(l2Rib, remoteInfo));
-    sms_.push_back(Fenn::evpnHwTunnelIdSmFactory(pools, scheduler_, Fenn::fennCommonSmDataFactory(), evpnStatus,
-                                                 remoteInfo, tunnelIds));
+    sms_.push_back(Fenn::evpnHwTunnelIdSmFactory(pools, scheduler_, Fenn::fennCommonSmDataFactory(),
+                                                 evpnStatus, remoteInfo, tunnelIds));
     sms_.push_back(Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, l2Rib, mplsFloodSets));
     sms_.push_back(Fenn::evpnFloodSetFecSmFactory(mplsFloodSets, tunnelIdsReader, hwStatus, request,
                                                   responseReader, hwInfo, timerWheel));
-    sms_.push_back(Fenn::evpnVlanFloodSetSmFactory(mplsFloodSets, tunnelIdsReader, hwInfo, hwConfig_, hwStatus));
+    sms_.push_back(
+        Fenn::evpnVlanFloodSetSmFactory(mplsFloodSets, tunnelIdsReader, hwInfo, hwConfig_, hwStatus));
     for (auto const& sm : sms_) sm->initializedIs(true);
   }
   ~LibraryHarness() {
@@ -192,7 +195,8 @@ class LibraryHarness {
   void advance(double seconds) { scheduler_->advanceBy(seconds); }
 
  private:
-  Qor::Ptr<Keel::TaskScheduler> scheduler_{new Keel::TaskScheduler(Qor::Ptr<Keel::ManualClock>(new Keel::ManualClock))};
+  Qor::Ptr<Keel::TaskScheduler> scheduler_{
+      new Keel::TaskScheduler(Qor::Ptr<Keel::ManualClock>(new Keel::ManualClock))};
   Qor::Ptr<Fenn::EvpnVlanFloodSetHwConfig> hwConfig_;
   Qor::Ptr<FecAnswerer> answerer_;
   std::vector<Qor::Ptr<Qor::StateMachine>> sms_;
@@ -214,8 +218,11 @@ struct Run {
   }
 };
 
-template <class Harness>
-void addDestinations(benchmark::State& state) {
+// Times the first fill of a new harness or, with `removal`, the removal of every
+// destination from a filled one. Reported with the rate: the peak bytes per destination
+// while filling, or the bytes per destination left after the removal.
+template <class Harness, bool removal>
+void timeDestinations(benchmark::State& state) {
   uint64_t const vlans = static_cast<uint64_t>(state.range(0));
   uint64_t const tunnels = static_cast<uint64_t>(state.range(1));
   int64_t destinations = 0;
@@ -225,53 +232,33 @@ void addDestinations(benchmark::State& state) {
     {
       Run<Harness> run(vlans, tunnels);
       destinations = run.population.destinations();
+      if (removal) run.population.fill();
       peakBytes = liveBytes;
       state.ResumeTiming();
-      run.population.fill();
-      state.PauseTiming();
-      bytesPerDestination = run.perDestination(peakBytes);
-      if (run.harness.configuredFloodSets() != vlans * 3) state.SkipWithError("flood sets not configured");
-    }
-    state.ResumeTiming();
-  }
-  state.counters["destinations"] = double(destinations);
-  state.counters["destinations/s"] =
-      benchmark::Counter(double(destinations) * double(state.iterations()), benchmark::Counter::kIsRate);
-  state.counters["peakBytes/destination"] = bytesPerDestination;
-}
-
-template <class Harness>
-void removeDestinations(benchmark::State& state) {
-  uint64_t const vlans = static_cast<uint64_t>(state.range(0));
-  uint64_t const tunnels = static_cast<uint64_t>(state.range(1));
-  int64_t destinations = 0;
-  double leftPerDestination = 0;
-  for (auto _ : state) {
-    state.PauseTiming();
-    {
-      Run<Harness> run(vlans, tunnels);
-      destinations = run.population.destinations();
-      run.population.fill();
-      state.ResumeTiming();
-      run.population.empty();
+      if (removal) {
+        run.population.empty();
+      } else {
+        run.population.fill();
+      }
       state.PauseTiming();
       // Released FEC indexes are held back for a while before they go back to the pool.
-      run.harness.advance(Fenn::EvpnFloodSetFecSm::fecIndexHoldBack + 1);
-      leftPerDestination = run.perDestination(liveBytes);
-      if (run.harness.configuredFloodSets() != 0) state.SkipWithError("flood sets still configured");
+      if (removal) run.harness.advance(Fenn::EvpnFloodSetFecSm::fecIndexHoldBack + 1);
+      bytesPerDestination = run.perDestination(removal ? liveBytes : peakBytes);
+      if (run.harness.configuredFloodSets() != (removal ? 0 : vlans * 3))
+        state.SkipWithError("flood sets not configured as expected");
     }
     state.ResumeTiming();
   }
   state.counters["destinations"] = double(destinations);
   state.counters["destinations/s"] =
       benchmark::Counter(double(destinations) * double(state.iterations()), benchmark::Counter::kIsRate);
-  state.counters["leftBytes/destination"] = leftPerDestination;
+  state.counters[removal ? "leftBytes/destination" : "peakBytes/destination"] = bytesPerDestination;
 }
 
-void BM_SwitchAddDestinations(benchmark::State& state) { addDestinations<SwitchHarness>(state); }
-void BM_SwitchRemoveDestinations(benchmark::State& state) { removeDestinations<SwitchHarness>(state); }
-void BM_LibraryAddDestinations(benchmark::State& state) { addDestinations<LibraryHarness>(state); }
-void BM_LibraryRemoveDestinations(benchmark::State& state) { removeDestinations<LibraryHarness>(state); }
+void BM_SwitchAddDestinations(benchmark::State& state) { timeDestinations<SwitchHarness, false>(state); }
+void BM_SwitchRemoveDestinations(benchmark::State& state) { timeDestinations<SwitchHarness, true>(state); }
+void BM_LibraryAddDestinations(benchmark::State& state) { timeDestinations<LibraryHarness, false>(state); }
+void BM_LibraryRemoveDestinations(benchmark::State& state) { timeDestinations<LibraryHarness, true>(state); }
 
 // VLANs and tunnels of the scaling steps, 3.1M apart.
 void scalingSteps(benchmark::internal::Benchmark* b) {

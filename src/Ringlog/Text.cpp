@@ -38,9 +38,9 @@ void appendTime(Qor::String& out, int64_t timeNs) {
     time_t const t = static_cast<time_t>(seconds);
     tm parts;
     gmtime_r(&t, &parts);
-    int const n = std::snprintf(last.text, sizeof last.text, "%04d-%02d-%02dT%02d:%02d:%02d.",
-                                parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
-                                parts.tm_min, parts.tm_sec);
+    int const n =
+        std::snprintf(last.text, sizeof last.text, "%04d-%02d-%02dT%02d:%02d:%02d.", parts.tm_year + 1900,
+                      parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
     last.size = static_cast<size_t>(n);
     last.seconds = seconds;
   }

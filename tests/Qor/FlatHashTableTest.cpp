@@ -87,7 +87,8 @@ TEST(FlatHashTable, GrowsAndShrinksWithBurstsKeepingEveryElement) {
     int const count = 1 + int(rng() % 3000);
     for (int i = 0; i < count; ++i) {
       int const k = int(rng() % 4000);
-      EXPECT_EQ(map.try_emplace(k, std::to_string(k)).second, refMap.try_emplace(k, std::to_string(k)).second);
+      EXPECT_EQ(map.try_emplace(k, std::to_string(k)).second,
+                refMap.try_emplace(k, std::to_string(k)).second);
     }
     expectSameContents(map, refMap);
     EXPECT_GE(map.capacity() * 7 / 8, map.size());
