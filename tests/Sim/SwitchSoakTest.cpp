@@ -10,29 +10,12 @@
 
 #include <iostream>
 
-#include "Access/AccessDriver.h"
-#include "HostFec/HostChainDriver.h"
 #include "Qor/SysLog.h"
-#include "Sim/SwitchEquality.h"
-#include "Sim/SwitchInputs.h"
+#include "Sim/SwitchSoak.h"
 
 namespace {
 
 using SimTest::envNumber;
-
-// Every helper operation and hardware model that can fail.
-constexpr Sim::FaultTarget kTargets[] = {
-    Sim::FaultTarget::hwTunnelIdAllocation,
-    Sim::FaultTarget::fecResponse,
-    Sim::FaultTarget::floodSetProgramming,
-    Sim::FaultTarget::esiPortMapResourceFull,
-    Sim::FaultTarget::esiPortMapTemporaryFailure,
-    Sim::FaultTarget::createEsiData,
-    Sim::FaultTarget::hostFecResponse,
-    Sim::FaultTarget::createVlan,
-    Sim::FaultTarget::createVlanToDot1qMapping,
-    Sim::FaultTarget::createNonDfPort,
-};
 
 struct Totals {
   uint64_t events = 0;
@@ -42,60 +25,11 @@ struct Totals {
 // One seed: random changes with faults at `level`, then recovery, then the comparison.
 void soak(uint64_t seed, double level, uint64_t events, Totals& totals) {
   SCOPED_TRACE("fault level " + std::to_string(level) + " FENN_SOAK_FIRST_SEED=" + std::to_string(seed));
-  Sim::HardwareConfig const config = SimTest::hardware();
-  Sim::Switch sw(config, "soak/");
-  for (size_t i = 0; i < std::size(kTargets); ++i)
-    sw.faults(kTargets[i]).failFractionIs(level, seed * 16 + i);
-  AccessTest::Driver access(sw, seed, false);
-  HostFecTest::ChainDriver chains(sw, seed + 1);
-  std::vector<SimTest::Op> const ops = SimTest::randomInputs(seed, int(events));
-  std::mt19937_64 rng(seed ^ 0x5eed);
-  for (SimTest::Op const& op : ops) {
-    // Flood-set and segment changes, access-side changes (which include pool sizes and
-    // time), dot1q and flood filters, host chains (with FEC answer delays and withholding),
-    // LFIB routes, tunnel endpoints, and the flood-set capacity.
-    switch (rng() % 12) {
-      case 0:
-      case 1:
-      case 2:
-        SimTest::apply(sw, op);
-        break;
-      case 3:
-      case 4:
-        access.step();
-        break;
-      case 5:
-        access.floodingStep();
-        break;
-      case 6:
-      case 7:
-        chains.step();
-        break;
-      case 8:
-      case 9:
-        SimTest::lfibStep(sw, rng);
-        break;
-      case 10:
-        SimTest::tunnelEndpointStep(sw, rng);
-        break;
-      default:
-        sw.floodSetCapacityIs(rng() % 2 ? uint32_t(rng() % 24) : config.floodSetCapacity);
-    }
-  }
-  for (auto target : kTargets) {
-    totals.faults += sw.faults(target).failures();
-    sw.faults(target).clear();
-  }
+  SimTest::SoakRun run(seed, level, events);
+  for (uint64_t i = 0; i < events; ++i) run.change();
+  totals.faults += run.recover();
   totals.events += events;
-  sw.fecResponsesWithheldIs(false);
-  sw.floodSetCapacityIs(config.floodSetCapacity);
-  sw.hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeDefault, config.defaultHwTunnelIds);
-  sw.hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeSharedEs, config.sharedEsHwTunnelIds);
-  sw.advance(60);
-
-  Sim::Switch reference(config, "soakReference/", sw.controlPlane());
-  reference.advance(60);
-  for (auto const& difference : SimTest::hardwareDifferences(sw, reference)) ADD_FAILURE() << difference;
+  for (auto const& difference : run.differences()) ADD_FAILURE() << difference;
 }
 
 class SwitchSoak : public ::testing::TestWithParam<double> {
