@@ -693,4 +693,15 @@ void Switch::reinitialize(Qor::StateMachine& sm) {
   settle();
 }
 
+// ---- Operator tools ----
+
+Fenn::MachineSet Switch::machines() const {
+  Fenn::MachineSet m;
+  m.remoteInfoFinder = remoteInfoFinderSm_.get();
+  m.hwTunnelId = hwTunnelIdSm_.get();
+  m.floodSetFec = floodSetFecSm_.get();
+  m.vlanFloodSet = vlanFloodSetSm_.get();
+  return m;
+}
+
 }  // namespace Sim
