@@ -23,7 +23,7 @@ std::string_view statusTag(ExplainStatus status) {
 
 }  // namespace
 
-Explanation::Explanation(TunnelNamer tunnelNamer) : tunnelNamer_(std::move(tunnelNamer)) {}
+Explanation::Explanation(Names names) : names_(std::move(names)) {}
 
 void Explanation::stepIs(std::string_view machine, std::string_view condition, Qor::String value,
                          ExplainStatus status) {
@@ -52,7 +52,22 @@ std::string_view Explanation::stateName(ExplainStatus status) noexcept {
 }
 
 Qor::String Explanation::tunnelName(Tunnel::TunnelTable::TunnelId const& tunnelId) const {
-  return tunnelNamer_ ? tunnelNamer_(tunnelId) : Qor::valueToStrep(tunnelId);
+  return names_.tunnel ? names_.tunnel(tunnelId) : Qor::valueToStrep(tunnelId);
+}
+
+Qor::String Explanation::objectName(L2Rib::ObjTuple const& object) const {
+  if (names_.object) return names_.object(object);
+  switch (object.tableType()) {
+    case L2Rib::tableTypeLabel_:
+      return "label " + std::to_string(object.objId());
+    case L2Rib::tableTypeLoadBalance_:
+      return "load balance " + std::to_string(object.objId());
+    case L2Rib::tableTypeDest_:
+      return "destination " + std::to_string(object.objId());
+    case L2Rib::tableTypeInvalid_:
+      break;
+  }
+  return "nothing";
 }
 
 Qor::String Explanation::text() const {

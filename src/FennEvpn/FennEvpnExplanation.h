@@ -24,6 +24,7 @@
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnSmSummary.h"
 #include "Keel/TimerTask.h"
+#include "L2Rib/ObjTuple.h"
 #include "Qor/String.h"
 #include "Tunnel/TunnelId.h"
 
@@ -40,11 +41,15 @@ struct ExplainStep {
 
 class FENN_EVPN_EXPORT Explanation {
  public:
-  // How tunnels are named in the answer: by default their text form; a caller that knows
-  // its peers by name (a PE, a TEP address) passes its own.
-  using TunnelNamer = std::function<Qor::String(Tunnel::TunnelTable::TunnelId const&)>;
+  // How tunnels and chain objects are named in the answer: by default a tunnel reads as
+  // its text form and an object as its table and id ("label 7"); a caller that knows its
+  // peers or objects by name (a PE, a TEP address) passes its own.
+  struct Names {
+    std::function<Qor::String(Tunnel::TunnelTable::TunnelId const&)> tunnel;
+    std::function<Qor::String(L2Rib::ObjTuple const&)> object;
+  };
 
-  explicit Explanation(TunnelNamer tunnelNamer = {});
+  explicit Explanation(Names names = {});
 
   // What is explained ("flood-set destination vlan 10 mac ff:ff:ff:ff:ff:ff ...").
   Qor::String const& key() const noexcept { return key_; }
@@ -58,8 +63,9 @@ class FENN_EVPN_EXPORT Explanation {
   // "programmed", "missingInput", "waitingForHardware" or "failed".
   static std::string_view stateName(ExplainStatus status) noexcept;
 
-  // Names a tunnel as the caller asked.
+  // Names a tunnel or a chain object as the caller asked.
   Qor::String tunnelName(Tunnel::TunnelTable::TunnelId const& tunnelId) const;
+  Qor::String objectName(L2Rib::ObjTuple const& object) const;
 
   // The answer as lines of text: the key and its state, then one line per step.
   Qor::String text() const;
@@ -69,7 +75,7 @@ class FENN_EVPN_EXPORT Explanation {
 
  private:
   Qor::String key_;
-  TunnelNamer tunnelNamer_;
+  Names names_;
   std::vector<ExplainStep> steps_;
 };
 

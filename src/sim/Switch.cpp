@@ -701,6 +701,11 @@ Fenn::MachineSet Switch::machines() const {
   m.hwTunnelId = hwTunnelIdSm_.get();
   m.floodSetFec = floodSetFecSm_.get();
   m.vlanFloodSet = vlanFloodSetSm_.get();
+  m.floodingEsi = floodingEsiSm_.get();
+  m.floodingDot1q = floodingDot1qSm_.get();
+  m.floodFilter = floodFilterSm_.get();
+  m.hostFec = hostFecSm_.get();
+  m.esiFilteringDecap = esiFilteringDecapSm_.get();
   return m;
 }
 

@@ -512,15 +512,29 @@ Qor::String Runner::checkAccess(Expectation const& e, Sim::HardwareState const& 
 // ---- Operator tools ----
 
 Fenn::Explanation Runner::explain(ExplainQuery const& query) const {
-  Fenn::Explanation::TunnelNamer const namer = [this](Tunnel::TunnelTable::TunnelId const& tunnelId) {
+  Fenn::Explanation::Names namer;
+  namer.tunnel = [this](Tunnel::TunnelTable::TunnelId const& tunnelId) {
     return scenario_.tunnelName(tunnelId);
   };
+  namer.object = [this](L2Rib::ObjTuple const& object) { return scenario_.objectName(object); };
   Fenn::MachineSet const machines = switch_->machines();
   switch (query.kind) {
     case ExplainQuery::Kind::dest:
       return Fenn::explainFloodSetDest(machines, query.vlan, query.mac, query.dest, namer);
     case ExplainQuery::Kind::tunnel:
       return Fenn::explainTunnel(machines, query.tunnel, namer);
+    case ExplainQuery::Kind::esi:
+      return Fenn::explainEsi(machines, Fenn::IntfVlanTunnelKey(query.intf, query.vlan, query.tunnel), namer);
+    case ExplainQuery::Kind::dot1q:
+      return Fenn::explainDot1q(machines, Fenn::IntfVlanKey(query.intf, query.vlan), namer);
+    case ExplainQuery::Kind::floodFilter:
+      return Fenn::explainFloodFilter(machines, Fenn::IntfVlanKey(query.intf, query.vlan), namer);
+    case ExplainQuery::Kind::host:
+      return Fenn::explainHost(machines, Bridging::MacVlanPair(query.mac, query.vlan), namer);
+    case ExplainQuery::Kind::object:
+      return Fenn::explainObject(machines, query.object, namer);
+    case ExplainQuery::Kind::route:
+      return Fenn::explainFilterRoute(machines, query.route, namer);
   }
   return Fenn::Explanation();
 }

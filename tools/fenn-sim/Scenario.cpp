@@ -963,7 +963,7 @@ class Reader {
   }
 
   // ---- Operator tools ----
-  static constexpr char const* explainKinds = "dest or tunnel";
+  static constexpr char const* explainKinds = "dest, tunnel, esi, dot1q, floodFilter, host, object or route";
   // The key of one kind, as an explain step or --explain writes it.
   ExplainQuery explainQueryOf(Yaml::Node const& kindNode, Yaml::Node const& v) const {
     Qor::String const kind = kindNode.Scalar();
@@ -976,6 +976,28 @@ class Reader {
       q.vlan = vlan(v["vlan"]);
       q.mac = mac(v["mac"]);
       q.dest = dest(v, "explain dest");
+    } else if (kind == "esi") {
+      checkMap(v, "explain esi", {"intf", "vlan", "tunnel"}, {"intf", "vlan", "tunnel"});
+      q.kind = ExplainQuery::Kind::esi;
+      q.intf = intf(v["intf"]);
+      q.vlan = vlan(v["vlan"]);
+      q.tunnel = tunnel(v["tunnel"]);
+    } else if (kind == "dot1q" || kind == "floodFilter") {
+      checkMap(v, "explain " + kind, {"intf", "vlan"}, {"intf", "vlan"});
+      q.kind = kind == "dot1q" ? ExplainQuery::Kind::dot1q : ExplainQuery::Kind::floodFilter;
+      q.intf = intf(v["intf"]);
+      q.vlan = vlan(v["vlan"]);
+    } else if (kind == "host") {
+      checkMap(v, "explain host", {"vlan", "mac"}, {"vlan", "mac"});
+      q.kind = ExplainQuery::Kind::host;
+      q.vlan = vlan(v["vlan"]);
+      q.mac = mac(v["mac"]);
+    } else if (kind == "object") {
+      q.kind = ExplainQuery::Kind::object;
+      q.object = chainObject(v);
+    } else if (kind == "route") {
+      q.kind = ExplainQuery::Kind::route;
+      q.route = routeKey(v);
     } else {
       fail(kindNode, "unknown explain key '" + kind + "' (expected " + explainKinds + ")");
     }

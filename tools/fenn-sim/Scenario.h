@@ -146,12 +146,15 @@ struct ToggleStep {
 
 // Operator tools: a key whose hardware state is explained, and the state it should be in.
 struct ExplainQuery {
-  enum class Kind { dest, tunnel };
+  enum class Kind { dest, tunnel, esi, dot1q, floodFilter, host, object, route };
   Kind kind = Kind::dest;
   Bridging::VlanId vlan{};
-  Ostra::EthAddr mac;
-  L2Rib::Dest dest;
-  Tunnel::TunnelTable::TunnelId tunnel;
+  Ostra::EthAddr mac;                    // dest, host
+  L2Rib::Dest dest;                      // dest
+  Tunnel::TunnelTable::TunnelId tunnel;  // tunnel, esi
+  Ostra::IntfId intf;                    // esi, dot1q, floodFilter
+  L2Rib::ObjTuple object;                // object
+  Mpls::RouteKey route;                  // route
 };
 struct ExplainStep {
   ExplainQuery query;
