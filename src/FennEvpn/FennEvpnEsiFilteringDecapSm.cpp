@@ -292,6 +292,7 @@ void EsiFilteringDecapSm::explainRoute(Mpls::RouteKey const& routeKey, Explanati
 SmSummary EsiFilteringDecapSm::summary() const {
   SmSummary s;
   s.machine = "EsiFilteringDecapSm";
+  s.unusableInputs = unusableInputCount();
   s.programmed = routeEsiFilterVia().size();
   s.unprogrammed = lfibHwStatus_ ? lfibHwStatus_->unprogrammedRoute().size() : 0;
   s.intended = s.programmed + s.unprogrammed;

@@ -283,6 +283,7 @@ void FennEvpnFloodFilterSm::explainFloodFilter(IntfVlanKey const& key, Explanati
 SmSummary FennEvpnFloodFilterSm::summary() const {
   SmSummary s;
   s.machine = "FennEvpnFloodFilterSm";
+  s.unusableInputs = unusableInputCount();
   for (auto const& [vlan, intfs] : vlanIntfSet()) {
     for (auto const& intf : intfs->intfId()) {
       ++s.intended;

@@ -472,6 +472,7 @@ void EvpnFloodSetFecSm::explainVia(MplsFloodSetVia const& via, Explanation& answ
 SmSummary EvpnFloodSetFecSm::summary() const {
   SmSummary s;
   s.machine = "EvpnFloodSetFecSm";
+  s.unusableInputs = unusableInputCount();
   s.intended = floodSetEntryCache().size();
   for (auto const& [via, entry] : floodSetEntryCache()) s.programmed += hwInfoMapping_->mappingHas(via);
   s.unprogrammed = s.intended - s.programmed;

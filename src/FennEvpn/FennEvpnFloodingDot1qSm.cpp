@@ -520,6 +520,7 @@ void EvpnFloodingDot1qSm::explainDot1q(IntfVlanKey const& key, Explanation& answ
 SmSummary EvpnFloodingDot1qSm::summary() const {
   SmSummary s;
   s.machine = "EvpnFloodingDot1qSm";
+  s.unusableInputs = unusableInputCount();
   s.intended = intfVlanDot1q().size();
   for (auto const& [key, tag] : intfVlanDot1q()) {
     IntfVlanStatus const* status = dot1qStatus(key);

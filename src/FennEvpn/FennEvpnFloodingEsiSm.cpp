@@ -607,7 +607,7 @@ void EvpnFloodingEsiSm::explainEsi(IntfVlanTunnelKey const& key, Explanation& an
   answer.stepIs(machine, "local ESI label", Qor::valueToStrep(local.mplsLabel()));
   Ostra::IntfId peerTep;
   for (auto const& [tep, label] : es->remoteEsiLabel()) {
-    if (usableInput([&] { (void)tunnelOfTep(tep); }) && tunnelOfTep(tep) == key.tunnelId()) peerTep = tep;
+    if (tunnelOfTep(tep) == key.tunnelId()) peerTep = tep;
   }
   if (peerTep.empty()) {
     answer.stepIs(machine, "peer", "the tunnel is not a peer of the segment", ExplainStatus::missingInput);
@@ -621,8 +621,8 @@ void EvpnFloodingEsiSm::explainEsi(IntfVlanTunnelKey const& key, Explanation& an
     if (es->designatedForwarderTepHas(key.vlanId())) {
       Ostra::IntfId const dfTep = es->designatedForwarderTep(key.vlanId());
       dfIsPeer = dfTep == peerTep;
-      df = usableInput([&] { (void)tunnelOfTep(dfTep); }) ? answer.tunnelName(tunnelOfTep(dfTep))
-                                                          : dfTep.name();
+      std::optional<TunnelId> const dfTunnel = tunnelOfTep(dfTep);
+      df = dfTunnel ? answer.tunnelName(*dfTunnel) : dfTep.name();
     }
     if (dfIsPeer) {
       answer.stepIs(machine, "ESI label sent", "not yet: the designated forwarder has no hardware tunnel ID",
@@ -646,6 +646,7 @@ void EvpnFloodingEsiSm::explainEsi(IntfVlanTunnelKey const& key, Explanation& an
 SmSummary EvpnFloodingEsiSm::summary() const {
   SmSummary s;
   s.machine = "EvpnFloodingEsiSm";
+  s.unusableInputs = unusableInputCount();
   s.intended = intfVlanTunnelEsiInfo().size();
   for (auto const& [key, info] : intfVlanTunnelEsiInfo()) {
     IntfVlanTunnelEsiStatus const* es = esiStatus(key);

@@ -607,6 +607,7 @@ void EvpnHwTunnelIdSm::explainHwTunnelId(TunnelId const& tunnelId, Explanation& 
 SmSummary EvpnHwTunnelIdSm::summary() const {
   SmSummary s;
   s.machine = "EvpnHwTunnelIdSm";
+  s.unusableInputs = unusableInputCount();
   // Every tunnel that needs an ID: the flooding destinations and the segments' peers.
   s.intended = remoteInfo_->remoteTunnelId().size();
   for (auto const& [tunnelId, info] : tunnelInfo()) s.intended += !remoteInfo_->remoteTunnelIdHas(tunnelId);

@@ -115,6 +115,7 @@ void EvpnRemoteInfoFinderSm::explainDest(Bridging::VlanId vlanId, Ostra::EthAddr
 SmSummary EvpnRemoteInfoFinderSm::summary() const {
   SmSummary s;
   s.machine = "EvpnRemoteInfoFinderSm";
+  s.unusableInputs = unusableInputCount();
   s.intended = remoteInfo_->remoteTunnelId().size();
   s.programmed = s.intended;
   return s;

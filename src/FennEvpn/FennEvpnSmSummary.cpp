@@ -25,14 +25,14 @@ Qor::String lastFailureText(SmCounters const& c) {
 Qor::String summaryTable(std::vector<SmSummary> const& summaries) {
   Qor::String out = padded("machine", 26, false) + padded("intended", 9) + padded("programmed", 11) +
                     padded("unprogrammed", 13) + padded("calls", 8) + padded("failures", 9) +
-                    padded("retries", 8) + "  " + padded("last failure", 14, false) +
+                    padded("retries", 8) + padded("unusable", 9) + "  " + padded("last failure", 14, false) +
                     "FEC IDs in use/held back\n";
   for (auto const& s : summaries) {
     SmCounters const& c = s.counters;
     out += padded(s.machine, 26, false) + padded(number(s.intended), 9) + padded(number(s.programmed), 11) +
            padded(number(s.unprogrammed), 13) + padded(number(c.helperCalls), 8) +
-           padded(number(c.helperFailures), 9) + padded(number(c.retries), 8) + "  " +
-           padded(lastFailureText(c), 14, false) +
+           padded(number(c.helperFailures), 9) + padded(number(c.retries), 8) +
+           padded(number(s.unusableInputs), 9) + "  " + padded(lastFailureText(c), 14, false) +
            (s.hasFecIds ? number(s.fecIdsInUse) + "/" + number(s.fecIdsHeldBack) : Qor::String("-")) + "\n";
     for (auto const& p : s.pools) {
       out += "  pool " + p.name + ": " + number(p.inUse) + (p.size ? " of " + number(p.size) : "") +
@@ -52,7 +52,7 @@ Qor::String summaryJson(std::vector<SmSummary> const& summaries) {
            ", \"unprogrammed\": " + number(s.unprogrammed) + ", \"helperCalls\": " + number(c.helperCalls) +
            ", \"helperFailures\": " + number(c.helperFailures) + ", \"retries\": " + number(c.retries) +
            ", \"lastFailureTime\": " + (c.helperFailures ? secondsText(c.lastFailureTime) : "null") +
-           ", \"pools\": [";
+           ", \"unusableInputs\": " + number(s.unusableInputs) + ", \"pools\": [";
     for (size_t j = 0; j < s.pools.size(); ++j) {
       PoolUse const& p = s.pools[j];
       out += Qor::String(j ? ", " : "") + "{\"name\": " + jsonQuoted(p.name) +

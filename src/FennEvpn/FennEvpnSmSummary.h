@@ -49,6 +49,8 @@ struct SmSummary {
   bool hasFecIds = false;
   uint64_t fecIdsInUse = 0;
   uint64_t fecIdsHeldBack = 0;
+  // Inputs the machine skipped because it could not use them (docs/architecture.md).
+  uint64_t unusableInputs = 0;
 };
 
 // One line per machine under a header, then one line per pool.

@@ -355,6 +355,7 @@ void EvpnVlanFloodSetSm::explainDest(VlanMacDest const& d, Explanation& answer) 
 SmSummary EvpnVlanFloodSetSm::summary() const {
   SmSummary s;
   s.machine = "EvpnVlanFloodSetSm";
+  s.unusableInputs = unusableInputCount();
   for (auto const& [tunnelId, entry] : tunnelToFloodSetEntry()) s.intended += entry->vlanMacDestSet().size();
   for (auto const& [d, config] : mplsDestHwConfig()) {
     s.programmed += config.hwTunnelId().valid() &&

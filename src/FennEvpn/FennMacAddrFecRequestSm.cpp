@@ -664,6 +664,7 @@ void FennMacAddrFecRequestSm::explainObject(ObjTuple const& tuple, Explanation& 
 SmSummary FennMacAddrFecRequestSm::summary() const {
   SmSummary s;
   s.machine = "FennMacAddrFecRequestSm";
+  s.unusableInputs = unusableInputCount();
   s.intended = objTupleCache().size();
   for (auto const& tuple : objTupleCache()) s.programmed += objTupleToHwIdMap_->hwIdHas(tuple);
   s.unprogrammed = s.intended - s.programmed;
