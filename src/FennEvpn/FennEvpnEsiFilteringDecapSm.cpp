@@ -236,10 +236,7 @@ Qor::Ptr<EsiFilteringDecapSm> esiFilteringDecapSmFactory(
 
 void EsiFilteringDecapSm::explainRoute(Mpls::RouteKey const& routeKey, Explanation& answer) const {
   constexpr char machine[] = "EsiFilteringDecapSm";
-  if (!initialized()) {
-    answer.stepIs(machine, "initialized", "no", ExplainStatus::missingInput);
-    return;
-  }
+  if (!answer.initializedStep(machine, initialized())) return;
   if (!lfibStatus_->routeHas(routeKey)) {
     answer.stepIs(machine, "LFIB route", "none", ExplainStatus::missingInput);
     return;
@@ -290,13 +287,9 @@ void EsiFilteringDecapSm::explainRoute(Mpls::RouteKey const& routeKey, Explanati
 }
 
 SmSummary EsiFilteringDecapSm::summary() const {
-  SmSummary s;
-  s.machine = "EsiFilteringDecapSm";
-  s.unusableInputs = unusableInputCount();
-  s.programmed = routeEsiFilterVia().size();
-  s.unprogrammed = lfibHwStatus_ ? lfibHwStatus_->unprogrammedRoute().size() : 0;
-  s.intended = s.programmed + s.unprogrammed;
-  s.counters = counters_;
+  SmSummary s("EsiFilteringDecapSm", counters_, unusableInputCount());
+  uint64_t const listed = lfibHwStatus_ ? lfibHwStatus_->unprogrammedRoute().size() : 0;
+  s.entriesIs(routeEsiFilterVia().size() + listed, routeEsiFilterVia().size());
   s.counters.retries = review_ ? review_->reviewedCount() : 0;
   return s;
 }

@@ -30,6 +30,11 @@ void Explanation::stepIs(std::string_view machine, std::string_view condition, Q
   steps_.push_back(ExplainStep{Qor::String(machine), Qor::String(condition), std::move(value), status});
 }
 
+bool Explanation::initializedStep(std::string_view machine, bool initialized) {
+  if (!initialized) stepIs(machine, "initialized", "no", ExplainStatus::missingInput);
+  return initialized;
+}
+
 ExplainStatus Explanation::state() const noexcept {
   for (auto const& step : steps_) {
     if (step.status != ExplainStatus::ok) return step.status;

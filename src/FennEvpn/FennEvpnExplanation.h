@@ -58,6 +58,10 @@ class FENN_EVPN_EXPORT Explanation {
   void stepIs(std::string_view machine, std::string_view condition, Qor::String value,
               ExplainStatus status = ExplainStatus::ok);
 
+  // For a machine that is not initialized yet, adds "initialized: no" (missing input).
+  // Returns whether it is initialized, so that the caller stops when it is not.
+  bool initializedStep(std::string_view machine, bool initialized);
+
   // The status of the first step that is not ok; ok (programmed) when all are.
   ExplainStatus state() const noexcept;
   // "programmed", "missingInput", "waitingForHardware" or "failed".

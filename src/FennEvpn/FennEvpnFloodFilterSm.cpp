@@ -262,10 +262,7 @@ Qor::Ptr<FennEvpnFloodFilterSm> fennEvpnFloodFilterSmFactory(
 
 void FennEvpnFloodFilterSm::explainFloodFilter(IntfVlanKey const& key, Explanation& answer) const {
   constexpr char machine[] = "FennEvpnFloodFilterSm";
-  if (!initialized()) {
-    answer.stepIs(machine, "initialized", "no", ExplainStatus::missingInput);
-    return;
-  }
+  if (!answer.initializedStep(machine, initialized())) return;
   Evpn::EvpnVlanFloodStatus const* floodStatus = evpnStatus_->evpnVlanFloodStatus(key.vlanId());
   if (!floodStatus || !floodStatus->floodFilterHas(key.intfId())) {
     answer.stepIs(machine, "VLAN flood status filters the interface",
@@ -281,18 +278,15 @@ void FennEvpnFloodFilterSm::explainFloodFilter(IntfVlanKey const& key, Explanati
 }
 
 SmSummary FennEvpnFloodFilterSm::summary() const {
-  SmSummary s;
-  s.machine = "FennEvpnFloodFilterSm";
-  s.unusableInputs = unusableInputCount();
+  SmSummary s("FennEvpnFloodFilterSm", counters_, unusableInputCount());
+  uint64_t wanted = 0;
+  uint64_t programmedCount = 0;
   for (auto const& [vlan, intfs] : vlanIntfSet()) {
-    for (auto const& intf : intfs->intfId()) {
-      ++s.intended;
-      IntfVlanStatus const* status = programmedStatus(IntfVlanKey(intf, vlan));
-      s.programmed += status && !status->programmed().empty() && status->unprogrammed().empty();
-    }
+    wanted += intfs->intfId().size();
+    for (auto const& intf : intfs->intfId())
+      programmedCount += portsProgrammed(programmedStatus(IntfVlanKey(intf, vlan)));
   }
-  s.unprogrammed = s.intended - s.programmed;
-  s.counters = counters_;
+  s.entriesIs(wanted, programmedCount);
   s.counters.retries = review_ ? review_->reviewedCount() : 0;
   return s;
 }

@@ -440,10 +440,7 @@ void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
 
 void EvpnFloodSetFecSm::explainVia(MplsFloodSetVia const& via, Explanation& answer) const {
   constexpr char machine[] = "EvpnFloodSetFecSm";
-  if (!initialized()) {
-    answer.stepIs(machine, "initialized", "no", ExplainStatus::missingInput);
-    return;
-  }
+  if (!answer.initializedStep(machine, initialized())) return;
   FecId const* fecId = mplsFloodSetViaCache().find(via);
   if (!fecId || !mplsFloodSetFecRequest_->rowHas(*fecId)) {
     answer.stepIs(machine, "FEC request", "none: no MPLS flood-set destination uses the via",
@@ -470,19 +467,12 @@ void EvpnFloodSetFecSm::explainVia(MplsFloodSetVia const& via, Explanation& answ
 }
 
 SmSummary EvpnFloodSetFecSm::summary() const {
-  SmSummary s;
-  s.machine = "EvpnFloodSetFecSm";
-  s.unusableInputs = unusableInputCount();
-  s.intended = floodSetEntryCache().size();
-  for (auto const& [via, entry] : floodSetEntryCache()) s.programmed += hwInfoMapping_->mappingHas(via);
-  s.unprogrammed = s.intended - s.programmed;
-  s.counters = counters_;
-  s.hasFecIds = true;
-  Keel::NumAllocatorStatus const ids = numAllocatorStatus();
-  s.fecIdsInUse = ids.inUseCount();
-  s.fecIdsHeldBack = ids.heldBackCount();
-  s.pools.push_back(PoolUse{"FEC IDs", ids.inUseCount(), fecIndexLast - fecIndexFirst + 1,
-                            numAllocator_ ? numAllocator_->inUseHighWater() : 0});
+  SmSummary s("EvpnFloodSetFecSm", counters_, unusableInputCount());
+  uint64_t answered = 0;
+  for (auto const& [via, entry] : floodSetEntryCache()) answered += hwInfoMapping_->mappingHas(via);
+  s.entriesIs(floodSetEntryCache().size(), answered);
+  s.fecIdsIs(numAllocatorStatus(), fecIndexLast - fecIndexFirst + 1,
+             numAllocator_ ? numAllocator_->inUseHighWater() : 0);
   return s;
 }
 

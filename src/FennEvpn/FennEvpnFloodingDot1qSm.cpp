@@ -482,10 +482,7 @@ Qor::Ptr<EvpnFloodingDot1qSm> evpnFloodingDot1qSmFactory(Qor::Ptr<FennHelper::Ev
 
 void EvpnFloodingDot1qSm::explainDot1q(IntfVlanKey const& key, Explanation& answer) const {
   constexpr char machine[] = "EvpnFloodingDot1qSm";
-  if (!initialized()) {
-    answer.stepIs(machine, "initialized", "no", ExplainStatus::missingInput);
-    return;
-  }
+  if (!answer.initializedStep(machine, initialized())) return;
   EvpnVlanMemberInfo const* members = evpnVlanStatus_->vlanStatus(key.vlanId());
   if (!members || !members->memberHas(key.intfId())) {
     answer.stepIs(machine, "EVPN VLAN member", "no", ExplainStatus::missingInput);
@@ -518,16 +515,10 @@ void EvpnFloodingDot1qSm::explainDot1q(IntfVlanKey const& key, Explanation& answ
 }
 
 SmSummary EvpnFloodingDot1qSm::summary() const {
-  SmSummary s;
-  s.machine = "EvpnFloodingDot1qSm";
-  s.unusableInputs = unusableInputCount();
-  s.intended = intfVlanDot1q().size();
-  for (auto const& [key, tag] : intfVlanDot1q()) {
-    IntfVlanStatus const* status = dot1qStatus(key);
-    s.programmed += status && !status->programmed().empty() && status->unprogrammed().empty();
-  }
-  s.unprogrammed = s.intended - s.programmed;
-  s.counters = counters_;
+  SmSummary s("EvpnFloodingDot1qSm", counters_, unusableInputCount());
+  uint64_t programmedCount = 0;
+  for (auto const& [key, tag] : intfVlanDot1q()) programmedCount += portsProgrammed(dot1qStatus(key));
+  s.entriesIs(intfVlanDot1q().size(), programmedCount);
   s.counters.retries = review_ ? review_->reviewedCount() : 0;
   return s;
 }

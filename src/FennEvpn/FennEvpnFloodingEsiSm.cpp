@@ -584,10 +584,7 @@ Qor::Ptr<EvpnFloodingEsiSm> evpnFloodingEsiSmFactory(
 
 void EvpnFloodingEsiSm::explainEsi(IntfVlanTunnelKey const& key, Explanation& answer) const {
   constexpr char machine[] = "EvpnFloodingEsiSm";
-  if (!initialized()) {
-    answer.stepIs(machine, "initialized", "no", ExplainStatus::missingInput);
-    return;
-  }
+  if (!answer.initializedStep(machine, initialized())) return;
   Evpn::EthernetSegmentStatus const* es = evpnStatus_->ethernetSegmentStatus(key.intfId());
   if (!es) {
     answer.stepIs(machine, "Ethernet segment", "none on " + key.intfId().name(), ExplainStatus::missingInput);
@@ -644,16 +641,10 @@ void EvpnFloodingEsiSm::explainEsi(IntfVlanTunnelKey const& key, Explanation& an
 }
 
 SmSummary EvpnFloodingEsiSm::summary() const {
-  SmSummary s;
-  s.machine = "EvpnFloodingEsiSm";
-  s.unusableInputs = unusableInputCount();
-  s.intended = intfVlanTunnelEsiInfo().size();
-  for (auto const& [key, info] : intfVlanTunnelEsiInfo()) {
-    IntfVlanTunnelEsiStatus const* es = esiStatus(key);
-    s.programmed += es && !es->programmed().empty() && es->unprogrammed().empty();
-  }
-  s.unprogrammed = s.intended - s.programmed;
-  s.counters = counters_;
+  SmSummary s("EvpnFloodingEsiSm", counters_, unusableInputCount());
+  uint64_t programmedCount = 0;
+  for (auto const& [key, info] : intfVlanTunnelEsiInfo()) programmedCount += portsProgrammed(esiStatus(key));
+  s.entriesIs(intfVlanTunnelEsiInfo().size(), programmedCount);
   s.counters.retries = review_ ? review_->reviewedCount() : 0;
   return s;
 }

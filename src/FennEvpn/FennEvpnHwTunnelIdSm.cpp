@@ -564,7 +564,10 @@ void EvpnHwTunnelIdSm::explainHwTunnelId(TunnelId const& tunnelId, Explanation& 
   if (flooded) users = std::to_string(flooded) + " flood-set destination(s)";
   if (info) {
     users += users.empty() ? "segments" : ", segments";
-    for (auto const& intf : info->intfId().keys()) users += " " + intf.name();
+    for (auto const& intf : info->intfId().keys()) {
+      users += ' ';
+      users += intf.name();
+    }
   }
   Qor::String const name = "tunnel " + answer.tunnelName(tunnelId);
   if (users.empty()) {
@@ -573,10 +576,7 @@ void EvpnHwTunnelIdSm::explainHwTunnelId(TunnelId const& tunnelId, Explanation& 
   } else {
     answer.stepIs(machine, name + " needed by", users);
   }
-  if (!initialized()) {
-    answer.stepIs(machine, "initialized", "no", ExplainStatus::missingInput);
-    return;
-  }
+  if (!answer.initializedStep(machine, initialized())) return;
   HwTunnelIdType const type = hwTunnelIdTypeOf(tunnelId);
   answer.stepIs(machine, "pool",
                 poolName(type) +
@@ -605,9 +605,7 @@ void EvpnHwTunnelIdSm::explainHwTunnelId(TunnelId const& tunnelId, Explanation& 
 }
 
 SmSummary EvpnHwTunnelIdSm::summary() const {
-  SmSummary s;
-  s.machine = "EvpnHwTunnelIdSm";
-  s.unusableInputs = unusableInputCount();
+  SmSummary s("EvpnHwTunnelIdSm", counters_, unusableInputCount());
   // Every tunnel that needs an ID: the flooding destinations and the segments' peers.
   s.intended = remoteInfo_->remoteTunnelId().size();
   for (auto const& [tunnelId, info] : tunnelInfo()) s.intended += !remoteInfo_->remoteTunnelIdHas(tunnelId);
@@ -616,7 +614,6 @@ SmSummary EvpnHwTunnelIdSm::summary() const {
     bool const needed = remoteInfo_->remoteTunnelIdHas(tunnelId) || tunnelInfoHas(tunnelId);
     s.programmed += needed && !unprogrammedTunnelHas(tunnelId);
   }
-  s.counters = counters_;
   for (auto const type : {hwTunnelIdTypeDefault, hwTunnelIdTypeSharedEs}) {
     s.pools.push_back(PoolUse{poolName(type), publishedCount(type),
                               hwTunnelIdHelper_->hwTunnelIdPoolSize(type), highWater_[poolIndex(type)]});

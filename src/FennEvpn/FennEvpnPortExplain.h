@@ -15,6 +15,13 @@
 
 namespace Fenn {
 
+// Whether the entry is on every member port it was tried on: what the summaries count as
+// programmed.
+template <class Status>
+bool portsProgrammed(Status const* status) {
+  return status && !status->programmed().empty() && status->unprogrammed().empty();
+}
+
 template <class Status>
 void explainPorts(Explanation& answer, char const* machine, Ostra::IntfId const& intf,
                   EvpnLagMemberInfo const& lags, Status const* status, SmCounters const& counters,
@@ -23,14 +30,19 @@ void explainPorts(Explanation& answer, char const* machine, Ostra::IntfId const&
   Qor::String programmedOn;
   Qor::String refusedOn;
   Qor::String pendingOn;
+  // Appended piece by piece: a temporary on the left of + trips a bogus GCC 12 warning.
+  auto const add = [](Qor::String& list, Ostra::IntfId const& phy) {
+    list += ' ';
+    list += phy.name();
+  };
   auto const classify = [&](Ostra::IntfId const& phy) {
-    ports += " " + phy.name();
+    add(ports, phy);
     if (status && status->unprogrammedHas(phy)) {
-      refusedOn += " " + phy.name();
+      add(refusedOn, phy);
     } else if (status && status->programmedHas(phy)) {
-      programmedOn += " " + phy.name();
+      add(programmedOn, phy);
     } else {
-      pendingOn += " " + phy.name();
+      add(pendingOn, phy);
     }
   };
   if (!isLag(intf)) {

@@ -113,11 +113,8 @@ void EvpnRemoteInfoFinderSm::explainDest(Bridging::VlanId vlanId, Ostra::EthAddr
 }
 
 SmSummary EvpnRemoteInfoFinderSm::summary() const {
-  SmSummary s;
-  s.machine = "EvpnRemoteInfoFinderSm";
-  s.unusableInputs = unusableInputCount();
-  s.intended = remoteInfo_->remoteTunnelId().size();
-  s.programmed = s.intended;
+  SmSummary s("EvpnRemoteInfoFinderSm", SmCounters(), unusableInputCount());
+  s.entriesIs(remoteInfo_->remoteTunnelId().size(), remoteInfo_->remoteTunnelId().size());
   return s;
 }
 

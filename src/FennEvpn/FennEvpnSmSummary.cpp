@@ -22,6 +22,13 @@ Qor::String lastFailureText(SmCounters const& c) {
 
 }  // namespace
 
+void SmSummary::fecIdsIs(Keel::NumAllocatorStatus const& ids, uint64_t rangeSize, uint64_t highWater) {
+  hasFecIds = true;
+  fecIdsInUse = ids.inUseCount();
+  fecIdsHeldBack = ids.heldBackCount();
+  pools.push_back(PoolUse{"FEC IDs", ids.inUseCount(), rangeSize, highWater});
+}
+
 Qor::String summaryTable(std::vector<SmSummary> const& summaries) {
   Qor::String out = padded("machine", 26, false) + padded("intended", 9) + padded("programmed", 11) +
                     padded("unprogrammed", 13) + padded("calls", 8) + padded("failures", 9) +

@@ -8,9 +8,11 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "FennEvpn/FennEvpnExport.h"
+#include "Keel/NumAllocatorStatus.h"
 #include "Qor/String.h"
 
 namespace Fenn {
@@ -38,6 +40,19 @@ struct PoolUse {
 };
 
 struct SmSummary {
+  SmSummary() = default;
+  SmSummary(Qor::String machineName, SmCounters const& machineCounters, uint64_t unusable)
+      : machine(std::move(machineName)), counters(machineCounters), unusableInputs(unusable) {}
+
+  // The entries wanted and those in hardware; the rest are unprogrammed.
+  void entriesIs(uint64_t wanted, uint64_t inHardware) noexcept {
+    intended = wanted;
+    programmed = inHardware;
+    unprogrammed = wanted - inHardware;
+  }
+  // The FEC IDs of an allocator over `rangeSize` numbers, also listed as a pool.
+  void fecIdsIs(Keel::NumAllocatorStatus const& ids, uint64_t rangeSize, uint64_t highWater);
+
   Qor::String machine;
   uint64_t intended = 0;
   uint64_t programmed = 0;

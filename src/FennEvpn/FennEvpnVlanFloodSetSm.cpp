@@ -314,10 +314,7 @@ bool EvpnVlanFloodSetSm::isMplsDestConfigProgrammed(Bridging::MacVlanPair const&
 
 void EvpnVlanFloodSetSm::explainDest(VlanMacDest const& d, Explanation& answer) const {
   constexpr char machine[] = "EvpnVlanFloodSetSm";
-  if (!initialized()) {
-    answer.stepIs(machine, "initialized", "no", ExplainStatus::missingInput);
-    return;
-  }
+  if (!answer.initializedStep(machine, initialized())) return;
   MplsDestConfig const* config = mplsDestHwConfig().find(d);
   if (!config) {
     bool const wanted = isDestInFloodSet(d);
@@ -353,16 +350,15 @@ void EvpnVlanFloodSetSm::explainDest(VlanMacDest const& d, Explanation& answer) 
 }
 
 SmSummary EvpnVlanFloodSetSm::summary() const {
-  SmSummary s;
-  s.machine = "EvpnVlanFloodSetSm";
-  s.unusableInputs = unusableInputCount();
-  for (auto const& [tunnelId, entry] : tunnelToFloodSetEntry()) s.intended += entry->vlanMacDestSet().size();
+  SmSummary s("EvpnVlanFloodSetSm", counters_, unusableInputCount());
+  uint64_t wanted = 0;
+  uint64_t programmedCount = 0;
+  for (auto const& [tunnelId, entry] : tunnelToFloodSetEntry()) wanted += entry->vlanMacDestSet().size();
   for (auto const& [d, config] : mplsDestHwConfig()) {
-    s.programmed += config.hwTunnelId().valid() &&
-                    isMplsDestConfigProgrammed(Bridging::MacVlanPair(d.macAddr(), d.vlanId()), config);
+    programmedCount += config.hwTunnelId().valid() &&
+                       isMplsDestConfigProgrammed(Bridging::MacVlanPair(d.macAddr(), d.vlanId()), config);
   }
-  s.unprogrammed = s.intended - s.programmed;
-  s.counters = counters_;
+  s.entriesIs(wanted, programmedCount);
   return s;
 }
 

@@ -617,10 +617,7 @@ void FennMacAddrFecRequestSm::explainHost(Bridging::MacVlanPair const& macVlan, 
 void FennMacAddrFecRequestSm::explainObject(ObjTuple const& tuple, Explanation& answer) const {
   constexpr char machine[] = "FennMacAddrFecRequestSm";
   Qor::String const name = answer.objectName(tuple);
-  if (!initialized()) {
-    answer.stepIs(machine, "initialized", "no", ExplainStatus::missingInput);
-    return;
-  }
+  if (!answer.initializedStep(machine, initialized())) return;
   if (!objectPresent(tuple)) {
     answer.stepIs(machine, name, "not in the layer-2 RIB", ExplainStatus::missingInput);
     return;
@@ -662,19 +659,12 @@ void FennMacAddrFecRequestSm::explainObject(ObjTuple const& tuple, Explanation& 
 }
 
 SmSummary FennMacAddrFecRequestSm::summary() const {
-  SmSummary s;
-  s.machine = "FennMacAddrFecRequestSm";
-  s.unusableInputs = unusableInputCount();
-  s.intended = objTupleCache().size();
-  for (auto const& tuple : objTupleCache()) s.programmed += objTupleToHwIdMap_->hwIdHas(tuple);
-  s.unprogrammed = s.intended - s.programmed;
-  s.counters = counters_;
-  s.hasFecIds = true;
-  Keel::NumAllocatorStatus const ids = numAllocatorStatus();
-  s.fecIdsInUse = ids.inUseCount();
-  s.fecIdsHeldBack = ids.heldBackCount();
-  s.pools.push_back(PoolUse{"FEC IDs", ids.inUseCount(), fecIdRange().last() - fecIdRange().first() + 1,
-                            numAllocator_ ? numAllocator_->inUseHighWater() : 0});
+  SmSummary s("FennMacAddrFecRequestSm", counters_, unusableInputCount());
+  uint64_t answered = 0;
+  for (auto const& tuple : objTupleCache()) answered += objTupleToHwIdMap_->hwIdHas(tuple);
+  s.entriesIs(objTupleCache().size(), answered);
+  s.fecIdsIs(numAllocatorStatus(), fecIdRange().last() - fecIdRange().first() + 1,
+             numAllocator_ ? numAllocator_->inUseHighWater() : 0);
   return s;
 }
 }  // namespace Fenn
