@@ -126,6 +126,7 @@ void EsiFilteringDecapSm::createEsiFilterVia(Mpls::RouteKey const& routeKey,
   }
   Mpls::LfibHwProgrammingReturnCode const rc =
       esiFilteringDecapHelper_->createEsiPortMap(routeKey.topLabel(), intfId);
+  ++counters_.helperCalls;
   QTRACE(5, "EsiFilteringDecapSm::", "createEsiFilterVia", " route ", routeKey, " intf ", intfId,
          " rc: ", codeOf(rc));
   switch (codeOf(rc)) {
@@ -139,6 +140,7 @@ void EsiFilteringDecapSm::createEsiFilterVia(Mpls::RouteKey const& routeKey,
       break;
     case Mpls::lfibHwResourceFull:
     case Mpls::lfibHwTemporaryFailure:
+      counters_.failureIs(scheduler_->now());
       QTRACE(5, "EsiFilteringDecapSm::", "createEsiFilterVia", " route ", routeKey, " rc: ", codeOf(rc),
              ", adding via to unprogrammed");
       addRouteToUnprogrammed(routeKey, rc);
@@ -154,6 +156,7 @@ void EsiFilteringDecapSm::deleteEsiFilterVia(Mpls::RouteKey const& routeKey) {
     Ostra::IntfId const intfId = routeEsiFilterVia(routeKey).intfId();
     Mpls::LfibHwProgrammingReturnCode const rc =
         esiFilteringDecapHelper_->deleteEsiPortMap(routeKey.topLabel(), intfId);
+    ++counters_.helperCalls;
     QTRACE(5, "EsiFilteringDecapSm::", "deleteEsiFilterVia", " route ", routeKey, " intf ", intfId,
            " rc: ", codeOf(rc));
     routeEsiFilterViaDel(routeKey);
@@ -229,4 +232,65 @@ Qor::Ptr<EsiFilteringDecapSm> esiFilteringDecapSmFactory(
                               std::move(lfibTrackingStatus), std::move(lfibHwStatus)));
 }
 
+// ---- Operator answers ----
+
+void EsiFilteringDecapSm::explainRoute(Mpls::RouteKey const& routeKey, Explanation& answer) const {
+  constexpr char machine[] = "EsiFilteringDecapSm";
+  if (!answer.initializedStep(machine, initialized())) return;
+  if (!lfibStatus_->routeHas(routeKey)) {
+    answer.stepIs(machine, "LFIB route", "none", ExplainStatus::missingInput);
+    return;
+  }
+  Mpls::LfibViaSetKey const viaSetKey = lfibStatus_->route(routeKey).viaSetKey();
+  if (!lfibStatus_->viaSetHas(viaSetKey)) {
+    answer.stepIs(machine, "LFIB route", "its via set is missing", ExplainStatus::missingInput);
+    return;
+  }
+  answer.stepIs(machine, "LFIB route", "present");
+  Mpls::LfibViaKey const viaKey = lfibStatus_->viaSet(viaSetKey).viaKey();
+  if (viaKey.viaType() != Mpls::lfibViaTypeEvpnEthernetSegmentFilter ||
+      lfibStatus_->evpnEthernetSegmentFilterVia(viaKey).empty()) {
+    answer.stepIs(machine, "ESI filter via",
+                  "none: the route's via is " + Qor::valueToStrep(viaKey.viaType()),
+                  ExplainStatus::missingInput);
+    return;
+  }
+  Ostra::IntfId const intf = lfibStatus_->evpnEthernetSegmentFilterVia(viaKey).intfId();
+  answer.stepIs(machine, "ESI filter via", "towards " + intf.name());
+  if (lfibTrackingStatus_->routeKeyBacklogHas(routeKey)) {
+    answer.stepIs(machine, "route-key backlog", "queued: the backlog drain has not reached it yet",
+                  ExplainStatus::waitingForHardware);
+    return;
+  }
+  if (Mpls::LfibEvpnEthernetSegmentFilterVia const* programmedVia = routeEsiFilterVia().find(routeKey)) {
+    answer.stepIs(machine, "in hardware",
+                  "ESI port map of label " + Qor::valueToStrep(routeKey.topLabel()) + " on " +
+                      programmedVia->intfId().name());
+    return;
+  }
+  if (!lfibHwStatus_->unprogrammedRouteHas(routeKey)) {
+    answer.stepIs(machine, "in hardware", "not programmed yet", ExplainStatus::waitingForHardware);
+    return;
+  }
+  uint32_t const code = codeOf(lfibHwStatus_->unprogrammedRoute(routeKey).returnCode());
+  Qor::String why = "code " + std::to_string(code);
+  if (code == Mpls::lfibHwConflict) {
+    Mpls::RouteKey const* owner = intfRoute().find(intf);
+    why += ", conflict: the port map of " + intf.name() + " belongs to the route of label " +
+           (owner ? Qor::valueToStrep(owner->topLabel()) : Qor::String("(none)"));
+  } else {
+    why += code == Mpls::lfibHwResourceFull ? ", resource full" : ", temporary failure";
+  }
+  answer.stepIs(machine, "in hardware",
+                "listed as unprogrammed (" + why + "); " + retryText(counters_, reviewUnprogrammed()),
+                ExplainStatus::failed);
+}
+
+SmSummary EsiFilteringDecapSm::summary() const {
+  SmSummary s("EsiFilteringDecapSm", counters_, unusableInputCount());
+  uint64_t const listed = lfibHwStatus_ ? lfibHwStatus_->unprogrammedRoute().size() : 0;
+  s.entriesIs(routeEsiFilterVia().size() + listed, routeEsiFilterVia().size());
+  s.counters.retries = review_ ? review_->reviewedCount() : 0;
+  return s;
+}
 }  // namespace Fenn

@@ -23,7 +23,9 @@
 #include <vector>
 
 #include "FennEvpn/FennEvpnEsiFilteringDecapHelper.h"
+#include "FennEvpn/FennEvpnExplanation.h"
 #include "FennEvpn/FennEvpnExport.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnUnprogrammedReview.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Keel/Task.h"
@@ -81,6 +83,11 @@ class EsiFilteringDecapSm : public Qor::StateMachine, public UnusableInputCounte
   void processRouteKeyBacklog(Mpls::RouteKey const& routeKey);
   void doReviewRouteKeyBacklog();
 
+  // Operator answers: why an MPLS route's ESI port map is (not) in hardware, and the
+  // summary (an entry is a route with a filter via).
+  FENN_EVPN_EXPORT void explainRoute(Mpls::RouteKey const& routeKey, Explanation& answer) const;
+  FENN_EVPN_EXPORT SmSummary summary() const;
+
  protected:
   void handleInitialized() override;
 
@@ -98,6 +105,8 @@ class EsiFilteringDecapSm : public Qor::StateMachine, public UnusableInputCounte
   Qor::Ptr<Mpls::LfibHwStatus> lfibHwStatus_;
   Qor::Ptr<Keel::Task> reviewRouteKeyBacklog_;
   std::unique_ptr<Review> review_;
+  // Port map creates and deletes, the creates refused for now, and when.
+  SmCounters counters_;
   // The backlog drain walks the keys present when its pass began, a slice per run; keys
   // that arrive meanwhile wait for the next pass.
   std::vector<Mpls::RouteKey> backlogPass_;

@@ -4,6 +4,7 @@
 
 #include "FennEvpn/FennEvpnIntfVlanIndex.h"
 #include "FennEvpn/FennEvpnPortExpansion.h"
+#include "FennEvpn/FennEvpnPortExplain.h"
 #include "Qor/Assert.h"
 #include "Qor/Trace.h"
 
@@ -197,10 +198,12 @@ void FennEvpnFloodFilterSm::programFloodFilterHelper(Ostra::IntfId const& logInt
     return;
   }
   HwProgrammingStatus const result = helper_->createNonDfPort(logIntf, phyIntf, vlan);
+  ++counters_.helperCalls;
   QTRACE(5, traceClass, "programFloodFilterHelper", " logIntfId ", logIntf, " phyIntfId ", phyIntf,
          " vlanId ", vlan, " status ", result);
   switch (result) {
     case notProgrammed:
+      counters_.failureIs(scheduler_->now());
       unprogrammedFilterIs(key);
       status->unprogrammedIs(phyIntf);
       maybeScheduleUnprogrammedReview(false);
@@ -242,6 +245,7 @@ void FennEvpnFloodFilterSm::unprogramFloodFilterHelper(Ostra::IntfId const& logI
     return;
   }
   helper_->deleteNonDfPort(logIntf, phyIntf, vlan);
+  ++counters_.helperCalls;
   status->programmedDel(phyIntf);
   // The deletion may have freed what the failed entries were refused for.
   if (!unprogrammedFilter().empty()) maybeScheduleUnprogrammedReview(true);
@@ -254,4 +258,36 @@ Qor::Ptr<FennEvpnFloodFilterSm> fennEvpnFloodFilterSmFactory(
       std::move(helper), std::move(taskScheduler), std::move(evpnLagMemberInfo), std::move(evpnStatus)));
 }
 
+// ---- Operator answers ----
+
+void FennEvpnFloodFilterSm::explainFloodFilter(IntfVlanKey const& key, Explanation& answer) const {
+  constexpr char machine[] = "FennEvpnFloodFilterSm";
+  if (!answer.initializedStep(machine, initialized())) return;
+  Evpn::EvpnVlanFloodStatus const* floodStatus = evpnStatus_->evpnVlanFloodStatus(key.vlanId());
+  if (!floodStatus || !floodStatus->floodFilterHas(key.intfId())) {
+    answer.stepIs(machine, "VLAN flood status filters the interface",
+                  floodStatus ? "no: the interface forwards the VLAN's flooded traffic"
+                              : "no: the VLAN has no flood status",
+                  ExplainStatus::missingInput);
+    return;
+  }
+  answer.stepIs(machine, "VLAN flood status filters the interface",
+                "yes: it is not the designated forwarder");
+  explainPorts(answer, machine, key.intfId(), *evpnLagMemberInfo_, programmedStatus(key), counters_,
+               reviewUnprogrammed());
+}
+
+SmSummary FennEvpnFloodFilterSm::summary() const {
+  SmSummary s("FennEvpnFloodFilterSm", counters_, unusableInputCount());
+  uint64_t wanted = 0;
+  uint64_t programmedCount = 0;
+  for (auto const& [vlan, intfs] : vlanIntfSet()) {
+    wanted += intfs->intfId().size();
+    for (auto const& intf : intfs->intfId())
+      programmedCount += portsProgrammed(programmedStatus(IntfVlanKey(intf, vlan)));
+  }
+  s.entriesIs(wanted, programmedCount);
+  s.counters.retries = review_ ? review_->reviewedCount() : 0;
+  return s;
+}
 }  // namespace Fenn

@@ -15,10 +15,12 @@
 #include "Bridging/VlanId.h"
 #include "Evpn/EvpnStatus.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExplanation.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnUnprogrammedReview.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Keel/TaskScheduler.h"
@@ -61,6 +63,11 @@ class FennEvpnFloodFilterSm : public Qor::StateMachine, public UnusableInputCoun
   // Brings the filter of one (interface, VLAN) in line with the EVPN status.
   void processIntfVlan(Ostra::IntfId const& intf, Bridging::VlanId vlan);
 
+  // Operator answers: why an interface's flood filter for a VLAN is (not) on its ports,
+  // and the summary (a filter is programmed once every member port holds it).
+  FENN_EVPN_EXPORT void explainFloodFilter(IntfVlanKey const& key, Explanation& answer) const;
+  FENN_EVPN_EXPORT SmSummary summary() const;
+
  protected:
   void handleInitialized() override;
 
@@ -92,6 +99,8 @@ class FennEvpnFloodFilterSm : public Qor::StateMachine, public UnusableInputCoun
   Qor::Ptr<EvpnLagMemberInfo const> evpnLagMemberInfo_;
   Qor::Ptr<Evpn::EvpnStatus const> evpnStatus_;
   std::unique_ptr<Review> review_;
+  // Helper calls, their failures and when the last one failed.
+  SmCounters counters_;
   std::unique_ptr<QorEvpnLagMemberInfo> qorEvpnLagMemberInfo_;
   std::unique_ptr<QorEvpnStatus> qorEvpnStatus_;
   Qor::ReactorMap<Bridging::VlanId, QorEvpnVlanFloodStatus> evpnVlanFloodStatus_;

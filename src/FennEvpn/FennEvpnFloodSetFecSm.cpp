@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnReportText.h"
 #include "Qor/Assert.h"
 #include "Qor/Trace.h"
 
@@ -268,6 +269,7 @@ void EvpnFloodSetFecSm::createOrUpdateFecRequest(MplsFloodSetVia const& via) {
     updateCachesForFecId(fecId, via, true);
     updateTunnelInfoCache(via, true);
     mplsFloodSetFecRequest_->rowIs(fec);
+    ++counters_.helperCalls;
   }
   // The request does not depend on the hardware tunnel ID: it is looked up for the trace
   // only, and only when the trace is on.
@@ -287,6 +289,7 @@ void EvpnFloodSetFecSm::removeFecRequest(MplsFloodSetVia const& via) {
   }
   FecId const fecId = *cached;
   mplsFloodSetFecRequest_->rowDel(fecId);
+  ++counters_.helperCalls;
   maybeDeleteFecId(fecId);
   updateTunnelInfoCache(via, false);
   QTRACE(2, "     mplsFloodSetFecRequest removed: (tunnelId: ", via.tunnelId(), " label: ", via.label(),
@@ -431,6 +434,46 @@ void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
   }
   QTRACE(1, "  config is removed from hardware");
   processFecRequest(via);
+}
+
+// ---- Operator answers ----
+
+void EvpnFloodSetFecSm::explainVia(MplsFloodSetVia const& via, Explanation& answer) const {
+  constexpr char machine[] = "EvpnFloodSetFecSm";
+  if (!answer.initializedStep(machine, initialized())) return;
+  FecId const* fecId = mplsFloodSetViaCache().find(via);
+  if (!fecId || !mplsFloodSetFecRequest_->rowHas(*fecId)) {
+    answer.stepIs(machine, "FEC request", "none: no MPLS flood-set destination uses the via",
+                  ExplainStatus::missingInput);
+    return;
+  }
+  Qor::String request = "FEC ID " + hexText(fecId->value());
+  if (!floodSetEntryCacheHas(via)) request += ", draining: unused, kept while the hardware still reports it";
+  answer.stepIs(machine, "FEC request", request);
+  if (!mplsFloodSetFecResponse_->rowHas(*fecId)) {
+    answer.stepIs(machine, "FEC answer", "none yet: the hardware has not answered",
+                  ExplainStatus::waitingForHardware);
+    return;
+  }
+  FecToHwFecId const response = mplsFloodSetFecResponse_->row(*fecId);
+  if (response.intfId().empty()) {
+    answer.stepIs(machine, "FEC answer",
+                  "hardware FEC " + hexText(response.hwFecId()) + " without an interface",
+                  ExplainStatus::waitingForHardware);
+    return;
+  }
+  answer.stepIs(machine, "FEC answer",
+                "hardware FEC " + hexText(response.hwFecId()) + " on " + response.intfId().name());
+}
+
+SmSummary EvpnFloodSetFecSm::summary() const {
+  SmSummary s("EvpnFloodSetFecSm", counters_, unusableInputCount());
+  uint64_t answered = 0;
+  for (auto const& [via, entry] : floodSetEntryCache()) answered += hwInfoMapping_->mappingHas(via);
+  s.entriesIs(floodSetEntryCache().size(), answered);
+  s.fecIdsIs(numAllocatorStatus(), fecIndexLast - fecIndexFirst + 1,
+             numAllocator_ ? numAllocator_->inUseHighWater() : 0);
+  return s;
 }
 
 Qor::Ptr<EvpnFloodSetFecSm> evpnFloodSetFecSmFactory(

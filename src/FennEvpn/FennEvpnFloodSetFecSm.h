@@ -22,8 +22,10 @@
 #include "Bridging/VlanId.h"
 #include "Fenn/FecIdToHwFecIdRequest.h"
 #include "Fenn/FecIdToHwFecIdResponse.h"
+#include "FennEvpn/FennEvpnExplanation.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
@@ -92,6 +94,10 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   // response goes. True once the allocator handed the number out and it is held here.
   QOR_MAP(previousRunFecId, Vasp::Fib::FecId, bool)
 
+  // Operator answers: the FEC of a flooding via, and the summary.
+  FENN_EVPN_EXPORT void explainVia(MplsFloodSetVia const& via, Explanation& answer) const;
+  FENN_EVPN_EXPORT SmSummary summary() const;
+
  protected:
   void handleInitialized() override;
 
@@ -134,6 +140,8 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   Qor::Ptr<Keel::TimerWheel> timerWheel_;
   Keel::NumAllocatorConfig numAllocatorConfig_;
   Qor::Ptr<Keel::NumAllocator> numAllocator_;
+  // Request writes and withdrawals; the hardware answers through the response table.
+  SmCounters counters_;
 
   Qor::ReactorMap<Bridging::MacVlanPair, QorVlanFloodSetStatus> vlanFloodSetStatus_;
   std::unique_ptr<QorVlanFloodSetHwStatus> qorVlanFloodSetHwStatus_;

@@ -4,6 +4,8 @@
 
 #include "FennEvpn/FennEvpnIntfVlanIndex.h"
 #include "FennEvpn/FennEvpnPortExpansion.h"
+#include "FennEvpn/FennEvpnPortExplain.h"
+#include "FennEvpn/FennEvpnReportText.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Qor/Assert.h"
 #include "Qor/Trace.h"
@@ -219,6 +221,7 @@ void EvpnFloodingDot1qSm::handleVlanDot1q(Bridging::VlanId vlan) {
   unprogrammedDot1qDel(vlanLevelKey(vlan));
   if (programmed) {
     helper_->deleteVlan(vlan, *programmed);
+    ++counters_.helperCalls;
     programmedDot1qDel(vlan);
   }
   if (!evpnStatus_->vlanToDot1qHas(vlan)) {
@@ -231,7 +234,9 @@ void EvpnFloodingDot1qSm::handleVlanDot1q(Bridging::VlanId vlan) {
     QTRACE(1, traceClass, "handleVlanDot1q", " skipped vlan ", vlan, " ", *error);
     return;
   }
+  ++counters_.helperCalls;
   if (helper_->createVlan(vlan, dot1q) == notProgrammed) {
+    counters_.failureIs(scheduler_->now());
     QTRACE(5, traceClass, "handleVlanDot1q", " failed to program vlan ", vlan, " with dot1q ", dot1q);
     unprogrammedDot1qIs(vlanLevelKey(vlan));
     maybeScheduleUnprogrammedReview(false);
@@ -403,8 +408,10 @@ void EvpnFloodingDot1qSm::programDot1qHelper(Ostra::IntfId const& logicalIntf, O
     if (status->unprogrammed().empty()) unprogrammedDot1qDel(key);
     return;
   }
+  ++counters_.helperCalls;
   switch (helper_->createVlanToDot1qMapping(logicalIntf, phyIntf, vlan, dot1q)) {
     case notProgrammed:
+      counters_.failureIs(scheduler_->now());
       QTRACE(5, traceClass, "programDot1qHelper", " failed to program dot1q mapping", " log intf ",
              logicalIntf, " phy intf ", phyIntf, " vlan ", vlan, " dot1q ", dot1q);
       unprogrammedDot1qIs(key);
@@ -455,6 +462,7 @@ void EvpnFloodingDot1qSm::unprogramDot1qHelper(Ostra::IntfId const& logicalIntf,
   }
   status->programmedDel(phyIntf);
   helper_->deleteVlanToDot1qMapping(logicalIntf, phyIntf, vlan, dot1q);
+  ++counters_.helperCalls;
   // The deletion may have freed what the failed entries were refused for.
   if (!unprogrammedDot1q().empty()) maybeScheduleUnprogrammedReview(true);
 }
@@ -470,4 +478,48 @@ Qor::Ptr<EvpnFloodingDot1qSm> evpnFloodingDot1qSmFactory(Qor::Ptr<FennHelper::Ev
                               std::move(evpnVlanStatus), std::move(evpnStatus), std::move(mplsConfig)));
 }
 
+// ---- Operator answers ----
+
+void EvpnFloodingDot1qSm::explainDot1q(IntfVlanKey const& key, Explanation& answer) const {
+  constexpr char machine[] = "EvpnFloodingDot1qSm";
+  if (!answer.initializedStep(machine, initialized())) return;
+  EvpnVlanMemberInfo const* members = evpnVlanStatus_->vlanStatus(key.vlanId());
+  if (!members || !members->memberHas(key.intfId())) {
+    answer.stepIs(machine, "EVPN VLAN member", "no", ExplainStatus::missingInput);
+  } else {
+    answer.stepIs(machine, "EVPN VLAN member", "yes");
+  }
+  if (Bridging::VlanIdOrNone const* tag = programmedDot1q().find(key.vlanId())) {
+    answer.stepIs(machine, "VLAN created", "with dot1q tag " + Qor::valueToStrep(*tag));
+  } else if (unprogrammedDot1qHas(vlanLevelKey(key.vlanId()))) {
+    answer.stepIs(machine, "VLAN created", "refused; " + retryText(counters_, reviewUnprogrammed()),
+                  ExplainStatus::failed);
+  } else {
+    answer.stepIs(machine, "VLAN created", "no: the VLAN has no dot1q mapping in the EVPN status",
+                  ExplainStatus::missingInput);
+  }
+  if (intfVlanQueueHas(key)) {
+    answer.stepIs(machine, "interface review",
+                  "queued, due at t=" + secondsText(reviewIntfVlan_->dueTime()) + " s",
+                  ExplainStatus::waitingForHardware);
+    return;
+  }
+  Bridging::VlanIdOrNone const* wanted = intfVlanDot1q().find(key);
+  if (!wanted) {
+    answer.stepIs(machine, "mapping wanted", "none", ExplainStatus::missingInput);
+    return;
+  }
+  answer.stepIs(machine, "mapping wanted", "dot1q tag " + Qor::valueToStrep(*wanted));
+  explainPorts(answer, machine, key.intfId(), *evpnLagMemberInfo_, dot1qStatus(key), counters_,
+               reviewUnprogrammed());
+}
+
+SmSummary EvpnFloodingDot1qSm::summary() const {
+  SmSummary s("EvpnFloodingDot1qSm", counters_, unusableInputCount());
+  uint64_t programmedCount = 0;
+  for (auto const& [key, tag] : intfVlanDot1q()) programmedCount += portsProgrammed(dot1qStatus(key));
+  s.entriesIs(intfVlanDot1q().size(), programmedCount);
+  s.counters.retries = review_ ? review_->reviewedCount() : 0;
+  return s;
+}
 }  // namespace Fenn

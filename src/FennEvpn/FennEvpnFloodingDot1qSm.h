@@ -21,10 +21,12 @@
 #include "Evpn/EvpnStatus.h"
 #include "Evpn/MplsConfig.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExplanation.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnUnprogrammedReview.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanStatus.h"
@@ -89,6 +91,11 @@ class EvpnFloodingDot1qSm : public Qor::StateMachine, public UnusableInputCounte
   void processIntfVlan(Ostra::IntfId const& intf, Bridging::VlanId vlan);
   void maybeScheduleIntfVlanReview(Ostra::IntfId const& intf, Bridging::VlanId vlan);
 
+  // Operator answers: why an interface's VLAN-to-dot1q mapping is (not) on its ports, and
+  // the summary (a mapping is programmed once every member port holds it).
+  FENN_EVPN_EXPORT void explainDot1q(IntfVlanKey const& key, Explanation& answer) const;
+  FENN_EVPN_EXPORT SmSummary summary() const;
+
  protected:
   void handleInitialized() override;
 
@@ -137,6 +144,8 @@ class EvpnFloodingDot1qSm : public Qor::StateMachine, public UnusableInputCounte
   Qor::Ptr<Evpn::EvpnStatus const> evpnStatus_;
   Qor::Ptr<Evpn::MplsConfig const> mplsConfig_;
   std::unique_ptr<Review> review_;
+  // Helper calls, their failures and when the last one failed.
+  SmCounters counters_;
   Qor::Ptr<Keel::TimerTask> reviewIntfVlan_;
   std::vector<IntfVlanKey> intfVlanBatch_;  // the queue as the review's current pass found it
   size_t intfVlanNext_ = 0;                 // the pass's next pair

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "FennEvpn/FennEvpnPortExpansion.h"
+#include "FennEvpn/FennEvpnPortExplain.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Qor/Assert.h"
 #include "Qor/Trace.h"
@@ -509,8 +510,10 @@ void EvpnFloodingEsiSm::programEsiHelper(IntfVlanTunnelKey const& key, Ostra::In
   HwProgrammingStatus const rc =
       helper_->createEsiData(key.intfId(), phyIntfId, key.vlanId(), key.tunnelId(), esiInfo.hwTunnelId(),
                              esiInfo.label(), localLabel.mplsLabel());
+  ++counters_.helperCalls;
   switch (rc) {
     case notProgrammed:
+      counters_.failureIs(scheduler_->now());
       QTRACE(5, "EvpnFloodingEsiSm::", "programEsiHelper", " ", "failed to program esi", " phy intf ",
              phyIntfId);
       unprogrammedEsiIs(key);
@@ -555,6 +558,7 @@ void EvpnFloodingEsiSm::unprogramEsiHelper(IntfVlanTunnelKey const& key, Ostra::
   QTRACE(5, "EvpnFloodingEsiSm::", "unprogramEsiHelper", " logical intf ", key.intfId(), " phy intf ",
          phyIntfId, " vlan ", key.vlanId(), " tunnelId ", key.tunnelId(), " hwTunnelId ", hwTunnelId);
   helper_->deleteEsiData(key.intfId(), phyIntfId, key.vlanId(), key.tunnelId(), hwTunnelId);
+  ++counters_.helperCalls;
   es->programmedDel(phyIntfId);
   es->unprogrammedDel(phyIntfId);
 }
@@ -576,4 +580,72 @@ Qor::Ptr<EvpnFloodingEsiSm> evpnFloodingEsiSmFactory(
       new EvpnFloodingEsiSm(helper, taskScheduler, evpnLagMemberInfo, evpnStatus, tunnelIdHwTunnelId));
 }
 
+// ---- Operator answers ----
+
+void EvpnFloodingEsiSm::explainEsi(IntfVlanTunnelKey const& key, Explanation& answer) const {
+  constexpr char machine[] = "EvpnFloodingEsiSm";
+  if (!answer.initializedStep(machine, initialized())) return;
+  Evpn::EthernetSegmentStatus const* es = evpnStatus_->ethernetSegmentStatus(key.intfId());
+  if (!es) {
+    answer.stepIs(machine, "Ethernet segment", "none on " + key.intfId().name(), ExplainStatus::missingInput);
+    return;
+  }
+  answer.stepIs(machine, "Ethernet segment", key.intfId().name());
+  IntfVlanSet const* vlans = intfVlanSet(key.intfId());
+  if (!vlans || !vlans->vlanIdHas(key.vlanId())) {
+    answer.stepIs(machine, "segment VLAN", "not configured on the segment", ExplainStatus::missingInput);
+    return;
+  }
+  Evpn::EncapTypeLabel const local = evpnStatus_->localEsiLabel(key.intfId());
+  if (local.empty() || !local.isMpls()) {
+    answer.stepIs(machine, "local ESI label", "none published", ExplainStatus::missingInput);
+    return;
+  }
+  answer.stepIs(machine, "local ESI label", Qor::valueToStrep(local.mplsLabel()));
+  Ostra::IntfId peerTep;
+  for (auto const& [tep, label] : es->remoteEsiLabel()) {
+    if (tunnelOfTep(tep) == key.tunnelId()) peerTep = tep;
+  }
+  if (peerTep.empty()) {
+    answer.stepIs(machine, "peer", "the tunnel is not a peer of the segment", ExplainStatus::missingInput);
+    return;
+  }
+  EsiInfo const* info = intfVlanTunnelEsiInfo().find(key);
+  if (!info) {
+    // Only the VLAN's designated forwarder gets the label unless every peer has a shared-ES ID.
+    Qor::String df = "none elected";
+    bool dfIsPeer = false;
+    if (es->designatedForwarderTepHas(key.vlanId())) {
+      Ostra::IntfId const dfTep = es->designatedForwarderTep(key.vlanId());
+      dfIsPeer = dfTep == peerTep;
+      std::optional<TunnelId> const dfTunnel = tunnelOfTep(dfTep);
+      df = dfTunnel ? answer.tunnelName(*dfTunnel) : dfTep.name();
+    }
+    if (dfIsPeer) {
+      answer.stepIs(machine, "ESI label sent", "not yet: the designated forwarder has no hardware tunnel ID",
+                    ExplainStatus::waitingForHardware);
+    } else {
+      answer.stepIs(
+          machine, "ESI label sent",
+          "no: not every peer has a shared-ES tunnel ID, so only the VLAN's designated forwarder (" + df +
+              ") gets it",
+          ExplainStatus::missingInput);
+    }
+    return;
+  }
+  answer.stepIs(machine, "ESI label sent",
+                "remote label " + Qor::valueToStrep(info->label()) + ", hardware tunnel ID " +
+                    std::to_string(info->hwTunnelId().id()));
+  explainPorts(answer, machine, key.intfId(), *evpnLagMemberInfo_, esiStatus(key), counters_,
+               reviewUnprogrammed());
+}
+
+SmSummary EvpnFloodingEsiSm::summary() const {
+  SmSummary s("EvpnFloodingEsiSm", counters_, unusableInputCount());
+  uint64_t programmedCount = 0;
+  for (auto const& [key, info] : intfVlanTunnelEsiInfo()) programmedCount += portsProgrammed(esiStatus(key));
+  s.entriesIs(intfVlanTunnelEsiInfo().size(), programmedCount);
+  s.counters.retries = review_ ? review_->reviewedCount() : 0;
+  return s;
+}
 }  // namespace Fenn

@@ -16,10 +16,12 @@
 
 #include "Evpn/EvpnStatus.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExplanation.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
 #include "FennEvpn/FennEvpnFloodingSmHelper.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnUnprogrammedReview.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
@@ -69,6 +71,11 @@ class EvpnFloodingEsiSm : public Qor::StateMachine, public UnusableInputCounter 
   // Whether every remote of the segment has a published hardware tunnel ID of the shared-ES
   // pool (true for a segment without remotes).
   bool allRemotesHaveSharedEsHwTunnelId(Ostra::IntfId const& intfId) const;
+
+  // Operator answers: why the ESI label of a peer is (not) on an interface's ports for a
+  // VLAN, and the summary (an entry is programmed once every member port holds it).
+  FENN_EVPN_EXPORT void explainEsi(IntfVlanTunnelKey const& key, Explanation& answer) const;
+  FENN_EVPN_EXPORT SmSummary summary() const;
 
  protected:
   void handleInitialized() override;
@@ -122,6 +129,8 @@ class EvpnFloodingEsiSm : public Qor::StateMachine, public UnusableInputCounter 
   Qor::Ptr<Evpn::EvpnStatus const> evpnStatus_;
   Qor::Ptr<TunnelIdToHwTunnelIdMapping const> tunnelIdHwTunnelId_;
   std::unique_ptr<Review> review_;
+  // Helper calls, their failures and when the last one failed.
+  SmCounters counters_;
   Qor::ReactorMap<Ostra::IntfId, QorSegmentStatus> segmentStatus_;
   std::unique_ptr<QorEvpnStatus> qorEvpnStatus_;
   std::unique_ptr<QorTunnelIdHwTunnelId> qorTunnelIdHwTunnelId_;

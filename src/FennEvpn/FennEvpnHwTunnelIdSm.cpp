@@ -32,6 +32,9 @@ Qor::LogMessage const EVPN_MPLS_SHARED_ESI_HW_RESOURCE_NORMAL(
 
 constexpr char const* reviewUnprogrammedTaskName = "reviewUnprogrammed";
 
+size_t poolIndex(HwTunnelIdType type) { return type == hwTunnelIdTypeSharedEs ? 1 : 0; }
+Qor::String poolName(HwTunnelIdType type) { return type == hwTunnelIdTypeSharedEs ? "shared-ES" : "default"; }
+
 // Read at every check, so that a harness may set it at any time.
 bool simulation() { return std::getenv("SIMULATION_VMID") != nullptr; }
 // An agent without hardware: every allocation fails by design, so pools are never
@@ -160,7 +163,7 @@ EvpnHwTunnelIdSm::~EvpnHwTunnelIdSm() {
   // Before initialization the table may still hold a previous run's rows, which are not ours.
   if (!initialized()) return;
   for (auto const& tunnelId : tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdKeys()) {
-    hwTunnelIdHelper_->releaseHwTunnelId(tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdDel(tunnelId).hwTunnelId());
+    releaseHwTunnelId(tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdDel(tunnelId).hwTunnelId());
   }
 }
 
@@ -358,7 +361,7 @@ void EvpnHwTunnelIdSm::maybeReprogramHwTunnelId(TunnelId const& tunnelId) {
     unprogrammedTunnelIs(tunnelId);
     return;
   }
-  hwTunnelIdHelper_->releaseHwTunnelId(oldHwTunnelId);
+  releaseHwTunnelId(oldHwTunnelId);
   maybeScheduleUnprogrammedReview(true);
   tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdIs(TunnelIdToHwTunnelId(tunnelId, newHwTunnelId));
   unprogrammedTunnelDel(tunnelId);
@@ -367,10 +370,29 @@ void EvpnHwTunnelIdSm::maybeReprogramHwTunnelId(TunnelId const& tunnelId) {
 HwTunnelId EvpnHwTunnelIdSm::getHwTunnelId(HwTunnelIdType type, bool attemptZombieRelease) {
   QTRACE(8, "EvpnHwTunnelIdSm::", "getHwTunnelId", " hwTunnelIdType ", type, " attemptZombieRelease ",
          attemptZombieRelease);
-  HwTunnelId const hwTunnelId = hwTunnelIdHelper_->getHwTunnelId(type);
+  HwTunnelId const hwTunnelId = allocateHwTunnelId(type);
   if (hwTunnelId.valid() || !attemptZombieRelease) return hwTunnelId;
   if (!releaseOneZombieTunnelId(type)) return HwTunnelId();
-  return hwTunnelIdHelper_->getHwTunnelId(type);
+  return allocateHwTunnelId(type);
+}
+
+HwTunnelId EvpnHwTunnelIdSm::allocateHwTunnelId(HwTunnelIdType type) {
+  HwTunnelId const hwTunnelId = hwTunnelIdHelper_->getHwTunnelId(type);
+  ++counters_.helperCalls;
+  if (!hwTunnelId.valid()) {
+    counters_.failureIs(scheduler_->now());
+    return hwTunnelId;
+  }
+  uint64_t& held = held_[poolIndex(hwTunnelId.type())];
+  if (++held > highWater_[poolIndex(hwTunnelId.type())]) highWater_[poolIndex(hwTunnelId.type())] = held;
+  return hwTunnelId;
+}
+
+void EvpnHwTunnelIdSm::releaseHwTunnelId(HwTunnelId const& hwTunnelId) {
+  hwTunnelIdHelper_->releaseHwTunnelId(hwTunnelId);
+  ++counters_.helperCalls;
+  uint64_t& held = held_[poolIndex(hwTunnelId.type())];
+  if (held) --held;
 }
 
 bool EvpnHwTunnelIdSm::releaseOneZombieTunnelId(HwTunnelIdType type) {
@@ -391,7 +413,7 @@ bool EvpnHwTunnelIdSm::releaseOneZombieTunnelId(HwTunnelIdType type) {
   QOR_ASSERT_TEXT(tidHwTid != TunnelIdToHwTunnelId(), "!!tidHwTid");
   QTRACE(5, "EvpnHwTunnelIdSm::", "releaseOneZombieTunnelId", " tunnelId ", tunnelId, " hwTunnelId ",
          tidHwTid.hwTunnelId());
-  hwTunnelIdHelper_->releaseHwTunnelId(tidHwTid.hwTunnelId());
+  releaseHwTunnelId(tidHwTid.hwTunnelId());
   zombies->tunnelIdDel(tunnelId);
   return true;
 }
@@ -491,6 +513,7 @@ void EvpnHwTunnelIdSm::doReviewUnprogrammed() {
   reviewAsked_ = false;
   for (auto it = std::lower_bound(tunnels.begin(), tunnels.end(), bookmark()); it != tunnels.end(); ++it) {
     publishHwTunnelId(*it);
+    ++counters_.retries;
     task->taskWorkCountInc(1);
     if (std::next(it) != tunnels.end() && task->taskShouldYield()) {
       // A review asked for during this slice (a move freed an ID) starts over: tunnels
@@ -511,6 +534,91 @@ HwTunnelIdType EvpnHwTunnelIdSm::hwTunnelIdTypeOf(TunnelId const& tunnelId) cons
 bool EvpnHwTunnelIdSm::sharedEsiLabelValid(Ostra::IntfId const& esIntfId) const {
   auto const* status = evpnStatus_->ethernetSegmentStatus(esIntfId);
   return status && status->sharedEsiLabel().valid();
+}
+
+// ---- Operator answers ----
+
+uint64_t EvpnHwTunnelIdSm::publishedCount(HwTunnelIdType type) const {
+  uint64_t count = 0;
+  for (auto const& [tunnelId, row] : tunnelIdHwTunnelId_->rows()) count += row.hwTunnelId().type() == type;
+  return count;
+}
+
+Qor::String EvpnHwTunnelIdSm::poolText(HwTunnelIdType type) const {
+  uint64_t const size = hwTunnelIdHelper_->hwTunnelIdPoolSize(type);
+  uint64_t const used = publishedCount(type);
+  TunnelIdSet const* zombies = zombieTunnelId(type);
+  Qor::String const counts = std::to_string(used) + (size ? " of " + std::to_string(size) : Qor::String()) +
+                             ", " + std::to_string(zombies ? zombies->tunnelId().size() : 0) +
+                             " zombies waiting for reclaim";
+  bool const full = size ? used >= size : hwTunnelIdOverflow(type);
+  return "the " + poolName(type) + " pool " + (full ? "is full" : "failed to allocate") + " (" + counts + ")";
+}
+
+void EvpnHwTunnelIdSm::explainHwTunnelId(TunnelId const& tunnelId, Explanation& answer) const {
+  constexpr char machine[] = "EvpnHwTunnelIdSm";
+  uint32_t const flooded =
+      remoteInfo_->remoteTunnelIdHas(tunnelId) ? remoteInfo_->remoteTunnelId(tunnelId) : 0;
+  TunnelInfo const* info = tunnelInfo(tunnelId);
+  Qor::String users;
+  if (flooded) users = std::to_string(flooded) + " flood-set destination(s)";
+  if (info) {
+    users += users.empty() ? "segments" : ", segments";
+    for (auto const& intf : info->intfId().keys()) {
+      users += ' ';
+      users += intf.name();
+    }
+  }
+  Qor::String const name = "tunnel " + answer.tunnelName(tunnelId);
+  if (users.empty()) {
+    answer.stepIs(machine, name + " needed by", "nothing: no flood-set destination or segment uses it",
+                  ExplainStatus::missingInput);
+  } else {
+    answer.stepIs(machine, name + " needed by", users);
+  }
+  if (!answer.initializedStep(machine, initialized())) return;
+  HwTunnelIdType const type = hwTunnelIdTypeOf(tunnelId);
+  answer.stepIs(machine, "pool",
+                poolName(type) +
+                    (type == hwTunnelIdTypeSharedEs ? " (a segment it serves has a shared ESI label)" : ""));
+  // A full pool is reviewed when an ID is freed, or when the platform says it grew.
+  Qor::String const retry =
+      retryText(counters_, reviewUnprogrammed_.get(), "next review when an ID is freed or the pool grows");
+  if (tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId)) {
+    HwTunnelId const id = tunnelIdHwTunnelId_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId();
+    Qor::String value = std::to_string(id.id()) + " of the " + poolName(id.type()) + " pool";
+    if (TunnelIdSet const* zombies = zombieTunnelId(id.type()); zombies && zombies->tunnelIdHas(tunnelId))
+      value += ", a zombie: no longer needed, reclaimed when its pool runs dry";
+    if (unprogrammedTunnelHas(tunnelId))
+      value += "; the move to the " + poolName(type) + " pool waits: " + poolText(type) + "; " + retry;
+    answer.stepIs(machine, "hardware tunnel ID", value);
+    return;
+  }
+  if (unprogrammedTunnelHas(tunnelId)) {
+    Qor::String value = "none: " + poolText(type);
+    if (type == hwTunnelIdTypeSharedEs) value += ", and " + poolText(hwTunnelIdTypeDefault);
+    answer.stepIs(machine, "hardware tunnel ID", value + "; " + retry, ExplainStatus::failed);
+    return;
+  }
+  answer.stepIs(machine, "hardware tunnel ID", "none",
+                users.empty() ? ExplainStatus::missingInput : ExplainStatus::waitingForHardware);
+}
+
+SmSummary EvpnHwTunnelIdSm::summary() const {
+  SmSummary s("EvpnHwTunnelIdSm", counters_, unusableInputCount());
+  // Every tunnel that needs an ID: the flooding destinations and the segments' peers.
+  s.intended = remoteInfo_->remoteTunnelId().size();
+  for (auto const& [tunnelId, info] : tunnelInfo()) s.intended += !remoteInfo_->remoteTunnelIdHas(tunnelId);
+  s.unprogrammed = unprogrammedTunnel_.size();
+  for (auto const& [tunnelId, row] : tunnelIdHwTunnelId_->rows()) {
+    bool const needed = remoteInfo_->remoteTunnelIdHas(tunnelId) || tunnelInfoHas(tunnelId);
+    s.programmed += needed && !unprogrammedTunnelHas(tunnelId);
+  }
+  for (auto const type : {hwTunnelIdTypeDefault, hwTunnelIdTypeSharedEs}) {
+    s.pools.push_back(PoolUse{poolName(type), publishedCount(type),
+                              hwTunnelIdHelper_->hwTunnelIdPoolSize(type), highWater_[poolIndex(type)]});
+  }
+  return s;
 }
 
 Qor::Ptr<EvpnHwTunnelIdSm> evpnHwTunnelIdSmFactory(

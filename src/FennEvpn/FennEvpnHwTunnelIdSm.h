@@ -13,6 +13,7 @@
 // in simulation (SIMULATION_VMID).
 #pragma once
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -22,10 +23,12 @@
 #include "Fenn/HwTunnelId.h"
 #include "Fenn/HwTunnelIdType.h"
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnExplanation.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
 #include "FennEvpn/FennEvpnHwTunnelIdSmHelper.h"
 #include "FennEvpn/FennEvpnRemoteInfo.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Keel/TaskScheduler.h"
@@ -118,6 +121,10 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine, public UnusableInputCounter {
   // back asks too, since nothing else tells the machine.
   FENN_EVPN_EXPORT void maybeScheduleUnprogrammedReview(bool immediate);
 
+  // Operator answers: why a tunnel has (or has no) hardware tunnel ID, and the summary.
+  FENN_EVPN_EXPORT void explainHwTunnelId(TunnelId const& tunnelId, Explanation& answer) const;
+  FENN_EVPN_EXPORT SmSummary summary() const;
+
  protected:
   void handleInitialized() override;
 
@@ -141,6 +148,9 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine, public UnusableInputCounter {
   // A tunnel no longer needed: its published ID becomes a zombie, or it stops waiting.
   void retireTunnel(TunnelId const& tunnelId);
   HwTunnelId getHwTunnelId(HwTunnelIdType type, bool attemptZombieRelease);
+  // The helper's operations, counted.
+  HwTunnelId allocateHwTunnelId(HwTunnelIdType type);
+  void releaseHwTunnelId(HwTunnelId const& hwTunnelId);
   bool releaseOneZombieTunnelId(HwTunnelIdType type);
   void hwTunnelIdOverflowIs(HwTunnelIdType type, bool overflow);
   void handleHwTunnelIdOverflow(HwTunnelIdType type);
@@ -155,6 +165,10 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine, public UnusableInputCounter {
   // The pool a tunnel needs now.
   HwTunnelIdType hwTunnelIdTypeOf(TunnelId const& tunnelId) const;
   bool sharedEsiLabelValid(Ostra::IntfId const& esIntfId) const;
+  // "the default pool is full (1024 of 1024, 3 zombies waiting for reclaim)".
+  Qor::String poolText(HwTunnelIdType type) const;
+  // Published IDs of the pool, counted in the table.
+  uint64_t publishedCount(HwTunnelIdType type) const;
 
   Qor::Ptr<FennHelper::EvpnHwTunnelIdSmHelper> hwTunnelIdHelper_;
   Qor::Ptr<Keel::TaskScheduler> scheduler_;
@@ -167,6 +181,10 @@ class EvpnHwTunnelIdSm : public Qor::StateMachine, public UnusableInputCounter {
   Qor::Ptr<Keel::TimerTask> reviewUnprogrammed_;
   // Whether a review was asked for since the current walk began.
   bool reviewAsked_ = false;
+  SmCounters counters_;
+  // IDs held per pool (published or zombie), and the most held at once.
+  std::array<uint64_t, 2> held_{};
+  std::array<uint64_t, 2> highWater_{};
   std::unique_ptr<QorEvpnStatus> qorEvpnStatus_;
   std::unique_ptr<QorRemoteInfo> qorRemoteInfo_;
   Qor::ReactorMap<Ostra::IntfId, QorSegmentStatus> segmentStatus_;

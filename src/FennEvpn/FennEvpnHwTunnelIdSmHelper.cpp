@@ -11,4 +11,6 @@ void EvpnHwTunnelIdSmHelper::releaseHwTunnelId(Fenn::HwTunnelId const&) {
   unimplemented("releaseHwTunnelId");
 }
 
+uint32_t EvpnHwTunnelIdSmHelper::hwTunnelIdPoolSize(Fenn::HwTunnelIdType) const { return 0; }
+
 }  // namespace FennHelper

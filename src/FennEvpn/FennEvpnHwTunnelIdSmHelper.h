@@ -4,6 +4,7 @@
 // fails softly (an invalid ID) and release does nothing; without it, they abort.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 #include "Fenn/FennBaseHelper.h"
@@ -25,6 +26,9 @@ class FENN_EVPN_EXPORT EvpnHwTunnelIdSmHelper : public Fenn::FennBaseHelper {
   virtual Fenn::HwTunnelId getHwTunnelId(Fenn::HwTunnelIdType type);
   // Gives an ID obtained from getHwTunnelId back to its pool.
   virtual void releaseHwTunnelId(Fenn::HwTunnelId const& id);
+  // How many IDs the pool `type` holds in all, when the platform knows it (0 when it does
+  // not): operator answers say "full (1024 of 1024)" with it.
+  virtual uint32_t hwTunnelIdPoolSize(Fenn::HwTunnelIdType type) const;
 };
 
 }  // namespace FennHelper

@@ -82,6 +82,42 @@ void EvpnRemoteInfoFinderSm::countRemoteTunnel(TunnelId const& tunnelId, bool pr
   QTRACE(8, "New refcount of tunnel ", tunnelId, " is ", count);
 }
 
+// ---- Operator answers ----
+
+void EvpnRemoteInfoFinderSm::explainDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
+                                         L2Rib::Dest const& dest, Explanation& answer) const {
+  constexpr char machine[] = "EvpnRemoteInfoFinderSm";
+  L2Rib::VlanFloodSet const* vlanFloodSet = floodSetOutput_->vlanFloodSet(vlanId);
+  L2Rib::FloodSet const* floodSet = vlanFloodSet ? vlanFloodSet->floodSet(macAddr) : nullptr;
+  if (!floodSet) {
+    answer.stepIs(machine, "layer-2 RIB flood set", "none for this VLAN and MAC",
+                  ExplainStatus::missingInput);
+  } else if (!floodSet->destSetHas(dest)) {
+    answer.stepIs(machine, "layer-2 RIB flood set",
+                  "does not hold the destination (" + std::to_string(floodSet->destSet().size()) +
+                      " other destinations)",
+                  ExplainStatus::missingInput);
+  } else {
+    answer.stepIs(machine, "layer-2 RIB flood set", "holds the destination");
+  }
+  if (dest.destType() != L2Rib::destTypeMpls_) {
+    answer.stepIs(machine, "MPLS destination",
+                  "no: " + Qor::valueToStrep(dest.destType()) + " is not flooded over MPLS",
+                  ExplainStatus::missingInput);
+    return;
+  }
+  TunnelId const tunnelId = destMplsTunnelId(dest);
+  uint32_t const count = remoteInfo_->remoteTunnelIdHas(tunnelId) ? remoteInfo_->remoteTunnelId(tunnelId) : 0;
+  answer.stepIs(machine, "flood-set destinations over tunnel " + answer.tunnelName(tunnelId),
+                std::to_string(count), count ? ExplainStatus::ok : ExplainStatus::missingInput);
+}
+
+SmSummary EvpnRemoteInfoFinderSm::summary() const {
+  SmSummary s("EvpnRemoteInfoFinderSm", SmCounters(), unusableInputCount());
+  s.entriesIs(remoteInfo_->remoteTunnelId().size(), remoteInfo_->remoteTunnelId().size());
+  return s;
+}
+
 Qor::Ptr<EvpnRemoteInfoFinderSm> evpnRemoteInfoFinderSmFactory(
     Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput, Qor::Ptr<EvpnRemoteInfo> remoteInfo) {
   return Qor::Ptr<EvpnRemoteInfoFinderSm>(

@@ -11,9 +11,11 @@
 #include <string_view>
 
 #include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnExplanation.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
 #include "FennEvpn/FennEvpnRemoteInfo.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "L2Rib/FloodSetOutput.h"
 #include "Ostra/EthAddr.h"
@@ -34,6 +36,12 @@ class EvpnRemoteInfoFinderSm : public Qor::StateMachine, public UnusableInputCou
   // Flood-set entries of SR-TE destinations whose own tunnel is not their policy's tunnel:
   // both tunnels are counted for them (see processMplsDest). Counted like the references.
   QOR_SCALAR(inconsistentSrTeDestCount, uint32_t, 0)
+
+  // Operator answers: whether the layer-2 RIB's flood set holds the destination and what
+  // its tunnel is counted at; the summary (one entry per remote tunnel, nothing to program).
+  FENN_EVPN_EXPORT void explainDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest,
+                                    Explanation& answer) const;
+  FENN_EVPN_EXPORT SmSummary summary() const;
 
  private:
   // What a flood-set change means here: defined with the handlers.

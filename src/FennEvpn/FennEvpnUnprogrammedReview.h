@@ -24,6 +24,7 @@
 // class). Keys is any collection with keys(), has(key) and empty() (Qor::Set, Qor::ValueMap).
 #pragma once
 
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -60,6 +61,8 @@ class UnprogrammedReview {
   UnprogrammedReview& operator=(UnprogrammedReview const&) = delete;
 
   Keel::TimerTask* task() const noexcept { return task_.get(); }
+  // Keys reviewed so far: the retries, for the owner's summary.
+  uint64_t reviewedCount() const noexcept { return reviewed_; }
 
   void maybeSchedule(bool immediate) {
     QTRACE_ON(trace_, 8, Owner::traceClass, "maybeScheduleUnprogrammedReview", " immediate ", immediate);
@@ -98,6 +101,7 @@ class UnprogrammedReview {
       Key const key = pass_[next_++];
       if (!keys_.has(key)) continue;  // programmed or dropped since the pass began
       owner_.reviewUnprogrammedKey(key);
+      ++reviewed_;
       task->taskWorkCountInc(1);
       // An immediate review asked for meanwhile is already scheduled, and starts over.
       if (restartPass_) return;
@@ -121,6 +125,7 @@ class UnprogrammedReview {
   std::vector<Key> pass_;
   size_t next_ = 0;
   bool restartPass_ = false;
+  uint64_t reviewed_ = 0;
 };
 
 }  // namespace Fenn

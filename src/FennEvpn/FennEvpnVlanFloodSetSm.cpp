@@ -1,5 +1,6 @@
 #include "FennEvpn/FennEvpnVlanFloodSetSm.h"
 
+#include "FennEvpn/FennEvpnReportText.h"
 #include "Qor/Assert.h"
 #include "Qor/Trace.h"
 
@@ -247,6 +248,7 @@ void EvpnVlanFloodSetSm::claimConfigElement(VlanFloodSetConfig& out, Bridging::M
                                             MplsDestConfig const& config) {
   if (!out.mplsDestConfigHas(config)) {
     out.mplsDestConfigIs(config);
+    ++counters_.helperCalls;
     return;
   }
   QTRACE(1, "   hardware config shared with another destination: ", config);
@@ -258,6 +260,7 @@ void EvpnVlanFloodSetSm::releaseConfigElement(VlanFloodSetConfig& out, Bridging:
   auto const sharers = configSharers_.find(PairConfig{pair, config});
   if (sharers == configSharers_.end()) {
     out.mplsDestConfigDel(config);
+    ++counters_.helperCalls;
     return;
   }
   QTRACE(1, "   hardware config still used by another destination: ", config);
@@ -305,6 +308,58 @@ bool EvpnVlanFloodSetSm::isMplsDestConfigProgrammed(Bridging::MacVlanPair const&
                                                     MplsDestConfig const& config) const {
   VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
   return status && status->mplsDestStatusHas(config) && status->mplsDestStatus(config) == programmed;
+}
+
+// ---- Operator answers ----
+
+void EvpnVlanFloodSetSm::explainDest(VlanMacDest const& d, Explanation& answer) const {
+  constexpr char machine[] = "EvpnVlanFloodSetSm";
+  if (!answer.initializedStep(machine, initialized())) return;
+  MplsDestConfig const* config = mplsDestHwConfig().find(d);
+  if (!config) {
+    bool const wanted = isDestInFloodSet(d);
+    answer.stepIs(
+        machine, "flood-set configuration",
+        wanted ? "not written: the via has no hardware information yet" : "none: not in the MPLS flood set",
+        wanted ? ExplainStatus::waitingForHardware : ExplainStatus::missingInput);
+    return;
+  }
+  HwTunnelId const hwTunnelId = config->hwTunnelId();
+  Qor::String value =
+      "hardware tunnel ID " + (hwTunnelId.valid() ? std::to_string(hwTunnelId.id()) : Qor::String("none")) +
+      ", hardware FEC " + hexText(config->hwIdForTunnelProgramming()) + " on " + config->l2IntfId().name();
+  if (!hwTunnelId.valid()) {
+    answer.stepIs(machine, "flood-set configuration",
+                  value + ": without a tunnel ID the chip cannot forward it",
+                  ExplainStatus::waitingForHardware);
+  } else {
+    answer.stepIs(machine, "flood-set configuration", value);
+  }
+  Bridging::MacVlanPair const pair(d.macAddr(), d.vlanId());
+  VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
+  HwProgrammingStatus const* programming = status ? status->mplsDestStatus().find(*config) : nullptr;
+  if (!programming) {
+    answer.stepIs(machine, "in hardware", "no answer from the hardware yet",
+                  ExplainStatus::waitingForHardware);
+  } else if (*programming != programmed) {
+    answer.stepIs(machine, "in hardware", Qor::valueToStrep(*programming) + ": the platform retries it",
+                  ExplainStatus::failed);
+  } else {
+    answer.stepIs(machine, "in hardware", "programmed");
+  }
+}
+
+SmSummary EvpnVlanFloodSetSm::summary() const {
+  SmSummary s("EvpnVlanFloodSetSm", counters_, unusableInputCount());
+  uint64_t wanted = 0;
+  uint64_t programmedCount = 0;
+  for (auto const& [tunnelId, entry] : tunnelToFloodSetEntry()) wanted += entry->vlanMacDestSet().size();
+  for (auto const& [d, config] : mplsDestHwConfig()) {
+    programmedCount += config.hwTunnelId().valid() &&
+                       isMplsDestConfigProgrammed(Bridging::MacVlanPair(d.macAddr(), d.vlanId()), config);
+  }
+  s.entriesIs(wanted, programmedCount);
+  return s;
 }
 
 Qor::Ptr<EvpnVlanFloodSetSm> evpnVlanFloodSetSmFactory(

@@ -16,8 +16,10 @@
 
 #include "Bridging/MacVlanPair.h"
 #include "Bridging/VlanId.h"
+#include "FennEvpn/FennEvpnExplanation.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnTunnelIdToHwTunnelIdMapping.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
@@ -52,6 +54,11 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine, public UnusableInputCounter
   QOR_CHILDREN(tunnelToFloodSetEntry, TunnelId, TunnelVlanMacDestSet)
   QOR_MAP(mplsDestHwConfig, VlanMacDest, MplsDestConfig)
   QOR_CHILDREN(hwInfoMapKeyToFloodSetEntry, MplsFloodSetVia, MplsFloodSetViaToVlanMacDestSet)
+
+  // Operator answers: a destination's configuration and what the hardware says of it, and
+  // the summary (an entry is programmed once the hardware reports it so).
+  FENN_EVPN_EXPORT void explainDest(VlanMacDest const& d, Explanation& answer) const;
+  FENN_EVPN_EXPORT SmSummary summary() const;
 
  protected:
   void handleInitialized() override;
@@ -105,6 +112,8 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine, public UnusableInputCounter
   // Per element that more than one destination yields, how many beyond the first; empty
   // unless such destinations exist, so the common path pays one lookup in an empty table.
   Qor::HashMap<PairConfig, uint32_t> configSharers_;
+  // Configuration elements written and removed.
+  SmCounters counters_;
 
   Qor::ReactorMap<Bridging::MacVlanPair, QorVlanFloodSetStatus> vlanFloodSetStatus_;
   std::unique_ptr<QorFloodSetOutput> qorFloodSetOutput_;

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "FennEvpn/FennEvpnReportText.h"
 #include "Qor/Assert.h"
 #include "Qor/Toggle.h"
 #include "Qor/Trace.h"
@@ -508,6 +509,7 @@ void FennMacAddrFecRequestSm::maybeUpdateFecRequest(Fec const& fec, ObjTuple con
     if (Fec const* standing = fecRequest_->rowFind(fecId); standing && *standing == fec) return;
     QTRACE(1, "Making Fec request:", " Fec", fec, " ObjTuple", tuple, " isDelete:", isDelete);
     fecRequest_->rowIs(fec);
+    ++counters_.helperCalls;
     return;
   }
   FecId const* cached = fecRequestCache().find(tuple);
@@ -518,6 +520,7 @@ void FennMacAddrFecRequestSm::maybeUpdateFecRequest(Fec const& fec, ObjTuple con
   fecRequestReverseMapDel(fecId);
   objTupleToHwIdMap_->hwIdDel(tuple);
   fecRequest_->rowDel(fecId);
+  ++counters_.helperCalls;
   maybeReleaseFecId(fecId);
 }
 
@@ -579,4 +582,89 @@ Qor::Ptr<FennMacAddrFecRequestSm> fennMacAddrFecRequestSmFactory(
                                   std::move(objTupleToHwIdMap), std::move(timerWheel), std::move(scheduler)));
 }
 
+// ---- Operator answers ----
+
+bool FennMacAddrFecRequestSm::objectPresent(ObjTuple const& tuple) const {
+  switch (tuple.tableType()) {
+    case L2Rib::tableTypeLabel_:
+      return labelTable_->labelHas(L2Rib::LabelId(tuple.objId()));
+    case L2Rib::tableTypeLoadBalance_:
+      return lbTable_->loadBalanceHas(L2Rib::LoadBalanceId(tuple.objId()));
+    case L2Rib::tableTypeDest_:
+      return destTable_->destHas(L2Rib::DestId(tuple.objId()));
+    case L2Rib::tableTypeInvalid_:
+      break;
+  }
+  return false;
+}
+
+void FennMacAddrFecRequestSm::explainHost(Bridging::MacVlanPair const& macVlan, Explanation& answer) const {
+  constexpr char machine[] = "FennMacAddrFecRequestSm";
+  L2Rib::HostAndSource const* host = l2RibOutput_->host().find(macVlan);
+  if (!host) {
+    answer.stepIs(machine, "layer-2 RIB host", "none", ExplainStatus::missingInput);
+    return;
+  }
+  answer.stepIs(machine, "layer-2 RIB host", "points at " + answer.objectName(host->objTuple()));
+  if (hostBackLogQHas(macVlan)) {
+    answer.stepIs(machine, "host backlog", "queued for the backlog review",
+                  ExplainStatus::waitingForHardware);
+    return;
+  }
+  explainObject(host->objTuple(), answer);
+}
+
+void FennMacAddrFecRequestSm::explainObject(ObjTuple const& tuple, Explanation& answer) const {
+  constexpr char machine[] = "FennMacAddrFecRequestSm";
+  Qor::String const name = answer.objectName(tuple);
+  if (!answer.initializedStep(machine, initialized())) return;
+  if (!objectPresent(tuple)) {
+    answer.stepIs(machine, name, "not in the layer-2 RIB", ExplainStatus::missingInput);
+    return;
+  }
+  if (tuple.tableType() == L2Rib::tableTypeDest_) {
+    answer.stepIs(machine, name, "a destination: forwarded over its tunnel, with no FEC of its own");
+    return;
+  }
+  if (objTupleBackLogQHas(tuple)) {
+    answer.stepIs(machine, name, "queued for the backlog review", ExplainStatus::waitingForHardware);
+    return;
+  }
+  if (!objTupleCacheHas(tuple)) {
+    answer.stepIs(machine, name, "no FEC wanted: no host points at it and no label with a FEC leads to it",
+                  ExplainStatus::missingInput);
+    return;
+  }
+  FecId const* fecId = fecRequestCache().find(tuple);
+  if (!fecId) {
+    Qor::String missing;
+    if (ObjTupleSet const* lower = nextHopForwardMap(tuple)) {
+      for (auto const& next : lower->objTuple()) {
+        if (!objectPresent(next)) missing += " " + answer.objectName(next);
+      }
+    }
+    answer.stepIs(
+        machine, name,
+        "no FEC: its chain is incomplete" + (missing.empty() ? Qor::String() : " (missing:" + missing + ")"),
+        ExplainStatus::missingInput);
+    return;
+  }
+  answer.stepIs(machine, name, "FEC ID " + hexText(fecId->value()) + " requested");
+  if (uint64_t const* hwId = objTupleToHwIdMap_->hwId().find(tuple)) {
+    answer.stepIs(machine, "FEC answer", "hardware FEC " + hexText(*hwId));
+  } else {
+    answer.stepIs(machine, "FEC answer", "none yet: the hardware has not answered",
+                  ExplainStatus::waitingForHardware);
+  }
+}
+
+SmSummary FennMacAddrFecRequestSm::summary() const {
+  SmSummary s("FennMacAddrFecRequestSm", counters_, unusableInputCount());
+  uint64_t answered = 0;
+  for (auto const& tuple : objTupleCache()) answered += objTupleToHwIdMap_->hwIdHas(tuple);
+  s.entriesIs(objTupleCache().size(), answered);
+  s.fecIdsIs(numAllocatorStatus(), fecIdRange().last() - fecIdRange().first() + 1,
+             numAllocator_ ? numAllocator_->inUseHighWater() : 0);
+  return s;
+}
 }  // namespace Fenn

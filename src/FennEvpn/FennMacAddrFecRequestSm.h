@@ -32,7 +32,9 @@
 #include "Bridging/MacVlanPair.h"
 #include "Fenn/FecIdToHwFecIdRequest.h"
 #include "Fenn/FecIdToHwFecIdResponse.h"
+#include "FennEvpn/FennEvpnExplanation.h"
 #include "FennEvpn/FennEvpnExport.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennObjTupleSet.h"
 #include "FennEvpn/FennObjTupleToHwId.h"
@@ -120,6 +122,12 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine, public UnusableInputCo
   // Notifications waiting for the review task.
   QOR_SET(hostBackLogQ, Bridging::MacVlanPair)
   QOR_SET(objTupleBackLogQ, L2Rib::ObjTuple)
+
+  // Operator answers: why a host's first object, or any chain object, has (or has no)
+  // answered FEC, and the summary (an entry is a tracked object; programmed once answered).
+  FENN_EVPN_EXPORT void explainHost(Bridging::MacVlanPair const& macVlan, Explanation& answer) const;
+  FENN_EVPN_EXPORT void explainObject(L2Rib::ObjTuple const& tuple, Explanation& answer) const;
+  FENN_EVPN_EXPORT SmSummary summary() const;
 
  protected:
   void handleInitialized() override;
@@ -209,6 +217,10 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine, public UnusableInputCo
   Qor::Scalar<uint32_t> maxChainLength_{this, maxChainLengthAttr, 2};
   Keel::NumAllocatorConfig numAllocatorConfig_;
   Qor::Ptr<Keel::NumAllocator> numAllocator_;
+  // FEC request writes and withdrawals.
+  SmCounters counters_;
+  // Whether the object is in its table of the layer-2 RIB.
+  bool objectPresent(L2Rib::ObjTuple const& tuple) const;
   Qor::Ptr<Keel::Task> reviewBacklog_;
   Keel::TimerWheel::TimerId reviewTimer_ = Keel::TimerWheel::noTimer;
   BacklogPass<L2Rib::ObjTuple> objTuplePass_;

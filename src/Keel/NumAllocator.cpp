@@ -77,7 +77,7 @@ void NumAllocator::inUseIs(Number n, bool inUse) {
   uint64_t const mask = uint64_t{1} << (bit % 64);
   if (inUse) {
     inUseBits_[bit / 64] |= mask;
-    ++inUseCount_;
+    if (++inUseCount_ > inUseHighWater_) inUseHighWater_ = inUseCount_;
   } else {
     inUseBits_[bit / 64] &= ~mask;
     --inUseCount_;

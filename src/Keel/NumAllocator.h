@@ -43,6 +43,8 @@ class NumAllocator : public Qor::PtrInterface {
   void releaseNumber(Number n);
   bool numberInUse(Number n) const;
   NumAllocatorStatus status() const;
+  // The most numbers in use at once so far.
+  uint64_t inUseHighWater() const noexcept { return inUseHighWater_; }
 
  private:
   struct Released {
@@ -59,6 +61,7 @@ class NumAllocator : public Qor::PtrInterface {
   Qor::Ptr<TimerWheel> timerWheel_;
   uint64_t nextUnused_;
   uint64_t inUseCount_ = 0;
+  uint64_t inUseHighWater_ = 0;
   std::deque<Released> released_;
   // Bit (n - first) for every n in [first, nextUnused_).
   std::vector<uint64_t> inUseBits_;

@@ -23,6 +23,7 @@ class HwTunnelIdPools final : public FennHelper::EvpnHwTunnelIdSmHelper {
 
   Fenn::HwTunnelId getHwTunnelId(Fenn::HwTunnelIdType type) override;
   void releaseHwTunnelId(Fenn::HwTunnelId const& id) override;
+  uint32_t hwTunnelIdPoolSize(Fenn::HwTunnelIdType type) const override { return poolSize(type); }
 
   // Resizes a pool. Shrinking below the IDs in use keeps those until they are released.
   void poolSizeIs(Fenn::HwTunnelIdType type, uint32_t size);

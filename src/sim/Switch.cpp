@@ -696,4 +696,20 @@ void Switch::reinitialize(Qor::StateMachine& sm) {
   settle();
 }
 
+// ---- Operator tools ----
+
+Fenn::MachineSet Switch::machines() const {
+  Fenn::MachineSet m;
+  m.remoteInfoFinder = remoteInfoFinderSm_.get();
+  m.hwTunnelId = hwTunnelIdSm_.get();
+  m.floodSetFec = floodSetFecSm_.get();
+  m.vlanFloodSet = vlanFloodSetSm_.get();
+  m.floodingEsi = floodingEsiSm_.get();
+  m.floodingDot1q = floodingDot1qSm_.get();
+  m.floodFilter = floodFilterSm_.get();
+  m.hostFec = hostFecSm_.get();
+  m.esiFilteringDecap = esiFilteringDecapSm_.get();
+  return m;
+}
+
 }  // namespace Sim

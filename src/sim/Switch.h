@@ -55,6 +55,9 @@
 #include "FennEvpn/FennEvpnTepSegmentSm.h"
 #include "Tunnel/TunnelEndpointStatus.h"
 
+// Operator tools: explain and summaries.
+#include "FennEvpn/FennEvpnExplain.h"
+
 namespace Sim {
 
 struct HardwareConfig {
@@ -374,6 +377,10 @@ class Switch {
   void tunnelEndpointIs(::Tunnel::TunnelTable::TunnelId tunnelId, std::optional<Ostra::IpGenAddr> addr);
   Fenn::EvpnTepSegmentDir const* evpnTepSegmentDir() const { return evpnTepSegmentDir_.get(); }
   Fenn::FennEvpnTepSegmentSm const* tepSegmentSm() const { return tepSegmentSm_.get(); }
+
+  // ---- Operator tools ----
+  // Every state machine, as explain and the summaries take them.
+  Fenn::MachineSet machines() const;
 
  private:
   // Creates every state machine on the inputs and marks them initialized; releases them.

@@ -288,10 +288,13 @@ void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, 
       t.print(os, "Non-DF ports (flooding filtered)", omitted);
       break;
     }
+    case Table::summary:
+      break;  // the machines' counters: the runner prints them from the switch
   }
 }
 
-void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const& scenario) {
+void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const& scenario,
+               std::vector<std::pair<Qor::String, Qor::String>> const& extra) {
   os << "{\n  \"time\": " << state.time << ",\n  \"tunnels\": [";
   char const* sep = "";
   for (auto const& r : state.tunnels) {
@@ -434,7 +437,9 @@ void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const
        << ", \"intf\": " << jsonString(p.parent.name()) << "}";
     sep = ",";
   }
-  os << "\n  ]\n}\n";
+  os << "\n  ]";
+  for (auto const& [name, json] : extra) os << ",\n  " << jsonString(name) << ": " << json;
+  os << "\n}\n";
 }
 
 }  // namespace SimTool

@@ -12,7 +12,9 @@ namespace SimTool {
 // added there instead.
 void printTable(std::ostream& os, Table table, Sim::HardwareState const& state, Scenario const& scenario,
                 std::vector<Qor::String>* omitted = nullptr);
-void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const& scenario);
+// `extra`: more members of the document, name and JSON text (the summary, explain answers).
+void printJson(std::ostream& os, Sim::HardwareState const& state, Scenario const& scenario,
+               std::vector<std::pair<Qor::String, Qor::String>> const& extra = {});
 
 // Host FEC chains: a host as `show hosts` and `expect hosts` put it ("l1", "l1 (waiting)",
 // "l1 (no FEC)"), and where the vias of a host-chain FEC lead (PE names, or the object

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <map>
 
+#include "FennEvpn/FennEvpnReportText.h"
 #include "Qor/Toggle.h"
 #include "Report.h"
 
@@ -85,6 +86,11 @@ void Runner::apply(ShowStep const& s) {
   Sim::HardwareState const state = switch_->state();
   for (Table t : s.tables) {
     out_ << "\n";
+    if (t == Table::summary) {
+      out_ << "summary (t=" << Fenn::secondsText(switch_->now()) << " s)\n"
+           << Fenn::summaryTable(Fenn::summaries(switch_->machines()));
+      continue;
+    }
     printTable(out_, t, state, scenario_);
   }
 }
@@ -501,6 +507,50 @@ Qor::String Runner::checkAccess(Expectation const& e, Sim::HardwareState const& 
     default:
       return "";
   }
+}
+
+// ---- Operator tools ----
+
+Fenn::Explanation Runner::explain(ExplainQuery const& query) const {
+  Fenn::Explanation::Names namer;
+  namer.tunnel = [this](Tunnel::TunnelTable::TunnelId const& tunnelId) {
+    return scenario_.tunnelName(tunnelId);
+  };
+  namer.object = [this](L2Rib::ObjTuple const& object) { return scenario_.objectName(object); };
+  Fenn::MachineSet const machines = switch_->machines();
+  switch (query.kind) {
+    case ExplainQuery::Kind::dest:
+      return Fenn::explainFloodSetDest(machines, query.vlan, query.mac, query.dest, namer);
+    case ExplainQuery::Kind::tunnel:
+      return Fenn::explainTunnel(machines, query.tunnel, namer);
+    case ExplainQuery::Kind::esi:
+      return Fenn::explainEsi(machines, Fenn::IntfVlanTunnelKey(query.intf, query.vlan, query.tunnel), namer);
+    case ExplainQuery::Kind::dot1q:
+      return Fenn::explainDot1q(machines, Fenn::IntfVlanKey(query.intf, query.vlan), namer);
+    case ExplainQuery::Kind::floodFilter:
+      return Fenn::explainFloodFilter(machines, Fenn::IntfVlanKey(query.intf, query.vlan), namer);
+    case ExplainQuery::Kind::host:
+      return Fenn::explainHost(machines, Bridging::MacVlanPair(query.mac, query.vlan), namer);
+    case ExplainQuery::Kind::object:
+      return Fenn::explainObject(machines, query.object, namer);
+    case ExplainQuery::Kind::route:
+      return Fenn::explainFilterRoute(machines, query.route, namer);
+  }
+  return Fenn::Explanation();
+}
+
+void Runner::apply(ExplainStep const& s) {
+  Fenn::Explanation const answer = explain(s.query);
+  out_ << "\nexplain (t=" << Fenn::secondsText(switch_->now()) << " s) " << answer.text();
+  if (!s.state) return;
+  if (answer.state() == *s.state) {
+    out_ << at_->file << ":" << at_->line << ":" << at_->column << ": explain state passed\n";
+    return;
+  }
+  ++failures_;
+  out_ << at_->file << ":" << at_->line << ":" << at_->column << ": explain state failed\n  expected "
+       << Fenn::Explanation::stateName(*s.state) << "\n  actual   "
+       << Fenn::Explanation::stateName(answer.state()) << "\n";
 }
 
 }  // namespace SimTool

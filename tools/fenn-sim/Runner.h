@@ -16,6 +16,8 @@ class Runner {
   // Runs every step; returns the number of expectations that failed.
   size_t run();
   Sim::Switch& simSwitch() { return *switch_; }
+  // Operator tools: the answer for one key, PEs by their scenario names.
+  Fenn::Explanation explain(ExplainQuery const& query) const;
 
  private:
   void apply(SayStep const& s);
@@ -44,6 +46,8 @@ class Runner {
   void apply(VlanFloodStatusStep const& s);
   Qor::String checkAccess(Expectation const& e, Sim::HardwareState const& state) const;
   void apply(RestartStep const& s);
+  // Operator tools.
+  void apply(ExplainStep const& s);
   // Empty when the expectation holds; otherwise "expected ..., actual ...".
   Qor::String check(Expectation const& e, Sim::HardwareState const& state) const;
 

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <memory>
 #include <set>
+#include <sstream>
 
 #include "Document.h"
 #include "Qor/SysLog.h"
@@ -59,6 +60,12 @@ constexpr char const* maxSecondsText = "1e9";
 class Reader {
  public:
   explicit Reader(Qor::String file) : file_(std::move(file)) {}
+  // Reads pieces of text that name the PEs and objects of `names`.
+  Reader(Qor::String file, Scenario const& names) : file_(std::move(file)) {
+    scenario_.tunnels = names.tunnels;
+    scenario_.names = names.names;
+    scenario_.chainObjects = names.chainObjects;
+  }
 
   Location at(Yaml::Node const& n) const {
     Yaml::Position const m = n.Mark();
@@ -326,7 +333,8 @@ class Reader {
                                                        {"hostFecs", Table::hostFecs},
                                                        {"vlans", Table::vlans},
                                                        {"dot1qMappings", Table::dot1qMappings},
-                                                       {"nonDfPorts", Table::nonDfPorts}};
+                                                       {"nonDfPorts", Table::nonDfPorts},
+                                                       {"summary", Table::summary}};
     ShowStep s;
     auto add = [&](Yaml::Node const& item) {
       Qor::String const t = text(item, "table");
@@ -340,7 +348,7 @@ class Reader {
              "unknown table '" + t +
                  "' (expected tunnels, pools, fecs, floodSets, sysLog, esiPortMaps, unprogrammedRoutes, "
                  "lagMembers, evpnVlanMembers, esiData, tepSegments, hosts, hostFecs, vlans, dot1qMappings, "
-                 "nonDfPorts or "
+                 "nonDfPorts, summary or "
                  "all)");
       s.tables.push_back(it->second);
     };
@@ -954,6 +962,79 @@ class Reader {
     return VlanFloodStatusStep{vlan(n["vlan"]), filter};
   }
 
+  // ---- Operator tools ----
+  static constexpr char const* explainKinds = "dest, tunnel, esi, dot1q, floodFilter, host, object or route";
+  // The key of one kind, as an explain step or --explain writes it.
+  ExplainQuery explainQueryOf(Yaml::Node const& kindNode, Yaml::Node const& v) const {
+    Qor::String const kind = kindNode.Scalar();
+    ExplainQuery q;
+    if (kind == "tunnel") {
+      q.kind = ExplainQuery::Kind::tunnel;
+      q.tunnel = tunnel(v);
+    } else if (kind == "dest") {
+      checkMap(v, "explain dest", {"vlan", "mac", "mpls", "vxlan", "intf"}, {"vlan", "mac"});
+      q.vlan = vlan(v["vlan"]);
+      q.mac = mac(v["mac"]);
+      q.dest = dest(v, "explain dest");
+    } else if (kind == "esi") {
+      checkMap(v, "explain esi", {"intf", "vlan", "tunnel"}, {"intf", "vlan", "tunnel"});
+      q.kind = ExplainQuery::Kind::esi;
+      q.intf = intf(v["intf"]);
+      q.vlan = vlan(v["vlan"]);
+      q.tunnel = tunnel(v["tunnel"]);
+    } else if (kind == "dot1q" || kind == "floodFilter") {
+      checkMap(v, "explain " + kind, {"intf", "vlan"}, {"intf", "vlan"});
+      q.kind = kind == "dot1q" ? ExplainQuery::Kind::dot1q : ExplainQuery::Kind::floodFilter;
+      q.intf = intf(v["intf"]);
+      q.vlan = vlan(v["vlan"]);
+    } else if (kind == "host") {
+      checkMap(v, "explain host", {"vlan", "mac"}, {"vlan", "mac"});
+      q.kind = ExplainQuery::Kind::host;
+      q.vlan = vlan(v["vlan"]);
+      q.mac = mac(v["mac"]);
+    } else if (kind == "object") {
+      q.kind = ExplainQuery::Kind::object;
+      q.object = chainObject(v);
+    } else if (kind == "route") {
+      q.kind = ExplainQuery::Kind::route;
+      q.route = routeKey(v);
+    } else {
+      fail(kindNode, "unknown explain key '" + kind + "' (expected " + explainKinds + ")");
+    }
+    return q;
+  }
+  ExplainQuery explainQuery(Yaml::Node const& n) const {
+    if (!n.IsMap() || n.size() != 1) fail(n, Qor::String("explain needs exactly one key: ") + explainKinds);
+    auto const& kv = *n.begin();
+    return explainQueryOf(kv.first, kv.second);
+  }
+  Step explainStep(Yaml::Node const& n) const {
+    if (!n.IsMap()) fail(n, "explain must be a mapping");
+    ExplainStep s;
+    size_t keys = 0;
+    for (auto const& kv : n) {
+      if (kv.first.Scalar() != "state") {
+        ++keys;
+        s.query = explainQueryOf(kv.first, kv.second);
+        continue;
+      }
+      static std::map<Qor::String, Fenn::ExplainStatus> const states = {
+          {"programmed", Fenn::ExplainStatus::ok},
+          {"missingInput", Fenn::ExplainStatus::missingInput},
+          {"waitingForHardware", Fenn::ExplainStatus::waitingForHardware},
+          {"failed", Fenn::ExplainStatus::failed}};
+      Qor::String const t = text(kv.second, "state");
+      auto const it = states.find(t);
+      if (it == states.end())
+        fail(kv.second,
+             "bad state '" + t + "' (expected programmed, missingInput, waitingForHardware or failed)");
+      s.state = it->second;
+    }
+    if (keys != 1)
+      fail(n, Qor::String("explain needs exactly one key: ") + explainKinds + " (and may give its state)");
+    return s;
+  }
+
   Step step(Yaml::Node const& n) {
     if (!n.IsMap() || n.size() != 1) fail(n, "a step is a mapping with exactly one step kind");
     auto const& kv = *n.begin();
@@ -1001,6 +1082,7 @@ class Reader {
         "localEsiLabel"};
     if (accessSteps.count(kind)) return accessStep(kind, v);
     if (kind == "tunnelEndpoint") return tunnelEndpointStep(v);
+    if (kind == "explain") return explainStep(v);
     if (kind == "print") return PrintStep{libraryTables(v)};
     if (kind == "reinitialize") return ReinitializeStep{text(v, "state machine")};
     if (kind == "restart") {
@@ -1015,7 +1097,7 @@ class Reader {
              "removeVlanStatus, encapBumFilter, segmentVlans, localEsiLabel, tunnelEndpoint, print, "
              "reinitialize, host, removeHost, label, removeLabel, loadBalance, removeLoadBalance, "
              "chainDest, removeChainDest, toggle, vlanToDot1q, removeVlanToDot1q, mplsConfig, "
-             "vlanFloodStatus, removeVlanFloodStatus or restart)");
+             "vlanFloodStatus, removeVlanFloodStatus, restart or explain)");
   }
 
   // The parser keeps the first of two equal keys and drops the second without a word;
@@ -1102,6 +1184,17 @@ Scenario loadScenario(Qor::String const& file, std::istream& in) {
     return Reader(file).read(in);
   } catch (YAML::Exception const& e) {
     throw ScenarioError({file, e.mark.line + 1, e.mark.column + 1}, e.msg);
+  }
+}
+
+ExplainQuery explainQuery(Scenario const& scenario, Qor::String const& where, Qor::String const& text) {
+  std::istringstream in(text);
+  try {
+    Yaml::Document const doc(in);
+    if (!doc.root().IsDefined()) throw ScenarioError({where, 0, 0}, "an empty key");
+    return Reader(where, scenario).explainQuery(doc.root());
+  } catch (YAML::Exception const& e) {
+    throw ScenarioError({where, e.mark.line + 1, e.mark.column + 1}, "bad YAML: " + e.msg);
   }
 }
 

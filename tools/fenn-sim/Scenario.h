@@ -144,6 +144,23 @@ struct ToggleStep {
   bool vxlan4WayL2Ecmp;
 };
 
+// Operator tools: a key whose hardware state is explained, and the state it should be in.
+struct ExplainQuery {
+  enum class Kind { dest, tunnel, esi, dot1q, floodFilter, host, object, route };
+  Kind kind = Kind::dest;
+  Bridging::VlanId vlan{};
+  Ostra::EthAddr mac;                    // dest, host
+  L2Rib::Dest dest;                      // dest
+  Tunnel::TunnelTable::TunnelId tunnel;  // tunnel, esi
+  Ostra::IntfId intf;                    // esi, dot1q, floodFilter
+  L2Rib::ObjTuple object;                // object
+  Mpls::RouteKey route;                  // route
+};
+struct ExplainStep {
+  ExplainQuery query;
+  std::optional<Fenn::ExplainStatus> state;  // checked like an expect when given
+};
+
 enum class Table {
   tunnels,
   pools,
@@ -166,6 +183,8 @@ enum class Table {
   vlans,
   dot1qMappings,
   nonDfPorts,
+  // Operator tools: the per-machine counters.
+  summary,
 };
 struct ShowStep {
   std::vector<Table> tables;
@@ -237,10 +256,11 @@ struct ExpectStep {
   std::vector<Expectation> expectations;
 };
 
-using Step = std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep,
-                          HardwareStep, AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep,
-                          TunnelEndpointStep, PrintStep, ReinitializeStep, HostStep, ChainObjectStep,
-                          ToggleStep, VlanToDot1qStep, MplsConfigStep, VlanFloodStatusStep, RestartStep>;
+using Step =
+    std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep, HardwareStep,
+                 AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep, TunnelEndpointStep, PrintStep,
+                 ReinitializeStep, HostStep, ChainObjectStep, ToggleStep, VlanToDot1qStep, MplsConfigStep,
+                 VlanFloodStatusStep, RestartStep, ExplainStep>;
 
 struct Scenario {
   Qor::String file;
@@ -269,6 +289,9 @@ Qor::String dot1qName(Bridging::VlanIdOrNone dot1q);
 Scenario loadScenario(Qor::String const& file);
 // Reads the scenario from `in`; errors name `file`.
 Scenario loadScenario(Qor::String const& file, std::istream& in);
+// A key as the explain step writes it, in YAML ("{ tunnel: pe1 }"), naming the scenario's
+// PEs; what `--explain` takes. Throws ScenarioError located in `where`.
+ExplainQuery explainQuery(Scenario const& scenario, Qor::String const& where, Qor::String const& text);
 
 // Lists as the access-side expectations and checks write them: "[a, b]", interfaces in
 // interface order.

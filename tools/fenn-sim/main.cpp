@@ -1,6 +1,6 @@
 // fenn-sim: runs the library on a simulated switch from a scenario file.
 //
-//   fenn-sim [--json] [--trace[=SPEC]] [--ringlog-dir DIR] [SCENARIO.yaml]
+//   fenn-sim [--json] [--trace[=SPEC]] [--ringlog-dir DIR] [--explain KEY]... [SCENARIO.yaml]
 //
 // With no scenario it runs the bundled example. Exit status: 0 when every expect holds,
 // 1 when one failed (all mismatches are printed), 2 for bad usage or a bad scenario.
@@ -23,12 +23,14 @@
 namespace {
 
 constexpr char const* usage =
-    "usage: fenn-sim [--json] [--trace[=SPEC]] [--ringlog-dir DIR] [SCENARIO.yaml]\n"
+    "usage: fenn-sim [--json] [--trace[=SPEC]] [--ringlog-dir DIR] [--explain KEY]... [SCENARIO.yaml]\n"
     "  --json             print the final hardware state as JSON on stdout (the story goes to stderr)\n"
     "  --trace            trace every source at levels 0 to 5 (decisions and actions) to stderr\n"
     "  --trace=SPEC       trace as SPEC says, e.g. 'FennEvpnHwTunnelIdSm/0-8,*/1' (see docs/trace.md)\n"
     "  --ringlog-dir DIR  keep the binary ring log in a file under DIR, created if missing (read it\n"
     "                     with fenn-ringlog); without trace levels it records levels 0 to 8\n"
+    "  --explain KEY      at the end, explain why KEY is or is not in hardware; KEY as the explain\n"
+    "                     step writes it, e.g. '{ tunnel: pe1 }' (see docs/operator-tools.md)\n"
     "  --version          print the version\n"
     "With no scenario, runs ";
 
@@ -82,6 +84,7 @@ int main(int argc, char** argv) {
   bool fileGiven = false;
   std::optional<Qor::String> traceSpec;
   std::optional<Qor::String> ringlogDir;
+  std::vector<Qor::String> explainKeys;
   for (int i = 1; i < argc; ++i) {
     char const* a = argv[i];
     if (!std::strcmp(a, "--json")) {
@@ -100,6 +103,12 @@ int main(int argc, char** argv) {
         return 2;
       }
       ringlogDir = argv[++i];
+    } else if (!std::strcmp(a, "--explain")) {
+      if (i + 1 == argc) {
+        std::cerr << "fenn-sim: --explain needs a key\n" << usage << bundled << "\n";
+        return 2;
+      }
+      explainKeys.push_back(argv[++i]);
     } else if (!std::strcmp(a, "--help") || !std::strcmp(a, "-h")) {
       std::cout << usage << bundled << "\n";
       return 0;
@@ -168,6 +177,9 @@ int main(int argc, char** argv) {
   try {
     SimTool::Scenario const scenario = SimTool::loadScenario(file);
     SimTool::TracePeNames const peNames(scenario.names);
+    std::vector<SimTool::ExplainQuery> explainQueries;
+    for (auto const& key : explainKeys)
+      explainQueries.push_back(SimTool::explainQuery(scenario, "--explain", key));
     SimTool::Runner runner(scenario, story);
     clockSwitch = &runner.simSwitch();
     Ringlog::clockIs(simulatedNow);
@@ -175,8 +187,15 @@ int main(int argc, char** argv) {
     Sim::HardwareState const state = runner.simSwitch().state();
     Ringlog::clockIs(nullptr);
     clockSwitch = nullptr;
+    // Operator tools: the machines' counters, and the answers asked for.
+    std::vector<Fenn::Explanation> answers;
+    for (auto const& q : explainQueries) answers.push_back(runner.explain(q));
+    std::vector<Fenn::SmSummary> const summaries = Fenn::summaries(runner.simSwitch().machines());
     if (json) {
-      SimTool::printJson(std::cout, state, scenario);
+      Qor::String explained = "[";
+      for (size_t i = 0; i < answers.size(); ++i) explained += (i ? ", " : "") + answers[i].json();
+      SimTool::printJson(std::cout, state, scenario,
+                         {{"summary", Fenn::summaryJson(summaries)}, {"explain", explained + "]"}});
     } else {
       std::cout << "\n== final hardware state ==\n";
       // The tables that have rows; the empty ones are named in one line.
@@ -197,6 +216,9 @@ int main(int argc, char** argv) {
         for (size_t i = 0; i < empty.size(); ++i) std::cout << (i ? ", " : " ") << empty[i];
         std::cout << "\n";
       }
+      // Operator tools.
+      std::cout << "\nsummary\n" << Fenn::summaryTable(summaries);
+      for (auto const& answer : answers) std::cout << "\nexplain " << answer.text();
     }
     if (!Ringlog::filePath().empty()) std::cerr << "fenn-sim: ring log in " << Ringlog::filePath() << "\n";
     if (failures) {
