@@ -20,11 +20,13 @@ Qor::String joined(std::vector<Qor::String> const& names) {
 }
 }  // namespace
 
-Runner::Runner(Scenario const& scenario, std::ostream& out)
+Runner::Runner(Scenario const& scenario, std::ostream& out, Fenn::RecordingFiles const* record)
     : scenario_(scenario), out_(out), switch_(std::make_unique<Sim::Switch>(scenario.hardware)) {
+  if (record) switch_->record(*record);
   // The tunnel RIB knows the PEs' addresses from the start.
   for (auto const& [name, addr] : scenario.tunnelAddresses)
     switch_->tunnelEndpointIs(scenario.tunnels.at(name), addr);
+  switch_->settlesOnlyWhenAskedIs(scenario.settlesOnlyWhenAsked);
 }
 
 Runner::~Runner() {
@@ -502,5 +504,12 @@ Qor::String Runner::checkAccess(Expectation const& e, Sim::HardwareState const& 
       return "";
   }
 }
+
+}  // namespace SimTool
+
+namespace SimTool {
+
+// Recorded scenarios.
+void Runner::apply(SettleStep const&) { switch_->runScheduler(); }
 
 }  // namespace SimTool
