@@ -28,21 +28,24 @@ void BM_AddDestinations(benchmark::State& state) {
       auto l2Rib = L2Rib::floodSetOutputFactory();
       std::vector<L2Rib::FloodSet*> floodSets;
       for (uint64_t v = 1; v <= vlans; ++v) {
-        for (auto const& mac : floodMacs) floodSets.push_back(l2Rib->vlanFloodSetIs(Bridging::VlanId(v))->floodSetIs(mac));
+        for (auto const& mac : floodMacs)
+          floodSets.push_back(l2Rib->vlanFloodSetIs(Bridging::VlanId(v))->floodSetIs(mac));
       }
       Sim::Switch sw(Sim::HardwareConfig{}, "bench", {l2Rib, Evpn::evpnStatusFactory()});
       if (recorded) sw.record({file.string()});
       state.ResumeTiming();
       for (size_t f = 0; f < floodSets.size(); ++f) {
         for (uint64_t t = 0; t < tunnels; ++t) {
-          floodSets[f]->destSetIs(L2Rib::Dest::mpls(Tunnel::TunnelTable::TunnelId(Tunnel::tunnelTypeLdp, 1 + t),
-                                                    Ostra::MplsLabel(10000 + 1 + f / 3)));
+          floodSets[f]->destSetIs(
+              L2Rib::Dest::mpls(Tunnel::TunnelTable::TunnelId(Tunnel::tunnelTypeLdp, 1 + t),
+                                Ostra::MplsLabel(10000 + 1 + f / 3)));
         }
       }
       if (recorded) sw.recorder()->flush();
       state.PauseTiming();
       if (recorded) steps = sw.recorder()->steps();
-      if (sw.floodSetHwStatus()->status().size() != vlans * 3) state.SkipWithError("flood sets not programmed");
+      if (sw.floodSetHwStatus()->status().size() != vlans * 3)
+        state.SkipWithError("flood sets not programmed");
       if (recorded && !sw.recorder()->error().empty()) state.SkipWithError(sw.recorder()->error().c_str());
     }
     state.ResumeTiming();
