@@ -325,9 +325,7 @@ void EvpnInputRecorder::floodSetRemoved(Bridging::MacVlanPair const& key, L2Rib:
 void EvpnInputRecorder::segment(Ostra::IntfId intf) {
   Evpn::EthernetSegmentStatus const* es = inputs_.evpnStatus->ethernetSegmentStatus(intf);
   if (!es) {
-    begin("removeSegment");
-    put(intf);
-    return end();
+    return removal("removeSegment", intf);
   }
   begin("segment");
   put("{ intf: ");
@@ -394,9 +392,7 @@ void EvpnInputRecorder::encapBumFilter() {
 void EvpnInputRecorder::vlanToDot1q(Bridging::VlanId vlan) {
   Evpn::EvpnStatus const& s = *inputs_.evpnStatus;
   if (!s.vlanToDot1qHas(vlan)) {
-    begin("removeVlanToDot1q");
-    put(vlan);
-    return end();
+    return removal("removeVlanToDot1q", vlan);
   }
   begin("vlanToDot1q");
   put("{ vlan: ");
@@ -410,66 +406,50 @@ void EvpnInputRecorder::vlanToDot1q(Bridging::VlanId vlan) {
 
 void EvpnInputRecorder::vlanFloodStatus(Bridging::VlanId vlan) {
   Evpn::EvpnVlanFloodStatus const* status = inputs_.evpnStatus->evpnVlanFloodStatus(vlan);
-  if (!status) {
-    begin("removeVlanFloodStatus");
-    put(vlan);
-    return end();
-  }
-  begin("vlanFloodStatus");
-  put("{ vlan: ");
-  put(vlan);
-  put(", floodFilter: ");
-  putList(sortedKeys(status->floodFilter()));
+  keyedList("vlanFloodStatus", "removeVlanFloodStatus", "vlan", vlan, "floodFilter",
+            status ? &status->floodFilter() : nullptr);
+}
+
+// "<kind>: { <keyName>: <key>, <listName>: [...] }" for a record that is a list under a
+// key, or "<removalKind>: <key>" once the record is gone (`keys` null).
+template <class K, class Keys>
+void EvpnInputRecorder::keyedList(char const* kind, char const* removalKind, char const* keyName,
+                                  K const& key, char const* listName, Keys const* keys) {
+  if (!keys) return removal(removalKind, key);
+  begin(kind);
+  put("{ ");
+  put(keyName);
+  put(": ");
+  put(key);
+  put(", ");
+  put(listName);
+  put(": ");
+  putList(sortedKeys(*keys));
   put(" }");
+  end();
+}
+
+template <class K>
+void EvpnInputRecorder::removal(char const* kind, K const& key) {
+  begin(kind);
+  put(key);
   end();
 }
 
 void EvpnInputRecorder::lag(Ostra::IntfId lagId) {
   LagInfo const* info = inputs_.lagConfigDir->lagConfig(lagId);
-  if (!info) {
-    begin("removeLag");
-    put(lagId);
-    return end();
-  }
-  begin("lag");
-  put("{ intf: ");
-  put(lagId);
-  put(", members: ");
-  putList(sortedKeys(info->member()));
-  put(" }");
-  end();
+  keyedList("lag", "removeLag", "intf", lagId, "members", info ? &info->member() : nullptr);
 }
 
 void EvpnInputRecorder::vlanConfig(Bridging::VlanId vlan) {
   Bridging::VlanConfig const* config = inputs_.bridgingConfig->vlanConfig(vlan);
-  if (!config) {
-    begin("removeVlanConfig");
-    put(vlan);
-    return end();
-  }
-  begin("vlanConfig");
-  put("{ vlan: ");
-  put(vlan);
-  put(", intfs: ");
-  putList(sortedKeys(config->intf()));
-  put(" }");
-  end();
+  keyedList("vlanConfig", "removeVlanConfig", "vlan", vlan, "intfs", config ? &config->intf() : nullptr);
 }
 
 void EvpnInputRecorder::vlanStatus(Bridging::VlanId vlan) {
   Bridging::VlanStatus const* status = inputs_.vlanStatusDir->vlanStatus(vlan);
-  if (!status) {
-    begin("removeVlanStatus");
-    put(vlan);
-    return end();
-  }
-  begin("vlanStatus");
-  put("{ vlan: ");
-  put(vlan);
-  put(", intfs: ");
-  putList(sortedKeys(status->vlanPortStatus()));
-  put(" }");
-  end();
+  keyedList("vlanStatus", "removeVlanStatus", "vlan", vlan, "intfs",
+            status ? &status->vlanPortStatus() : nullptr);
 }
 
 void EvpnInputRecorder::mplsConfig() {
@@ -482,9 +462,7 @@ void EvpnInputRecorder::mplsConfig() {
 void EvpnInputRecorder::route(Mpls::RouteKey const& key) {
   Mpls::LfibStatus const& l = *inputs_.lfibStatus;
   if (!l.routeHas(key)) {
-    begin("removeRoute");
-    put(key.topLabel());
-    return end();
+    return removal("removeRoute", key.topLabel());
   }
   begin("route");
   put("{ label: ");
@@ -498,9 +476,7 @@ void EvpnInputRecorder::route(Mpls::RouteKey const& key) {
 void EvpnInputRecorder::viaSet(Mpls::LfibViaSetKey const& key) {
   Mpls::LfibStatus const& l = *inputs_.lfibStatus;
   if (!l.viaSetHas(key)) {
-    begin("removeViaSet");
-    put(key.index());
-    return end();
+    return removal("removeViaSet", key.index());
   }
   Mpls::LfibViaKey const via = l.viaSet(key).viaKey();
   if (via.viaType() == Mpls::lfibViaTypeInvalid) return;
@@ -523,9 +499,7 @@ void EvpnInputRecorder::filterVia(Mpls::LfibViaKey const& key) {
   Mpls::LfibStatus const& l = *inputs_.lfibStatus;
   if (key.viaType() != Mpls::lfibViaTypeEvpnEthernetSegmentFilter) return;
   if (!l.evpnEthernetSegmentFilterViaHas(key)) {
-    begin("removeFilterVia");
-    put(key.index());
-    return end();
+    return removal("removeFilterVia", key.index());
   }
   begin("filterVia");
   put("{ index: ");

@@ -128,6 +128,11 @@ class FENN_EVPN_EXPORT EvpnInputRecorder : public Qor::PtrInterface {
   void putObject(L2Rib::ObjTuple const& object);
   template <class Keys>
   void putList(Keys const& keys);
+  template <class K>
+  void removal(char const* kind, K const& key);
+  template <class K, class Keys>
+  void keyedList(char const* kind, char const* removalKind, char const* keyName, K const& key,
+                 char const* listName, Keys const* keys);
 
   // Each writes the step that brings the replay's input to its current state.
   void dest(Bridging::MacVlanPair const& key, L2Rib::Dest const& dest, bool present);

@@ -19,8 +19,15 @@ class RecordReplayTest : public ::testing::Test {
  protected:
   std::filesystem::path const dir_ =
       std::filesystem::temp_directory_path() / ("fenn-record-replay-" + std::to_string(getpid()));
-  void SetUp() override { std::filesystem::create_directories(dir_); }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
+  // A simulated switch, as fenn-sim runs it: a default pool run dry is a state, not fatal.
+  void SetUp() override {
+    std::filesystem::create_directories(dir_);
+    setenv("SIMULATION_VMID", "record-replay", 1);
+  }
+  void TearDown() override {
+    unsetenv("SIMULATION_VMID");
+    std::filesystem::remove_all(dir_);
+  }
   Qor::String path(char const* name) const { return (dir_ / name).string(); }
 
   // The inputs neither generator reaches: the LFIB, host chains, dot1q mappings, flood
