@@ -106,6 +106,7 @@ size_t TaskScheduler::runReady() {
     if (!task) return runs;
     task->workCount_ = 0;
     ++runs;
+    ++taskRuns_;
     // The handler may schedule, unschedule or destroy other tasks, so nothing is held
     // across the call.
     task->handler_();

@@ -50,6 +50,9 @@ class TaskScheduler : public Qor::PtrInterface {
   // delayed task otherwise, neverDue when nothing is pending.
   double nextDueTime() const;
   size_t pendingTaskCount() const noexcept { return readyCount_ + timers_.size(); }
+  // Tasks run since the scheduler was created: whoever compares two readings knows whether
+  // any deferred work ran between them (the input recorder does).
+  uint64_t taskRuns() const noexcept { return taskRuns_; }
 
  private:
   friend class Task;
@@ -87,6 +90,7 @@ class TaskScheduler : public Qor::PtrInterface {
   size_t timerTaskCount_ = 0;
   uint64_t nextSequence_ = 0;
   uint64_t workQuota_ = defaultWorkQuota;
+  uint64_t taskRuns_ = 0;
 };
 
 }  // namespace Keel

@@ -318,6 +318,7 @@ void Switch::vlanFloodStatusDel(Bridging::VlanId vlan) {
 void Switch::hwTunnelIdPoolSizeIs(Fenn::HwTunnelIdType type, uint32_t size) {
   bool const grew = size > hwTunnelIdPools_->poolSize(type);
   hwTunnelIdPools_->poolSizeIs(type, size);
+  recordHardware(type == Fenn::hwTunnelIdTypeDefault ? "defaultHwTunnelIds" : "sharedEsHwTunnelIds", size);
   // The hardware layer tells the allocator that IDs became available, as a platform that
   // grows a pool behind the helper would.
   if (grew) hwTunnelIdSm_->maybeScheduleUnprogrammedReview(true);
@@ -328,21 +329,25 @@ void Switch::fecResponseDelayIs(double seconds) {
   checkSeconds("fecResponseDelayIs", seconds);
   fecResponder_->delayIs(seconds);
   hostFecResponder_->delayIs(seconds);
+  recordHardware("fecResponseDelay", seconds);
 }
 
 void Switch::fecResponsesWithheldIs(bool withheld) {
   fecResponder_->withholdIs(withheld);
   hostFecResponder_->withholdIs(withheld);
+  recordHardware("withholdFecResponses", withheld);
   settle();
 }
 
 void Switch::floodSetProgrammingPausedIs(bool paused) {
   floodSetProgrammer_->pausedIs(paused);
+  recordHardware("floodSetProgrammingPaused", paused);
   settle();
 }
 
 void Switch::floodSetCapacityIs(uint32_t capacity) {
   floodSetProgrammer_->capacityIs(capacity);
+  recordHardware("floodSetCapacity", capacity);
   settle();
 }
 
@@ -373,6 +378,10 @@ FaultInjector& Switch::faults(FaultTarget target) {
 }
 
 void Switch::settle() {
+  if (!settlesOnlyWhenAsked_) runScheduler();
+}
+
+void Switch::runScheduler() {
   scheduler_->runReady();
   // An allocation that failed for a transient hardware error (not an empty pool) is worth
   // another try: the hardware layer asks for a review after the retry interval.
@@ -393,10 +402,10 @@ void Switch::advance(double seconds) {
     double const next = scheduler_->nextDueTime();
     if (next > end) break;
     scheduler_->runUntil(next);
-    settle();
+    runScheduler();
   }
   scheduler_->runUntil(end);
-  settle();
+  runScheduler();
 }
 
 double Switch::now() const { return clock_->now(); }
@@ -662,6 +671,7 @@ void Switch::localEsiLabelIs(Ostra::IntfId intf, std::optional<Ostra::MplsLabel>
 
 void Switch::updateSupportedOnCreateEsiDataIs(bool supported) {
   floodingHardware_->updateSupportedOnCreateEsiDataIs(supported);
+  recordHardware("updateSupportedOnCreateEsiData", supported);
 }
 
 // Scenario controls over the library's own state.
@@ -710,6 +720,29 @@ Fenn::MachineSet Switch::machines() const {
   m.hostFec = hostFecSm_.get();
   m.esiFilteringDecap = esiFilteringDecapSm_.get();
   return m;
+}
+
+}  // namespace Sim
+
+// ---- Recording the inputs ----
+namespace Sim {
+
+Fenn::EvpnInputRecorder& Switch::record(Fenn::RecordingFiles const& files) {
+  recorder_ = nullptr;
+  Fenn::RecordedInputs inputs{floodSetOutput_, evpnStatus_,  lagConfigDir_,      bridgingConfig_,
+                              vlanStatusDir_,  mplsConfig_,  lfibStatus_,        tunnelEndpointStatus_,
+                              hostOutput_,     labelOutput_, loadBalanceOutput_, destOutput_};
+  recorder_ = Fenn::evpnInputRecorderFactory(std::move(inputs), scheduler_, files);
+  for (auto type : {Fenn::hwTunnelIdTypeDefault, Fenn::hwTunnelIdTypeSharedEs}) {
+    recordHardware(type == Fenn::hwTunnelIdTypeDefault ? "defaultHwTunnelIds" : "sharedEsHwTunnelIds",
+                   hwTunnelIdPools_->poolSize(type));
+  }
+  recordHardware("fecResponseDelay", fecResponder_->delay());
+  recordHardware("floodSetCapacity", uint32_t(std::min<size_t>(floodSetProgrammer_->capacity(), UINT32_MAX)));
+  recordHardware("updateSupportedOnCreateEsiData", floodingHardware_->updateSupportedOnCreateEsiData());
+  if (fecResponder_->withhold()) recordHardware("withholdFecResponses", true);
+  if (floodSetProgrammer_->paused()) recordHardware("floodSetProgrammingPaused", true);
+  return *recorder_;
 }
 
 }  // namespace Sim

@@ -57,6 +57,8 @@
 
 // Operator tools: explain and summaries.
 #include "FennEvpn/FennEvpnExplain.h"
+// Recording the inputs.
+#include "FennEvpn/FennEvpnInputRecorder.h"
 
 namespace Sim {
 
@@ -381,8 +383,27 @@ class Switch {
   // ---- Operator tools ----
   // Every state machine, as explain and the summaries take them.
   Fenn::MachineSet machines() const;
+  // ---- Recording the inputs ----
+  // Attaches a recorder to every input the control plane writes, as an agent attaches one,
+  // and tells it the hardware settings; the hardware setters tell it each change from then
+  // on. Fault injection is the hardware's behaviour, not a setting, and is not recorded.
+  // Throws std::runtime_error when the file cannot be written.
+  Fenn::EvpnInputRecorder& record(Fenn::RecordingFiles const& files);
+  Fenn::EvpnInputRecorder* recorder() const { return recorder_.get(); }
+  void recordingStop() { recorder_ = nullptr; }
+  // Replaying a recording: input changes no longer run the scheduler; runScheduler() and
+  // advance() do, where the recorded agent's scheduler ran.
+  void settlesOnlyWhenAskedIs(bool v) { settlesOnlyWhenAsked_ = v; }
+  void runScheduler();
 
  private:
+  template <class T>
+  void recordHardware(char const* setting, T value) {
+    if (recorder_) recorder_->hardwareIs(setting, value);
+  }
+  Qor::Ptr<Fenn::EvpnInputRecorder> recorder_;
+  bool settlesOnlyWhenAsked_ = false;
+
   // Creates every state machine on the inputs and marks them initialized; releases them.
   void startStateMachines();
   void stopStateMachines();

@@ -21,11 +21,13 @@ Qor::String joined(std::vector<Qor::String> const& names) {
 }
 }  // namespace
 
-Runner::Runner(Scenario const& scenario, std::ostream& out)
+Runner::Runner(Scenario const& scenario, std::ostream& out, Fenn::RecordingFiles const* record)
     : scenario_(scenario), out_(out), switch_(std::make_unique<Sim::Switch>(scenario.hardware)) {
+  if (record) switch_->record(*record);
   // The tunnel RIB knows the PEs' addresses from the start.
   for (auto const& [name, addr] : scenario.tunnelAddresses)
     switch_->tunnelEndpointIs(scenario.tunnels.at(name), addr);
+  switch_->settlesOnlyWhenAskedIs(scenario.settlesOnlyWhenAsked);
 }
 
 Runner::~Runner() {
@@ -552,5 +554,12 @@ void Runner::apply(ExplainStep const& s) {
        << Fenn::Explanation::stateName(*s.state) << "\n  actual   "
        << Fenn::Explanation::stateName(answer.state()) << "\n";
 }
+
+}  // namespace SimTool
+
+namespace SimTool {
+
+// Recorded scenarios.
+void Runner::apply(SettleStep const&) { switch_->runScheduler(); }
 
 }  // namespace SimTool

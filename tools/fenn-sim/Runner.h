@@ -11,7 +11,8 @@ namespace SimTool {
 
 class Runner {
  public:
-  Runner(Scenario const& scenario, std::ostream& out);
+  // With `record`, the switch's inputs are recorded into that file from the start.
+  Runner(Scenario const& scenario, std::ostream& out, Fenn::RecordingFiles const* record = nullptr);
   ~Runner();
   // Runs every step; returns the number of expectations that failed.
   size_t run();
@@ -48,6 +49,7 @@ class Runner {
   void apply(RestartStep const& s);
   // Operator tools.
   void apply(ExplainStep const& s);
+  void apply(SettleStep const& s);
   // Empty when the expectation holds; otherwise "expected ..., actual ...".
   Qor::String check(Expectation const& e, Sim::HardwareState const& state) const;
 

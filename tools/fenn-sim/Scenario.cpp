@@ -169,12 +169,7 @@ class Reader {
       fail(n, "bad interface '" + s + "' (expected a name like Ethernet1, Ethernet3/1 or Port-Channel10)");
     }
   }
-  Tunnel::TunnelTable::TunnelId tunnel(Yaml::Node const& n) const {
-    Qor::String const s = text(n, "tunnel");
-    auto it = scenario_.tunnels.find(s);
-    if (it == scenario_.tunnels.end()) fail(n, "unknown tunnel '" + s + "' (declare it under 'tunnels')");
-    return it->second;
-  }
+  Tunnel::TunnelTable::TunnelId tunnel(Yaml::Node const& n) const { return tunnelFrom(text(n, "tunnel"), n); }
   Fenn::HwTunnelIdType pool(Yaml::Node const& n) const {
     Qor::String const s = text(n, "pool");
     if (s == "default") return Fenn::hwTunnelIdTypeDefault;
@@ -464,6 +459,36 @@ class Reader {
     return e;
   }
 
+  // ---- Names in recorded scenarios ----
+  // A recording names a tunnel by its tunnel ID's text form and a chain object by its table
+  // and id ("label#7", "loadBalance#3", "chainDest#2"): both stand for themselves without a
+  // declaration, and a declared PE name wins over a tunnel ID's text.
+  static std::optional<Tunnel::TunnelTable::TunnelId> recordedTunnel(Qor::String const& s) {
+    try {
+      auto const tunnelId = Qor::strepToValue<Tunnel::TunnelTable::TunnelId>(s);
+      if (tunnelId.tunnelType() != Tunnel::tunnelTypeInvalid && tunnelId.index() != 0) return tunnelId;
+    } catch (std::exception const&) {
+    }
+    return std::nullopt;
+  }
+  static std::optional<L2Rib::ObjTuple> recordedObject(Qor::String const& s) {
+    static std::pair<char const*, L2Rib::TableType> const tables[] = {
+        {"label#", L2Rib::tableTypeLabel_},
+        {"loadBalance#", L2Rib::tableTypeLoadBalance_},
+        {"chainDest#", L2Rib::tableTypeDest_}};
+    for (auto const& [prefix, type] : tables) {
+      if (!s.starts_with(prefix)) continue;
+      try {
+        Qor::Parser p(s.substr(std::strlen(prefix)));
+        auto const id = uint32_t(p.parseUnsigned(UINT32_MAX));
+        p.expectEnd();
+        return L2Rib::ObjTuple(type, id);
+      } catch (Qor::ParseError const&) {
+      }
+    }
+    return std::nullopt;
+  }
+
   // Host FEC chains.
 
   // Every chain object is named by the step that writes it, anywhere in the file, so a
@@ -481,6 +506,11 @@ class Reader {
       Yaml::Node const v = entry.second;
       if (kind == kinds.end() || !v.IsMap() || !v["name"]) continue;
       Qor::String const name = text(v["name"], "name");
+      if (auto const object = recordedObject(name)) {
+        if (object->tableType() != kind->second)
+          fail(v["name"], "'" + name + "' names a " + Qor::String(Qor::enumName(object->tableType())));
+        continue;
+      }
       auto const [it, added] =
           scenario_.chainObjects.try_emplace(name, kind->second, count[kind->second] + 1);
       if (added) {
@@ -493,6 +523,7 @@ class Reader {
   }
   L2Rib::ObjTuple chainObject(Yaml::Node const& n) const {
     Qor::String const s = text(n, "chain object");
+    if (auto const object = recordedObject(s)) return *object;
     auto it = scenario_.chainObjects.find(s);
     if (it == scenario_.chainObjects.end())
       fail(n, "unknown chain object '" + s + "' (name it in a label, loadBalance or chainDest step)");
@@ -628,8 +659,9 @@ class Reader {
   }
   Tunnel::TunnelTable::TunnelId tunnelFrom(Qor::String const& s, Yaml::Node const& where) const {
     auto it = scenario_.tunnels.find(s);
-    if (it == scenario_.tunnels.end()) fail(where, "unknown tunnel '" + s + "' (declare it under 'tunnels')");
-    return it->second;
+    if (it != scenario_.tunnels.end()) return it->second;
+    if (auto const tunnelId = recordedTunnel(s)) return *tunnelId;
+    fail(where, "unknown tunnel '" + s + "' (declare it under 'tunnels')");
   }
   void libraryExpectations(Yaml::Node const& n, ExpectStep& e) const {
     auto expect = [&](Yaml::Node const& at_, LibraryTable table, std::vector<Qor::String> rows) {
@@ -1085,6 +1117,10 @@ class Reader {
     if (kind == "explain") return explainStep(v);
     if (kind == "print") return PrintStep{libraryTables(v)};
     if (kind == "reinitialize") return ReinitializeStep{text(v, "state machine")};
+    if (kind == "settle") {
+      if (!v.IsNull()) fail(v, "settle takes no value (write '- settle:')");
+      return SettleStep{};
+    }
     if (kind == "restart") {
       if (!v.IsNull()) fail(v, "restart takes no value (write '- restart:')");
       return RestartStep{};
@@ -1097,7 +1133,7 @@ class Reader {
              "removeVlanStatus, encapBumFilter, segmentVlans, localEsiLabel, tunnelEndpoint, print, "
              "reinitialize, host, removeHost, label, removeLabel, loadBalance, removeLoadBalance, "
              "chainDest, removeChainDest, toggle, vlanToDot1q, removeVlanToDot1q, mplsConfig, "
-             "vlanFloodStatus, removeVlanFloodStatus, restart or explain)");
+             "vlanFloodStatus, removeVlanFloodStatus, restart, explain or settle)");
   }
 
   // The parser keeps the first of two equal keys and drops the second without a word;
@@ -1137,7 +1173,13 @@ class Reader {
     std::unique_ptr<Yaml::Document> const doc = load(in);
     Yaml::Node const root = doc->root();
     scenario_.file = file_;
-    checkMap(root, "a scenario", {"name", "story", "hardware", "tunnels", "steps"}, {"steps"});
+    checkMap(root, "a scenario", {"name", "story", "hardware", "tunnels", "steps", "settle"}, {"steps"});
+    if (root["settle"]) {
+      Qor::String const settle = text(root["settle"], "settle");
+      if (settle != "explicit" && settle != "afterEachStep")
+        fail(root["settle"], "bad settle '" + settle + "' (expected afterEachStep or explicit)");
+      scenario_.settlesOnlyWhenAsked = settle == "explicit";
+    }
     if (root["name"]) scenario_.name = text(root["name"], "name");
     if (root["story"]) scenario_.story = text(root["story"], "story");
     if (root["hardware"]) {

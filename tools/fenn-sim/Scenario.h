@@ -256,11 +256,14 @@ struct ExpectStep {
   std::vector<Expectation> expectations;
 };
 
+// Recorded scenarios: runs the scheduler where the recorded agent's ran (see `settle` below).
+struct SettleStep {};
+
 using Step =
     std::variant<SayStep, DestStep, FloodSetDelStep, SegmentStep, SegmentDelStep, FaultStep, HardwareStep,
                  AdvanceStep, ShowStep, ExpectStep, LfibStep, AccessStep, TunnelEndpointStep, PrintStep,
                  ReinitializeStep, HostStep, ChainObjectStep, ToggleStep, VlanToDot1qStep, MplsConfigStep,
-                 VlanFloodStatusStep, RestartStep, ExplainStep>;
+                 VlanFloodStatusStep, RestartStep, ExplainStep, SettleStep>;
 
 struct Scenario {
   Qor::String file;
@@ -280,6 +283,10 @@ struct Scenario {
   // Host FEC chains: objects by name (each name declares its table and gets the next id).
   std::map<Qor::String, L2Rib::ObjTuple> chainObjects;
   Qor::String objectName(L2Rib::ObjTuple const& object) const;
+
+  // `settle: explicit` (recordings): input steps do not run the scheduler; `settle` and
+  // `advance` steps do.
+  bool settlesOnlyWhenAsked = false;
 };
 
 // A dot1q tag as scenarios write it: its number, or "none".

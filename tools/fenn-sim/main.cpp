@@ -1,6 +1,6 @@
 // fenn-sim: runs the library on a simulated switch from a scenario file.
 //
-//   fenn-sim [--json] [--trace[=SPEC]] [--ringlog-dir DIR] [--explain KEY]... [SCENARIO.yaml]
+//   fenn-sim [--json] [--trace[=SPEC]] [--ringlog-dir DIR] [--explain KEY]... [--record FILE] [SCENARIO.yaml]
 //
 // With no scenario it runs the bundled example. Exit status: 0 when every expect holds,
 // 1 when one failed (all mismatches are printed), 2 for bad usage or a bad scenario.
@@ -23,7 +23,7 @@
 namespace {
 
 constexpr char const* usage =
-    "usage: fenn-sim [--json] [--trace[=SPEC]] [--ringlog-dir DIR] [--explain KEY]... [SCENARIO.yaml]\n"
+    "usage: fenn-sim [--json] [--trace[=SPEC]] [--ringlog-dir DIR] [--explain KEY]... [--record FILE] [SCENARIO.yaml]\n"
     "  --json             print the final hardware state as JSON on stdout (the story goes to stderr)\n"
     "  --trace            trace every source at levels 0 to 5 (decisions and actions) to stderr\n"
     "  --trace=SPEC       trace as SPEC says, e.g. 'FennEvpnHwTunnelIdSm/0-8,*/1' (see docs/trace.md)\n"
@@ -31,6 +31,7 @@ constexpr char const* usage =
     "                     with fenn-ringlog); without trace levels it records levels 0 to 8\n"
     "  --explain KEY      at the end, explain why KEY is or is not in hardware; KEY as the explain\n"
     "                     step writes it, e.g. '{ tunnel: pe1 }' (see docs/operator-tools.md)\n"
+    "  --record FILE      record the library's inputs as a scenario into FILE (docs/recording.md)\n"
     "  --version          print the version\n"
     "With no scenario, runs ";
 
@@ -85,6 +86,7 @@ int main(int argc, char** argv) {
   std::optional<Qor::String> traceSpec;
   std::optional<Qor::String> ringlogDir;
   std::vector<Qor::String> explainKeys;
+  std::optional<Fenn::RecordingFiles> record;
   for (int i = 1; i < argc; ++i) {
     char const* a = argv[i];
     if (!std::strcmp(a, "--json")) {
@@ -109,6 +111,12 @@ int main(int argc, char** argv) {
         return 2;
       }
       explainKeys.push_back(argv[++i]);
+    } else if (!std::strcmp(a, "--record")) {
+      if (i + 1 == argc) {
+        std::cerr << "fenn-sim: --record needs a file\n" << usage << bundled << "\n";
+        return 2;
+      }
+      record = Fenn::RecordingFiles{argv[++i]};
     } else if (!std::strcmp(a, "--help") || !std::strcmp(a, "-h")) {
       std::cout << usage << bundled << "\n";
       return 0;
@@ -180,7 +188,16 @@ int main(int argc, char** argv) {
     std::vector<SimTool::ExplainQuery> explainQueries;
     for (auto const& key : explainKeys)
       explainQueries.push_back(SimTool::explainQuery(scenario, "--explain", key));
-    SimTool::Runner runner(scenario, story);
+    std::unique_ptr<SimTool::Runner> runnerPtr;
+    try {
+      runnerPtr = std::make_unique<SimTool::Runner>(scenario, story, record ? &*record : nullptr);
+    } catch (SimTool::ScenarioError const&) {
+      throw;
+    } catch (std::runtime_error const& e) {
+      std::cerr << "fenn-sim: --record: " << e.what() << "\n";
+      return 2;
+    }
+    SimTool::Runner& runner = *runnerPtr;
     clockSwitch = &runner.simSwitch();
     Ringlog::clockIs(simulatedNow);
     size_t const failures = runner.run();
@@ -221,6 +238,13 @@ int main(int argc, char** argv) {
       for (auto const& answer : answers) std::cout << "\nexplain " << answer.text();
     }
     if (!Ringlog::filePath().empty()) std::cerr << "fenn-sim: ring log in " << Ringlog::filePath() << "\n";
+    if (Fenn::EvpnInputRecorder* recorder = runner.simSwitch().recorder()) {
+      recorder->flush();
+      if (!recorder->error().empty()) {
+        std::cerr << "fenn-sim: --record: " << recorder->error() << "\n";
+        return 2;
+      }
+    }
     if (failures) {
       std::cerr << "fenn-sim: " << failures << " expectation(s) failed\n";
       return 1;

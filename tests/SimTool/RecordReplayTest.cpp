@@ -1,0 +1,208 @@
+// A switch's inputs recorded while random changes of every kind run, and the recording
+// replayed by fenn-sim's runner: the replay's hardware is the recorded switch's hardware,
+// numbers the hardware chose included. A rotated recording replays on its own from its
+// snapshot to the same entries.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "Access/AccessDriver.h"
+#include "Qor/SysLog.h"
+#include "Runner.h"
+#include "Sim/SwitchInputs.h"
+
+namespace {
+
+class RecordReplayTest : public ::testing::Test {
+ protected:
+  std::filesystem::path const dir_ =
+      std::filesystem::temp_directory_path() / ("fenn-record-replay-" + std::to_string(getpid()));
+  // A simulated switch, as fenn-sim runs it: a default pool run dry is a state, not fatal.
+  void SetUp() override {
+    std::filesystem::create_directories(dir_);
+    setenv("SIMULATION_VMID", "record-replay", 1);
+  }
+  void TearDown() override {
+    unsetenv("SIMULATION_VMID");
+    std::filesystem::remove_all(dir_);
+  }
+  Qor::String path(char const* name) const { return (dir_ / name).string(); }
+
+  // The inputs neither generator reaches: the LFIB, host chains, dot1q mappings, flood
+  // statuses, the MPLS configuration and the tunnel RIB's endpoints.
+  static void otherInput(Sim::Switch& sw, std::mt19937_64& rng) {
+    auto pick = [&](uint64_t n) { return uint32_t(rng() % n); };
+    Bridging::VlanId const vlan(10 + pick(3));
+    switch (pick(8)) {
+      case 0: {
+        // One change at a time, as the replay runs the scheduler after each step: which of two
+        // routes filtering one interface gets its port map depends on the order they are seen.
+        Mpls::LfibViaKey const via(Mpls::lfibViaTypeEvpnEthernetSegmentFilter, 1 + pick(3));
+        pick(4) ? sw.lfib().filterViaIs(via, Ostra::IntfId::portChannel(1 + pick(3)))
+                : sw.lfib().filterViaDel(via);
+        sw.settle();
+        Mpls::LfibViaSetKey const viaSet(1 + pick(3));
+        pick(4) ? sw.lfib().viaSetIs(viaSet, via) : sw.lfib().viaSetDel(viaSet);
+        sw.settle();
+        Mpls::RouteKey const route(Ostra::MplsLabel(900 + pick(4)));
+        pick(4) ? sw.lfib().routeIs(route, viaSet) : sw.lfib().routeDel(route);
+        return sw.settle();
+      }
+      case 1:
+        return pick(4)
+                   ? sw.chainDestIs(L2Rib::DestId(1 + pick(3)),
+                                    L2Rib::Dest::vxlan(Ostra::IpGenAddr(), 0, SimTest::tunnel(1 + pick(4))))
+                   : sw.chainDestDel(L2Rib::DestId(1 + pick(3)));
+      case 2: {
+        L2Rib::LoadBalance lb;
+        for (uint32_t i = 0, n = 1 + pick(3); i < n; ++i)
+          lb.nextIs(L2Rib::EcmpIndex(i), L2Rib::DestId(1 + pick(3)).tuple());
+        return pick(4) ? sw.loadBalanceIs(L2Rib::LoadBalanceId(1 + pick(2)), lb)
+                       : sw.loadBalanceDel(L2Rib::LoadBalanceId(1 + pick(2)));
+      }
+      case 3: {
+        L2Rib::ObjTuple const next =
+            pick(2) ? L2Rib::DestId(1 + pick(3)).tuple() : L2Rib::LoadBalanceId(1 + pick(2)).tuple();
+        return pick(4) ? sw.labelIs(L2Rib::LabelId(1 + pick(3)),
+                                    L2Rib::Label(Ostra::MplsLabel(2000 + pick(3)), next))
+                       : sw.labelDel(L2Rib::LabelId(1 + pick(3)));
+      }
+      case 4: {
+        Bridging::MacVlanPair const host(Ostra::EthAddr(0x020000000001 + pick(4)), vlan);
+        return pick(4) ? sw.hostIs(host, L2Rib::LabelId(1 + pick(3)).tuple()) : sw.hostDel(host);
+      }
+      case 5:
+        return pick(4) ? sw.vlanToDot1qIs(vlan, pick(3) ? Bridging::VlanIdOrNone(100 + pick(3))
+                                                        : Bridging::VlanIdOrNone::none())
+                       : sw.vlanToDot1qDel(vlan);
+      case 6: {
+        std::vector<Ostra::IntfId> filter;
+        for (auto const& intf : AccessTest::accessIntfs)
+          if (pick(2)) filter.push_back(intf);
+        return pick(4) ? sw.vlanFloodStatusIs(vlan, filter) : sw.vlanFloodStatusDel(vlan);
+      }
+      case 7:
+        sw.vlanServiceDot1qEnabledIs(pick(2));
+        return sw.tunnelEndpointIs(
+            SimTest::tunnel(1 + pick(4)),
+            pick(3) ? std::optional(Ostra::IpGenAddr("10.0.0." + std::to_string(1 + pick(3))))
+                    : std::nullopt);
+    }
+  }
+
+  // Random changes of every input, hardware settings and time, on a switch that records;
+  // without the access side's changes, the pools stay roomy.
+  static void run(Sim::Switch& sw, uint64_t seed, int events, bool accessSide = true) {
+    AccessTest::Driver access(sw, seed, false);
+    std::vector<SimTest::Op> const ops = SimTest::randomInputs(seed, events);
+    std::mt19937_64 rng(seed ^ 0x7ec0);
+    for (SimTest::Op const& op : ops) {
+      uint64_t const r = rng() % 4;
+      if (r == 1 && !accessSide) continue;
+      switch (r) {
+        case 0:
+          SimTest::apply(sw, op);
+          break;
+        case 1:
+          access.step();
+          break;
+        case 2:
+          otherInput(sw, rng);
+          break;
+        default:
+          if (rng() % 8 == 0) sw.fecResponsesWithheldIs(!sw.fecResponsesWithheld());
+          if (rng() % 8 == 0) sw.floodSetCapacityIs(rng() % 2 ? 5 : 1000);
+          sw.advance(0.1 * double(rng() % 30));
+      }
+    }
+  }
+
+  static Sim::HardwareState replay(Qor::String const& file) {
+    Qor::sysLogRecordsDelAll();
+    SimTool::Scenario const scenario = SimTool::loadScenario(file);
+    std::ostringstream out;
+    SimTool::Runner runner(scenario, out);
+    EXPECT_EQ(runner.run(), 0u) << out.str();
+    return runner.simSwitch().state();
+  }
+};
+
+TEST_F(RecordReplayTest, ReplayGivesTheRecordedHardware) {
+  uint64_t const first = SimTest::testSeed();
+  for (uint64_t seed = first; seed < first + 4; ++seed) {
+    SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
+    Qor::sysLogRecordsDelAll();
+    Sim::Switch sw(SimTest::hardware(), "recorded/");
+    sw.record({path("run.yaml"), uint64_t(1) << 30, 2});
+    run(sw, seed, 600);
+    sw.recorder()->flush();
+    ASSERT_EQ(sw.recorder()->error(), "");
+    EXPECT_EQ(sw.recorder()->rotations(), 0u);
+    Sim::HardwareState const expected = sw.state();
+    Sim::HardwareState const actual = replay(path("run.yaml"));
+    EXPECT_EQ(actual.time, expected.time);
+    EXPECT_EQ(actual.tunnels, expected.tunnels);
+    EXPECT_EQ(actual.pools, expected.pools);
+    EXPECT_EQ(actual.fecs, expected.fecs);
+    EXPECT_EQ(actual.floodSets, expected.floodSets);
+    EXPECT_EQ(actual.sysLog, expected.sysLog);
+    EXPECT_EQ(actual.waitingTunnels, expected.waitingTunnels);
+    EXPECT_EQ(actual.esiPortMaps, expected.esiPortMaps);
+    EXPECT_EQ(actual.unprogrammedRoutes, expected.unprogrammedRoutes);
+    EXPECT_EQ(actual.lagMembers, expected.lagMembers);
+    EXPECT_EQ(actual.vlanMembers, expected.vlanMembers);
+    EXPECT_EQ(actual.esiData, expected.esiData);
+    EXPECT_EQ(actual.tepSegments, expected.tepSegments);
+    EXPECT_EQ(actual.hostFecs, expected.hostFecs);
+    EXPECT_EQ(actual.hosts, expected.hosts);
+    EXPECT_EQ(actual.vlans, expected.vlans);
+    EXPECT_EQ(actual.dot1qMappings, expected.dot1qMappings);
+    EXPECT_EQ(actual.nonDfPorts, expected.nonDfPorts);
+  }
+}
+
+// Each rotated file starts from a snapshot of the inputs, so the newest replays on its own
+// to the same entries (the hardware may number them otherwise: the snapshot adds them in
+// another order than their history did, which is why the pools stay roomy here); no more
+// files than asked are kept.
+TEST_F(RecordReplayTest, EachRotatedFileReplaysOnItsOwn) {
+  uint64_t const seed = SimTest::testSeed();
+  SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
+  Sim::Switch sw(SimTest::hardware(), "rotated/");
+  sw.record({path("run.yaml"), 4096, 3});
+  run(sw, seed, 600, false);
+  sw.fecResponsesWithheldIs(false);
+  sw.floodSetCapacityIs(UINT32_MAX);
+  sw.advance(60);
+  sw.recorder()->flush();
+  EXPECT_GT(sw.recorder()->rotations(), 2u);
+  EXPECT_TRUE(std::filesystem::exists(path("run.yaml.2")));
+  EXPECT_FALSE(std::filesystem::exists(path("run.yaml.3")));
+  for (char const* older : {"run.yaml.1", "run.yaml.2"}) EXPECT_NO_THROW(SimTool::loadScenario(path(older)));
+  Sim::HardwareState const expected = sw.state();
+  Sim::HardwareState actual = replay(path("run.yaml"));
+  EXPECT_EQ(SimTest::entries(actual), SimTest::entries(expected));
+  EXPECT_EQ(actual.tepSegments, expected.tepSegments);
+  EXPECT_EQ(actual.vlans, expected.vlans);
+  EXPECT_EQ(actual.dot1qMappings, expected.dot1qMappings);
+  EXPECT_EQ(actual.nonDfPorts, expected.nonDfPorts);
+  // Of two routes filtering one interface, the first seen gets its port map.
+  EXPECT_EQ(actual.esiPortMaps.size(), expected.esiPortMaps.size());
+  EXPECT_EQ(actual.hosts.size(), expected.hosts.size());
+}
+
+TEST_F(RecordReplayTest, AFileThatCannotBeWrittenIsRefusedWithItsName) {
+  Sim::Switch sw(SimTest::hardware(), "unwritable/");
+  try {
+    sw.record({path("no-such-dir/run.yaml")});
+    FAIL() << "recording into a missing directory was accepted";
+  } catch (std::runtime_error const& e) {
+    EXPECT_NE(std::string(e.what()).find("no-such-dir/run.yaml: No such file or directory"),
+              std::string::npos)
+        << e.what();
+  }
+}
+
+}  // namespace
