@@ -479,7 +479,7 @@ class Reader {
     for (auto const& [prefix, type] : tables) {
       if (!s.starts_with(prefix)) continue;
       try {
-        Qor::Parser p(s.substr(std::strlen(prefix)));
+        Qor::Parser p(std::string_view(s).substr(std::strlen(prefix)));  // a view of `s`, which outlives p
         auto const id = uint32_t(p.parseUnsigned(UINT32_MAX));
         p.expectEnd();
         return L2Rib::ObjTuple(type, id);
