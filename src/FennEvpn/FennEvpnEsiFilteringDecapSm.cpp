@@ -44,7 +44,9 @@ EsiFilteringDecapSm::EsiFilteringDecapSm(
       scheduler_(std::move(scheduler)),
       lfibTrackingStatus_(std::move(lfibTrackingStatus)),
       lfibHwStatus_(std::move(lfibHwStatus)) {
-  qorLfibTrackingStatus_ = Qor::newReactor<QorLfibTrackingStatus>(lfibTrackingStatus_.get(), this);
+  // An input the platform did not hand in is reported by handleInitialized.
+  if (lfibTrackingStatus_)
+    qorLfibTrackingStatus_ = Qor::newReactor<QorLfibTrackingStatus>(lfibTrackingStatus_.get(), this);
 }
 
 EsiFilteringDecapSm::~EsiFilteringDecapSm() {

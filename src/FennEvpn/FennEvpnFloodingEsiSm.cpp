@@ -154,9 +154,12 @@ EvpnFloodingEsiSm::EvpnFloodingEsiSm(Qor::Ptr<FennHelper::EvpnFloodingSmHelper> 
       evpnLagMemberInfo_(std::move(evpnLagMemberInfo)),
       evpnStatus_(std::move(evpnStatus)),
       tunnelIdHwTunnelId_(std::move(tunnelIdHwTunnelId)) {
-  qorEvpnStatus_ = Qor::newReactor<QorEvpnStatus>(evpnStatus_.get(), this);
-  qorTunnelIdHwTunnelId_ = Qor::newReactor<QorTunnelIdHwTunnelId>(tunnelIdHwTunnelId_.get(), this);
-  qorEvpnLagMemberInfo_ = Qor::newReactor<QorEvpnLagMemberInfo>(evpnLagMemberInfo_.get(), this);
+  // An input the platform did not hand in is reported by handleInitialized.
+  if (evpnStatus_) qorEvpnStatus_ = Qor::newReactor<QorEvpnStatus>(evpnStatus_.get(), this);
+  if (tunnelIdHwTunnelId_)
+    qorTunnelIdHwTunnelId_ = Qor::newReactor<QorTunnelIdHwTunnelId>(tunnelIdHwTunnelId_.get(), this);
+  if (evpnLagMemberInfo_)
+    qorEvpnLagMemberInfo_ = Qor::newReactor<QorEvpnLagMemberInfo>(evpnLagMemberInfo_.get(), this);
 }
 
 EvpnFloodingEsiSm::~EvpnFloodingEsiSm() {

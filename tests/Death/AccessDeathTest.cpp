@@ -31,15 +31,17 @@ class AccessDeathTest : public ::testing::Test {
   Qor::Ptr<Evpn::MplsConfig> mplsConfig = Evpn::mplsConfigFactory();
 };
 
-// The constructor needs the three inputs it watches; the helper and the scheduler are first
-// used by initialization.
 TEST_F(AccessDeathTest, EsiLabelMachine) {
   constexpr char const* file = "FennEvpnFloodingEsiSm.cpp";
   auto table = Fenn::tunnelIdToHwTunnelIdMappingFactory("deathEsiHwTid");
-  EXPECT_DEATH(Fenn::evpnFloodingEsiSmFactory(nullptr, scheduler, lags, evpn, table)->initializedIs(true),
-               assertion("floodingHelper()", file));
-  EXPECT_DEATH(Fenn::evpnFloodingEsiSmFactory(helper, nullptr, lags, evpn, table)->initializedIs(true),
-               assertion("scheduler()", file));
+  auto const start = [&](auto h, auto s, auto l, auto e, auto t) {
+    Fenn::evpnFloodingEsiSmFactory(h, s, l, e, t)->initializedIs(true);
+  };
+  EXPECT_DEATH(start(helper, scheduler, lags, nullptr, table), assertion("evpnStatus()", file));
+  EXPECT_DEATH(start(helper, scheduler, lags, evpn, nullptr), assertion("tunnelIdHwTunnelId()", file));
+  EXPECT_DEATH(start(helper, scheduler, nullptr, evpn, table), assertion("evpnLagMemberInfo()", file));
+  EXPECT_DEATH(start(nullptr, scheduler, lags, evpn, table), assertion("floodingHelper()", file));
+  EXPECT_DEATH(start(helper, nullptr, lags, evpn, table), assertion("scheduler()", file));
 }
 
 TEST_F(AccessDeathTest, Dot1qMachine) {

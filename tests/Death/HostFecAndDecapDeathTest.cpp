@@ -26,8 +26,6 @@ TEST_F(HostFecDeathTest, BacklogReviewAfterBeingMarkedUninitialized) {
   EXPECT_DEATH(scheduler->runReady(), assertion("initialized()", "FennMacAddrFecRequestSm.cpp"));
 }
 
-// Only the route-key backlog is watched from construction on; the other inputs and the
-// helper are first used by initialization.
 TEST(EsiFilteringDecapDeathTest, InputsMissingAtInitialization) {
   constexpr char const* file = "FennEvpnEsiFilteringDecapSm.cpp";
   auto helper = FennHelper::esiFilteringDecapHelperStubFactory("deathDecapHelper");
@@ -36,13 +34,14 @@ TEST(EsiFilteringDecapDeathTest, InputsMissingAtInitialization) {
   auto lfib = Mpls::lfibStatusFactory();
   auto tracking = Mpls::lfibTrackingStatusFactory();
   auto hw = Mpls::lfibHwStatusFactory();
-  auto const start = [&](auto h, auto l, auto s, auto w) {
-    Fenn::esiFilteringDecapSmFactory(h, l, s, tracking, w)->initializedIs(true);
+  auto const start = [&](auto h, auto l, auto s, auto t, auto w) {
+    Fenn::esiFilteringDecapSmFactory(h, l, s, t, w)->initializedIs(true);
   };
-  EXPECT_DEATH(start(nullptr, lfib, scheduler, hw), assertion("esiFilteringDecapHelper()", file));
-  EXPECT_DEATH(start(helper, nullptr, scheduler, hw), assertion("lfibStatus()", file));
-  EXPECT_DEATH(start(helper, lfib, nullptr, hw), assertion("scheduler()", file));
-  EXPECT_DEATH(start(helper, lfib, scheduler, nullptr), assertion("lfibHwStatus()", file));
+  EXPECT_DEATH(start(nullptr, lfib, scheduler, tracking, hw), assertion("esiFilteringDecapHelper()", file));
+  EXPECT_DEATH(start(helper, nullptr, scheduler, tracking, hw), assertion("lfibStatus()", file));
+  EXPECT_DEATH(start(helper, lfib, nullptr, tracking, hw), assertion("scheduler()", file));
+  EXPECT_DEATH(start(helper, lfib, scheduler, nullptr, hw), assertion("lfibTrackingStatus()", file));
+  EXPECT_DEATH(start(helper, lfib, scheduler, tracking, nullptr), assertion("lfibHwStatus()", file));
 }
 
 }  // namespace
