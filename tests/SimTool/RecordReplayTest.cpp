@@ -1,7 +1,7 @@
 // A switch's inputs recorded while random changes of every kind run, and the recording
 // replayed by fenn-sim's runner: the replay's hardware is the recorded switch's hardware,
-// numbers the hardware chose included. A rotated recording replays on its own from its
-// snapshot to the same entries.
+// numbers the hardware chose included, and explain answers the same for every key the run
+// can reach. A rotated recording replays on its own from its snapshot to the same entries.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "Access/AccessDriver.h"
+#include "FennEvpn/FennEvpnExplain.h"
 #include "Qor/SysLog.h"
 #include "Runner.h"
 #include "Sim/SwitchInputs.h"
@@ -119,13 +120,78 @@ class RecordReplayTest : public ::testing::Test {
     }
   }
 
-  static Sim::HardwareState replay(Qor::String const& file) {
+  // What explain answers for a sample of every kind of key over the values the
+  // run draws from: the flood-set destinations of both generators, every tunnel, the
+  // access side's (interface, VLAN) and (interface, VLAN, tunnel) keys, hosts, chain
+  // objects and filter routes. Keys nothing wants are in it too (their answers name the
+  // missing input).
+  static std::vector<Fenn::Explanation> explainAnswers(Sim::Switch const& sw) {
+    Fenn::MachineSet const machines = sw.machines();
+    std::vector<Fenn::Explanation> out;
+    for (uint16_t v = 1; v <= 12; v += 1 + v % 2) {
+      for (Ostra::EthAddr const mac : {Ostra::EthAddr::broadcast(), Ostra::EthAddr(0x01005e000001)}) {
+        for (int t = 1; t <= 6; ++t) {
+          L2Rib::Dest const dest =
+              L2Rib::Dest::mpls(SimTest::tunnel(t), Ostra::MplsLabel(1000 + uint32_t(t % 3)));
+          out.push_back(Fenn::explainFloodSetDest(machines, Bridging::VlanId(v), mac, dest));
+        }
+      }
+    }
+    for (int t = 1; t <= 6; ++t) out.push_back(Fenn::explainTunnel(machines, SimTest::tunnel(t)));
+    for (Ostra::IntfId const& intf : AccessTest::accessIntfs) {
+      for (Bridging::VlanId const vlan : AccessTest::vlans) {
+        out.push_back(Fenn::explainDot1q(machines, Fenn::IntfVlanKey(intf, vlan)));
+        out.push_back(Fenn::explainFloodFilter(machines, Fenn::IntfVlanKey(intf, vlan)));
+        for (uint64_t pe = 1; pe <= AccessTest::kPes; ++pe) {
+          out.push_back(
+              Fenn::explainEsi(machines, Fenn::IntfVlanTunnelKey(intf, vlan, AccessTest::tunnel(pe))));
+        }
+      }
+    }
+    for (uint16_t v = 10; v <= 12; ++v) {
+      for (uint64_t h = 0; h < 4; ++h) {
+        Bridging::MacVlanPair const host(Ostra::EthAddr(0x020000000001 + h), Bridging::VlanId(v));
+        out.push_back(Fenn::explainHost(machines, host));
+      }
+    }
+    for (uint32_t id = 1; id <= 3; ++id) {
+      out.push_back(Fenn::explainObject(machines, L2Rib::LabelId(id).tuple()));
+      out.push_back(Fenn::explainObject(machines, L2Rib::DestId(id).tuple()));
+    }
+    for (uint32_t id = 1; id <= 2; ++id)
+      out.push_back(Fenn::explainObject(machines, L2Rib::LoadBalanceId(id).tuple()));
+    for (uint32_t label = 900; label < 904; ++label)
+      out.push_back(Fenn::explainFilterRoute(machines, Mpls::RouteKey(Ostra::MplsLabel(label))));
+    return out;
+  }
+
+  struct Replayed {
+    Sim::HardwareState state;
+    std::vector<Fenn::Explanation> answers;
+  };
+
+  // An answer without its values: the key's state and, per step, the machine, condition and
+  // status. What a rotated file's replay must agree on: the values carry the numbers the
+  // hardware chose and the times of failures, which follow the order the entries came in.
+  static std::vector<Qor::String> outlines(std::vector<Fenn::Explanation> const& answers) {
+    std::vector<Qor::String> out;
+    for (Fenn::Explanation const& a : answers) {
+      Qor::String line = a.key() + ": " + Qor::String(Fenn::Explanation::stateName(a.state()));
+      for (Fenn::ExplainStep const& step : a.steps()) {
+        line += "; " + step.machine + " " + step.condition + " " +
+                Qor::String(Fenn::Explanation::stateName(step.status));
+      }
+      out.push_back(line);
+    }
+    return out;
+  }
+  static Replayed replay(Qor::String const& file) {
     Qor::sysLogRecordsDelAll();
     SimTool::Scenario const scenario = SimTool::loadScenario(file);
     std::ostringstream out;
     SimTool::Runner runner(scenario, out);
     EXPECT_EQ(runner.run(), 0u) << out.str();
-    return runner.simSwitch().state();
+    return {runner.simSwitch().state(), explainAnswers(runner.simSwitch())};
   }
 };
 
@@ -141,7 +207,8 @@ TEST_F(RecordReplayTest, ReplayGivesTheRecordedHardware) {
     ASSERT_EQ(sw.recorder()->error(), "");
     EXPECT_EQ(sw.recorder()->rotations(), 0u);
     Sim::HardwareState const expected = sw.state();
-    Sim::HardwareState const actual = replay(path("run.yaml"));
+    Replayed const replayed = replay(path("run.yaml"));
+    Sim::HardwareState const& actual = replayed.state;
     EXPECT_EQ(actual.time, expected.time);
     EXPECT_EQ(actual.tunnels, expected.tunnels);
     EXPECT_EQ(actual.pools, expected.pools);
@@ -160,6 +227,11 @@ TEST_F(RecordReplayTest, ReplayGivesTheRecordedHardware) {
     EXPECT_EQ(actual.vlans, expected.vlans);
     EXPECT_EQ(actual.dot1qMappings, expected.dot1qMappings);
     EXPECT_EQ(actual.nonDfPorts, expected.nonDfPorts);
+    // The replay numbers IDs and times as the recorded switch did, so the answers match
+    // word for word, the hardware IDs, failure times and review due times in them included.
+    std::vector<Fenn::Explanation> const answers = explainAnswers(sw);
+    ASSERT_EQ(replayed.answers.size(), answers.size());
+    for (size_t i = 0; i < answers.size(); ++i) EXPECT_EQ(replayed.answers[i].json(), answers[i].json());
   }
 }
 
@@ -182,7 +254,8 @@ TEST_F(RecordReplayTest, EachRotatedFileReplaysOnItsOwn) {
   EXPECT_FALSE(std::filesystem::exists(path("run.yaml.3")));
   for (char const* older : {"run.yaml.1", "run.yaml.2"}) EXPECT_NO_THROW(SimTool::loadScenario(path(older)));
   Sim::HardwareState const expected = sw.state();
-  Sim::HardwareState actual = replay(path("run.yaml"));
+  Replayed const replayed = replay(path("run.yaml"));
+  Sim::HardwareState const& actual = replayed.state;
   EXPECT_EQ(SimTest::entries(actual), SimTest::entries(expected));
   EXPECT_EQ(actual.tepSegments, expected.tepSegments);
   EXPECT_EQ(actual.vlans, expected.vlans);
@@ -191,6 +264,15 @@ TEST_F(RecordReplayTest, EachRotatedFileReplaysOnItsOwn) {
   // Of two routes filtering one interface, the first seen gets its port map.
   EXPECT_EQ(actual.esiPortMaps.size(), expected.esiPortMaps.size());
   EXPECT_EQ(actual.hosts.size(), expected.hosts.size());
+  std::vector<Qor::String> const expectedOutlines = outlines(explainAnswers(sw));
+  std::vector<Qor::String> const actualOutlines = outlines(replayed.answers);
+  ASSERT_EQ(actualOutlines.size(), expectedOutlines.size());
+  for (size_t i = 0; i < expectedOutlines.size(); ++i) {
+    // Which of two filter routes gets an interface's port map is decided by order, as above.
+    if (!expectedOutlines[i].starts_with("MPLS filter route")) {
+      EXPECT_EQ(actualOutlines[i], expectedOutlines[i]);
+    }
+  }
 }
 
 TEST_F(RecordReplayTest, AFileThatCannotBeWrittenIsRefusedWithItsName) {
