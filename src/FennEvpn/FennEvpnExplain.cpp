@@ -6,8 +6,12 @@
 #include "FennEvpn/FennEvpnFloodingDot1qSm.h"
 #include "FennEvpn/FennEvpnFloodingEsiSm.h"
 #include "FennEvpn/FennEvpnHwTunnelIdSm.h"
+#include "FennEvpn/FennEvpnLagSm.h"
 #include "FennEvpn/FennEvpnRemoteInfoFinderSm.h"
+#include "FennEvpn/FennEvpnTepSegmentSm.h"
+#include "FennEvpn/FennEvpnVlanFloodSetFilterSm.h"
 #include "FennEvpn/FennEvpnVlanFloodSetSm.h"
+#include "FennEvpn/FennEvpnVlanMembershipSm.h"
 #include "FennEvpn/FennMacAddrFecRequestSm.h"
 #include "Qor/Strep.h"
 
@@ -127,11 +131,15 @@ std::vector<SmSummary> summaries(MachineSet const& machines) {
   };
   add(machines.remoteInfoFinder);
   add(machines.hwTunnelId);
+  add(machines.floodSetFilter);
   add(machines.floodSetFec);
   add(machines.vlanFloodSet);
+  add(machines.lag);
+  add(machines.vlanMembership);
   add(machines.floodingEsi);
   add(machines.floodingDot1q);
   add(machines.floodFilter);
+  add(machines.tepSegment);
   add(machines.hostFec);
   add(machines.esiFilteringDecap);
   return out;

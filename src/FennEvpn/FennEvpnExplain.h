@@ -23,12 +23,16 @@
 namespace Fenn {
 
 class EvpnRemoteInfoFinderSm;
+class VlanFloodSetFilterSm;
 class EvpnHwTunnelIdSm;
 class EvpnFloodSetFecSm;
 class EvpnVlanFloodSetSm;
 class EvpnFloodingEsiSm;
 class EvpnFloodingDot1qSm;
 class FennEvpnFloodFilterSm;
+class EvpnLagSm;
+class FennEvpnVlanMembershipSm;
+class FennEvpnTepSegmentSm;
 class FennMacAddrFecRequestSm;
 class EsiFilteringDecapSm;
 
@@ -42,6 +46,12 @@ struct MachineSet {
   FennEvpnFloodFilterSm const* floodFilter = nullptr;
   FennMacAddrFecRequestSm const* hostFec = nullptr;
   EsiFilteringDecapSm const* esiFilteringDecap = nullptr;
+  // Machines that only derive tables for the others: no key of theirs is explained, but
+  // they have a summary.
+  VlanFloodSetFilterSm const* floodSetFilter = nullptr;
+  EvpnLagSm const* lag = nullptr;
+  FennEvpnVlanMembershipSm const* vlanMembership = nullptr;
+  FennEvpnTepSegmentSm const* tepSegment = nullptr;
 };
 
 // A destination of the flood set (VLAN, MAC): the layer-2 RIB's flood set, the tunnel's
@@ -74,7 +84,8 @@ FENN_EVPN_EXPORT Explanation explainObject(MachineSet const& machines, L2Rib::Ob
 FENN_EVPN_EXPORT Explanation explainFilterRoute(MachineSet const& machines, Mpls::RouteKey const& routeKey,
                                                 Explanation::Names names = {});
 
-// One summary per machine of the set, in the order of the set.
+// One summary per machine of the set, in the order the flood set's and then the access
+// side's state flows through them.
 FENN_EVPN_EXPORT std::vector<SmSummary> summaries(MachineSet const& machines);
 
 }  // namespace Fenn

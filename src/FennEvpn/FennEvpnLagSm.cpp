@@ -98,6 +98,19 @@ void processMemberIntf(Ostra::IntfId const& lagIntfId, Ostra::IntfId const& memb
   ports.portDel(memberIntfId);
 }
 
+SmSummary EvpnLagSm::summary() const {
+  SmSummary s("EvpnLagSm", SmCounters(), unusableInputCount());
+  uint64_t wanted = 0;
+  uint64_t published = 0;
+  for (auto const& [lagIntfId, info] : lagConfigDir_->lagConfig()) {
+    if (info->member().empty()) continue;
+    ++wanted;
+    published += evpnLagMemberInfo_->lagToPortHas(lagIntfId);
+  }
+  s.entriesIs(wanted, published);
+  return s;
+}
+
 Qor::Ptr<EvpnLagSm> evpnLagSmFactory(Qor::Ptr<FennCommonSmData const> const& acsd,
                                      Qor::Ptr<LagCreatorConfigDir const> const& lagConfigDir,
                                      Qor::Ptr<EvpnLagMemberInfo> const& evpnLagMemberInfo) {

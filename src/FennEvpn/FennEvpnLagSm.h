@@ -16,6 +16,7 @@
 #include "Fenn/LagCreatorConfigDir.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnLagMemberInfo.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Qor/Collection.h"
 #include "Qor/StateMachine.h"
@@ -35,6 +36,10 @@ class EvpnLagSm : public Qor::StateMachine, public UnusableInputCounter {
 
   // Writes one LAG's result: the list when it has ports, the removal of its entry when not.
   void publishEvpnLagMemberInfo(Ostra::IntfId const& lagIntfId, FennPortList const& ports);
+
+  // Operator summary: one entry per configured LAG with members, published when its member
+  // list is (nothing to program: no helper, no pool).
+  FENN_EVPN_EXPORT SmSummary summary() const;
 
  private:
   class QorLagConfigDir;

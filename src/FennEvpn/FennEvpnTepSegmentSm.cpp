@@ -88,6 +88,18 @@ void FennEvpnTepSegmentSm::handleTunnelEndpoint(Tunnel::TunnelTable::TunnelId co
   for (auto const& [intfId, segment] : segmentSm_) segment->handleTunnelEndpoint(tunnelId);
 }
 
+SmSummary FennEvpnTepSegmentSm::summary() const {
+  SmSummary s("FennEvpnTepSegmentSm", SmCounters(), unusableInputCount());
+  uint64_t wanted = 0;
+  uint64_t published = 0;
+  for (auto const& [intfId, sm] : segmentSm_) {
+    wanted += sm->segmentStatus()->remoteTep().size();
+    published += sm->tepAddr().size();
+  }
+  s.entriesIs(wanted, published);
+  return s;
+}
+
 Qor::Ptr<FennEvpnTepSegmentSm> fennEvpnTepSegmentSmFactory(
     Qor::Ptr<Evpn::EvpnStatus const> evpnStatus,
     Qor::Ptr<Tunnel::TunnelTable::TunnelEndpointStatus const> tunnelEndpointStatus,

@@ -14,6 +14,7 @@
 #include "Evpn/EvpnStatus.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnSegmentSm.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnTepSegment.h"
 #include "Qor/StateMachine.h"
 #include "Tunnel/TunnelEndpointStatus.h"
@@ -34,6 +35,9 @@ class FennEvpnTepSegmentSm : public Qor::StateMachine {
   FennEvpnSegmentSm const* segmentSm(Ostra::IntfId const& intfId) const;
   // The inputs its segment machines skipped as unusable, those of segments gone included.
   uint64_t unusableInputCount() const;
+  // Operator summary: one entry per remote TEP of a segment, published when its tunnel's
+  // endpoint is known (nothing to program: no helper, no pool).
+  FENN_EVPN_EXPORT SmSummary summary() const;
 
   void handleEthernetSegmentStatus(Ostra::IntfId const& intfId);
   void handleTunnelEndpoint(Tunnel::TunnelTable::TunnelId const& tunnelId);

@@ -136,6 +136,27 @@ void VlanFloodSetFilterSm::deleteDest(Bridging::VlanId vlanId, Ostra::EthAddr co
   outFloodSetOutput_->vlanFloodSetDel(vlanId);
 }
 
+// ---- Operator summary ----
+
+SmSummary VlanFloodSetFilterSm::summary() const {
+  SmSummary s("VlanFloodSetFilterSm", SmCounters(), unusableInputCount());
+  uint64_t wanted = 0;
+  uint64_t mirrored = 0;
+  for (auto const& [vlanId, vlanFloodSet] : inFloodSetOutput_->vlanFloodSet()) {
+    L2Rib::VlanFloodSet const* outVlanFloodSet = outFloodSetOutput_->vlanFloodSet(vlanId);
+    for (auto const& [macAddr, floodSet] : vlanFloodSet->floodSet()) {
+      L2Rib::FloodSet const* outFloodSet = outVlanFloodSet ? outVlanFloodSet->floodSet(macAddr) : nullptr;
+      for (auto const& dest : floodSet->destSet()) {
+        if (dest.destType() != destType_) continue;
+        ++wanted;
+        mirrored += outFloodSet && outFloodSet->destSetHas(dest);
+      }
+    }
+  }
+  s.entriesIs(wanted, mirrored);
+  return s;
+}
+
 Qor::Ptr<VlanFloodSetFilterSm> vlanFloodSetFilterSmFactory(
     L2Rib::DestType destType, Qor::Ptr<L2Rib::FloodSetOutput const> inFloodSetOutput,
     Qor::Ptr<L2Rib::FloodSetOutput> outFloodSetOutput) {

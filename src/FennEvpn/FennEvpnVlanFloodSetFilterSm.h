@@ -12,6 +12,7 @@
 #include "Bridging/VlanId.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodSetReactors.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "L2Rib/DestType.h"
 #include "L2Rib/FloodSetOutput.h"
@@ -31,6 +32,10 @@ class VlanFloodSetFilterSm : public Qor::StateMachine, public UnusableInputCount
   L2Rib::DestType destType() const noexcept { return destType_; }
   L2Rib::FloodSetOutput const* inFloodSetOutput() const noexcept { return inFloodSetOutput_.get(); }
   L2Rib::FloodSetOutput* outFloodSetOutput() const noexcept { return outFloodSetOutput_.get(); }
+
+  // Operator summary: one entry per input destination of the type, mirrored when the
+  // output holds it (nothing to program: no helper, no pool).
+  FENN_EVPN_EXPORT SmSummary summary() const;
 
  protected:
   void handleInitialized() override;

@@ -183,6 +183,31 @@ void FennEvpnVlanMembershipSm::removeIntfVlanFromEvpnVlanStatus(Ostra::IntfId co
   if (info->member().empty()) evpnVlanStatus_->vlanStatusDel(vlanId);
 }
 
+SmSummary FennEvpnVlanMembershipSm::summary() const {
+  SmSummary s("FennEvpnVlanMembershipSm", SmCounters(), unusableInputCount());
+  uint64_t wanted = 0;
+  uint64_t published = 0;
+  auto const count = [&](Bridging::VlanId vlanId, Ostra::IntfId const& intfId) {
+    ++wanted;
+    EvpnVlanMemberInfo const* info = evpnVlanStatus_->vlanStatus(vlanId);
+    published += info && info->memberHas(intfId);
+  };
+  // An interface that filters BUM traffic follows its configuration, any other its
+  // operational state (processIntfVlan): each member is counted once, from one input.
+  for (auto const& [vlanId, config] : bridgingConfig_->vlanConfig()) {
+    for (auto const& [intfId, port] : config->intf()) {
+      if (evpnStatus_->encapBumFilterHas(intfId)) count(vlanId, intfId);
+    }
+  }
+  for (auto const& [vlanId, status] : vlanStatusDir_->vlanStatus()) {
+    for (auto const& [intfId, port] : status->vlanPortStatus()) {
+      if (!evpnStatus_->encapBumFilterHas(intfId)) count(vlanId, intfId);
+    }
+  }
+  s.entriesIs(wanted, published);
+  return s;
+}
+
 Qor::Ptr<FennEvpnVlanMembershipSm> fennEvpnVlanMembershipSmFactory(
     Qor::Ptr<Bridging::Config const> const& bridgingConfig,
     Qor::Ptr<Bridging::VlanStatusDir const> const& vlanStatusDir,

@@ -16,6 +16,7 @@
 #include "Evpn/EvpnStatus.h"
 #include "FennEvpn/FennEvpnExport.h"
 #include "FennEvpn/FennEvpnFloodingRecords.h"
+#include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanStatus.h"
 #include "Qor/Collection.h"
@@ -45,6 +46,10 @@ class FennEvpnVlanMembershipSm : public Qor::StateMachine, public UnusableInputC
   void processIntfVlan(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
   void addIntfToEvpnVlanStatus(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
   void removeIntfVlanFromEvpnVlanStatus(Ostra::IntfId const& intfId, Bridging::VlanId vlanId);
+
+  // Operator summary: one entry per (interface, VLAN) the inputs make an EVPN member,
+  // published when EvpnVlanStatus lists it (nothing to program: no helper, no pool).
+  FENN_EVPN_EXPORT SmSummary summary() const;
 
  private:
   class QorBridgingConfig;

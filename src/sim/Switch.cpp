@@ -694,7 +694,10 @@ std::vector<Qor::StateMachine*> Switch::stateMachines() const {
                                          lagSm_.get(),
                                          vlanMembershipSm_.get(),
                                          floodingEsiSm_.get(),
-                                         tepSegmentSm_.get()};
+                                         floodingDot1qSm_.get(),
+                                         floodFilterSm_.get(),
+                                         tepSegmentSm_.get(),
+                                         hostFecSm_.get()};
   std::erase(all, nullptr);
   return all;
 }
@@ -719,6 +722,10 @@ Fenn::MachineSet Switch::machines() const {
   m.floodFilter = floodFilterSm_.get();
   m.hostFec = hostFecSm_.get();
   m.esiFilteringDecap = esiFilteringDecapSm_.get();
+  m.floodSetFilter = floodSetFilterSm_.get();
+  m.lag = lagSm_.get();
+  m.vlanMembership = vlanMembershipSm_.get();
+  m.tepSegment = tepSegmentSm_.get();
   return m;
 }
 

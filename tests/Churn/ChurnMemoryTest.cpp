@@ -138,13 +138,8 @@ class Churn {
 
 // The elements left in the collections of every state machine, by machine and attribute.
 std::vector<std::string> leftovers(Sim::Switch const& sw) {
-  std::vector<Qor::StateMachine*> const all = sw.stateMachines();
-  std::vector<Qor::StateMachine const*> machines(all.begin(), all.end());
-  machines.push_back(sw.floodingDot1qSm());
-  machines.push_back(sw.floodFilterSm());
-  machines.push_back(sw.hostFecSm());
   std::vector<std::string> out;
-  for (auto const* sm : machines) {
+  for (auto const* sm : sw.stateMachines()) {
     for (auto const& [id, count] : ElementCounter(sm).counts) {
       bool const byDesign =
           sm == sw.hwTunnelIdSm() && (id == Fenn::EvpnHwTunnelIdSm::hwTunnelIdOverflowAttr ||
