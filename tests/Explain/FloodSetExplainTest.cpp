@@ -89,10 +89,18 @@ TEST_F(FloodSetExplain, EachStateStopsAtTheConditionThatDecidesIt) {
   EXPECT_EQ(e.state(), ExplainStatus::failed) << e.text();
   EXPECT_EQ(decidingStep(e), "EvpnVlanFloodSetSm: in hardware");
 
+  // Configured, and the programmer has not reported on it yet: waiting, in hardware.
+  sw.floodSetProgrammingPausedIs(true);
+  sw.destIs(Bridging::VlanId(40), broadcast, mpls(1, 103));
+  e = explain(40, 1, 103);
+  EXPECT_EQ(e.state(), ExplainStatus::waitingForHardware) << e.text();
+  EXPECT_EQ(decidingStep(e), "EvpnVlanFloodSetSm: in hardware");
+  sw.floodSetProgrammingPausedIs(false);
+
   // More room: the waiting PE gets an ID at once and its destination is programmed.
   sw.hwTunnelIdPoolSizeIs(Fenn::hwTunnelIdTypeDefault, 4);
   sw.advance(1);
-  for (auto [vlan, pe, label] : {std::tuple{10, 2, 200u}, {20, 1, 101u}, {30, 1, 102u}}) {
+  for (auto [vlan, pe, label] : {std::tuple{10, 2, 200u}, {20, 1, 101u}, {30, 1, 102u}, {40, 1, 103u}}) {
     e = explain(vlan, pe, label);
     EXPECT_EQ(e.state(), ExplainStatus::ok) << e.text();
   }
