@@ -6,8 +6,10 @@
 //   [FileHeader][descriptors ...          ][ring: records ..., padding, records ...]
 //
 // Offsets into the ring are logical (they only grow); the byte position is the offset
-// masked by the ring size. Records never straddle the ring's end: a padding record fills
-// the rest when the next record does not fit.
+// masked by the ring size. The writer divides the ring into blocks (a power of two of at
+// least kMaxRecordBytes) and records never straddle a block boundary, the ring's end
+// included: a padding record fills the rest of a block when the next record does not fit.
+// The tail is always a record's start (a block boundary once the ring has wrapped).
 #pragma once
 
 #include <cstddef>

@@ -190,8 +190,10 @@ Contents read(std::span<std::byte const> image) {
     uint32_t bytes, id;
     std::memcpy(&bytes, ring.data() + offset, 4);
     std::memcpy(&id, ring.data() + offset + 4, 4);
+    // Padding fills the rest of a writer's block; blocks are powers of two of at least
+    // kMaxRecordBytes, so it ends on a multiple of that.
     bool const sized = bytes >= kPaddingBytes && bytes % 8 == 0 && bytes <= h.ringBytes - offset &&
-                       bytes <= h.head - pos && (id != kPaddingId || bytes == h.ringBytes - offset);
+                       bytes <= h.head - pos && (id != kPaddingId || (offset + bytes) % kMaxRecordBytes == 0);
     if (!sized) {
       note(out, "damaged record at offset " + std::to_string(pos) + ", " + std::to_string(h.head - pos) +
                     " bytes from there not read");

@@ -24,9 +24,9 @@ namespace {
 
 using detail::ring;
 
-// Dropping old records this much beyond what a record needs makes the walk over them
-// happen once every few dozen records instead of on every one.
-constexpr uint64_t kSlack = 4096;
+// A block is a 64th of the ring, so that dropping one loses little history, and at least
+// the largest record (a minimum-size ring has 8 blocks).
+uint64_t blockBytesFor(uint64_t ringBytes) { return std::max<uint64_t>(kMaxRecordBytes, ringBytes / 64); }
 
 struct Image {
   void* base = nullptr;
@@ -117,21 +117,24 @@ void open() {
   ring.data = static_cast<std::byte*>(im.base) + ringOffset;
   ring.capacity = c.ringBytes;
   ring.mask = c.ringBytes - 1;
+  ring.blockBytes = blockBytesFor(c.ringBytes);
   for (auto const& blob : descriptors()) detail::appendDescriptor(blob);
 }
 
-uint32_t recordBytesAt(uint64_t offset) {
-  uint32_t bytes;
-  std::memcpy(&bytes, ring.data + (offset & ring.mask), 4);
-  return bytes;
-}
-
-// Moves the tail so that `bytes` more fit after the head.
-void makeRoom(uint64_t bytes) {
-  if (ring.head + bytes <= ring.tail + ring.capacity) return;
-  uint64_t const wanted = std::min(ring.head, ring.head + bytes + kSlack - ring.capacity);
-  while (ring.tail < wanted) ring.tail += recordBytesAt(ring.tail);
-  publish(ring.header->tail, ring.tail);
+// Moves the head to the start of the next block, over a padding record for what is left of
+// the current one, and drops the oldest block if the ring is full.
+void enterNextBlock() {
+  if (ring.head < ring.limit) {
+    uint32_t const fill[2] = {static_cast<uint32_t>(ring.limit - ring.head), kPaddingId};
+    std::memcpy(ring.data + (ring.head & ring.mask), fill, kPaddingBytes);
+    ring.head = ring.limit;
+    publish(ring.header->head, ring.head);
+  }
+  ring.limit = ring.head + ring.blockBytes;
+  if (ring.limit > ring.tail + ring.capacity) {
+    ring.tail = ring.limit - ring.capacity;
+    publish(ring.header->tail, ring.tail);
+  }
 }
 
 }  // namespace
@@ -159,15 +162,7 @@ namespace detail {
 
 std::byte* reserveSlow(uint32_t bytes) {
   if (!ring.data) open();
-  uint64_t const offset = ring.head & ring.mask;
-  uint64_t const padding = offset + bytes > ring.capacity ? ring.capacity - offset : 0;
-  makeRoom(padding + bytes);
-  if (padding) {
-    uint32_t const fill[2] = {static_cast<uint32_t>(padding), kPaddingId};
-    std::memcpy(ring.data + offset, fill, kPaddingBytes);
-    ring.head += padding;
-    publish(ring.header->head, ring.head);
-  }
+  if (ring.head + bytes > ring.limit) enterNextBlock();
   return ring.data + (ring.head & ring.mask);
 }
 

@@ -4,8 +4,11 @@
 // read from the file afterwards; otherwise in anonymous memory. It is opened by the first
 // record. Not thread-safe: a process writes its ring log from one thread.
 //
-// When the ring is full the oldest records are dropped: the tail moves forward over them
-// (published before their bytes are overwritten), a few kilobytes at a time.
+// The ring is divided into blocks, and a record never straddles two: a padding record fills
+// the rest of a block when the next record does not fit. When the writer enters a block
+// that still holds old records, the tail moves past that whole block at once (published
+// before its bytes are overwritten): a block boundary is always the start of a record, so
+// nothing has to be read to find where the oldest remaining record begins.
 #pragma once
 
 #include <atomic>
@@ -40,8 +43,10 @@ namespace detail {
 struct Ring {
   std::byte* data = nullptr;  // the record ring
   uint64_t mask = 0;
-  uint64_t capacity = 0;  // 0 while closed, which sends every reserve to the slow path
+  uint64_t capacity = 0;
+  uint64_t blockBytes = 0;
   uint64_t head = 0;
+  uint64_t limit = 0;  // end of the head's block; 0 while closed, which sends every reserve to the slow path
   uint64_t tail = 0;
   uint64_t sequence = 0;
   FileHeader* header = nullptr;
@@ -56,11 +61,9 @@ void appendDescriptor(std::string_view blob);
 // Room for a record of at most `bytes` (a multiple of 8, at most kMaxRecordBytes).
 inline std::byte* reserve(uint32_t bytes) {
   detail::Ring& r = detail::ring;
-  uint64_t const offset = r.head & r.mask;
-  if (offset + bytes > r.capacity || r.head + bytes > r.tail + r.capacity) [[unlikely]] {
+  if (r.head + bytes > r.limit) [[unlikely]]
     return detail::reserveSlow(bytes);
-  }
-  return r.data + offset;
+  return r.data + (r.head & r.mask);
 }
 
 // Publishes the record just written at the reserved place; `bytes` is its actual size.
