@@ -191,6 +191,33 @@ void EvpnFloodingEsiSm::handleInitialized() {
 
 void EvpnFloodingEsiSm::maybeScheduleUnprogrammedReview(bool immediate) { review_->maybeSchedule(immediate); }
 
+void EvpnFloodingEsiSm::evpnLagMemberInfoDel() {
+  QTRACE(8, "EvpnFloodingEsiSm::", "evpnLagMemberInfoDel");
+  qorEvpnLagMemberInfo_.reset();
+  evpnLagMemberInfo_ = nullptr;
+  if (!initialized()) return;
+  // Every LAG is now without configuration; plain ports do not depend on the member lists.
+  for (auto const& intfId : intfVlanSet().keys()) {
+    if (isLag(intfId)) handleSegmentVlans(intfId);
+  }
+}
+
+void EvpnFloodingEsiSm::evpnStatusDel() {
+  QTRACE(8, "EvpnFloodingEsiSm::", "evpnStatusDel");
+  qorEvpnStatus_.reset();
+  evpnStatus_ = nullptr;
+  segmentStatusDelAll();
+}
+
+void EvpnFloodingEsiSm::tunnelIdHwTunnelIdDel() {
+  QTRACE(8, "EvpnFloodingEsiSm::", "tunnelIdHwTunnelIdDel");
+  qorTunnelIdHwTunnelId_.reset();
+  tunnelIdHwTunnelId_ = nullptr;
+  if (!initialized()) return;
+  // No tunnel has a hardware ID any more, which also decides who gets the label.
+  for (auto const& intfId : intfVlanSet().keys()) handleSegmentVlans(intfId);
+}
+
 void EvpnFloodingEsiSm::segmentStatusIs(Ostra::IntfId const& intfId) {
   QTRACE(8, "EvpnFloodingEsiSm::", "segmentStatusIs", " intfId ", intfId);
   segmentStatus_.add(intfId, evpnStatus_->ethernetSegmentStatus(intfId), this);
@@ -202,10 +229,16 @@ void EvpnFloodingEsiSm::segmentStatusDel(Ostra::IntfId const& intfId) {
   handleSegmentStatus(intfId);
 }
 
+void EvpnFloodingEsiSm::segmentStatusDelAll() {
+  QTRACE(8, "EvpnFloodingEsiSm::", "segmentStatusDelAll");
+  segmentStatus_.delAll();
+  for (auto const& intfId : intfVlanSet().keys()) handleSegmentStatus(intfId);
+}
+
 void EvpnFloodingEsiSm::handleSegmentStatus(Ostra::IntfId const& intfId) {
   QTRACE(8, "EvpnFloodingEsiSm::", "handleSegmentStatus", " intfId ", intfId);
   if (!initialized()) return;
-  if (Evpn::EthernetSegmentStatus const* es = evpnStatus_->ethernetSegmentStatus(intfId)) {
+  if (Evpn::EthernetSegmentStatus const* es = segmentOf(intfId)) {
     for (auto const& [tep, label] : es->remoteEsiLabel())
       reportUnusableTep(intfId, tep, "handleSegmentStatus");
     for (auto const& vlanId : es->configuredVlan().keys()) addIntfVlanMapping(intfId, vlanId);
@@ -228,7 +261,7 @@ void EvpnFloodingEsiSm::reportUnusableTep(Ostra::IntfId const& intfId, Ostra::In
 
 void EvpnFloodingEsiSm::handleSegmentVlan(Ostra::IntfId const& intfId, Bridging::VlanId vlanId) {
   if (!initialized()) return;
-  Evpn::EthernetSegmentStatus const* es = evpnStatus_->ethernetSegmentStatus(intfId);
+  Evpn::EthernetSegmentStatus const* es = segmentOf(intfId);
   if (es && segmentFloodsVlan(*es, vlanId)) {
     addIntfVlanMapping(intfId, vlanId);
   } else {
@@ -369,7 +402,7 @@ void EvpnFloodingEsiSm::deleteIntfVlanTunnelLabelMapping(Ostra::IntfId const& in
 
 void EvpnFloodingEsiSm::processIntfVlan(Ostra::IntfId const& intfId, Bridging::VlanId vlanId) {
   QTRACE(8, "EvpnFloodingEsiSm::", "processIntfVlan", " intfId ", intfId, " vlan ", vlanId);
-  Evpn::EthernetSegmentStatus const* es = evpnStatus_->ethernetSegmentStatus(intfId);
+  Evpn::EthernetSegmentStatus const* es = segmentOf(intfId);
   if (!es) {
     QTRACE(5, "EvpnFloodingEsiSm::", "processIntfVlan", " ", "no segment status", " intfId ", intfId);
     deleteIntfVlanTunnelMapping(intfId, vlanId);
@@ -382,7 +415,7 @@ void EvpnFloodingEsiSm::processIntfVlan(Ostra::IntfId const& intfId, Bridging::V
     deleteIntfVlanTunnelMapping(intfId, vlanId);
     return;
   }
-  if (evpnStatus_->localEsiLabel(intfId).empty()) {
+  if (localEsiLabelOf(intfId).empty()) {
     QTRACE(5, "EvpnFloodingEsiSm::", "processIntfVlan", " ", "local label not published", " intfId ", intfId);
     deleteIntfVlanTunnelMapping(intfId, vlanId);
     return;
@@ -420,7 +453,7 @@ void EvpnFloodingEsiSm::processIntfVlan(Ostra::IntfId const& intfId, Bridging::V
       // A DF whose interface names no tunnel has no usable label either.
       TunnelId const dfTunnelId = tunnelOfTep(dfTep).value_or(TunnelId());
       bool const hasLabel = es->remoteEsiLabelHas(dfTep) && dfTunnelId != TunnelId();
-      bool const hasHwTunnelId = tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(dfTunnelId);
+      bool const hasHwTunnelId = publishedHwTunnelId(dfTunnelId).has_value();
       QTRACE(5, "EvpnFloodingEsiSm::", "processIntfVlan", " dfTepIntfId ", dfTep, ", dfTepTunnelId ",
              dfTunnelId, " hasRemoteEsiLabel ", hasLabel, " hasHwTunnelId ", hasHwTunnelId);
       if (!hasLabel) {
@@ -452,23 +485,24 @@ void EvpnFloodingEsiSm::processIntfVlanTep(Ostra::IntfId const& intfId, Bridging
                                            TunnelId const& tunnelId,
                                            Evpn::EncapTypeLabel const& encapTypeLabel) {
   addOrUpdateIntfVlanTunnelLabelMapping(intfId, vlanId, tunnelId,
-                                        tunnelIdHwTunnelId_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId(),
+                                        publishedHwTunnelId(tunnelId).value_or(HwTunnelId()),
                                         encapTypeLabel.mplsLabel());
 }
 
 bool EvpnFloodingEsiSm::allRemotesHaveSharedEsHwTunnelId(Ostra::IntfId const& intfId) const {
-  Evpn::EthernetSegmentStatus const* es = evpnStatus_->ethernetSegmentStatus(intfId);
+  Evpn::EthernetSegmentStatus const* es = segmentOf(intfId);
   if (!es) return false;
   for (auto const& [tep, label] : es->remoteEsiLabel()) {
     std::optional<TunnelId> const usable = tunnelOfTep(tep);
     if (!usable) continue;
     TunnelId const tunnelId = *usable;
-    if (!tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId)) {
+    std::optional<HwTunnelId> const hwTunnelId = publishedHwTunnelId(tunnelId);
+    if (!hwTunnelId) {
       QTRACE(9, "EvpnFloodingEsiSm::", "allRemotesHaveSharedEsHwTunnelId", " hwTunnelId for tunnel ",
              tunnelId, " not published yet ");
       return false;
     }
-    if (tunnelIdHwTunnelId_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId().type() != hwTunnelIdTypeSharedEs) {
+    if (hwTunnelId->type() != hwTunnelIdTypeSharedEs) {
       QTRACE(9, "EvpnFloodingEsiSm::", "allRemotesHaveSharedEsHwTunnelId", " tunnel ", tunnelId,
              " doesn't have sharedEs hwTunnelId ");
       return false;
@@ -481,7 +515,7 @@ void EvpnFloodingEsiSm::programEsi(IntfVlanTunnelKey const& key, EsiInfo const& 
   QTRACE(5, "EvpnFloodingEsiSm::", "programEsi", " intfId ", key.intfId(), " vlan ", key.vlanId(),
          " tunnelId ", key.tunnelId(), " hwTunnelId ", esiInfo.hwTunnelId(), " label ", esiInfo.label());
   EsiTarget target{*this, key, esiInfo};
-  programOnPorts(qorTraceHandle_, key.intfId(), *evpnLagMemberInfo_, target);
+  programOnPorts(qorTraceHandle_, key.intfId(), lagMembers(), target);
 }
 
 void EvpnFloodingEsiSm::programEsiHelper(IntfVlanTunnelKey const& key, Ostra::IntfId const& phyIntfId,
@@ -491,11 +525,11 @@ void EvpnFloodingEsiSm::programEsiHelper(IntfVlanTunnelKey const& key, Ostra::In
          esiInfo.hwTunnelId(), " label ", esiInfo.label());
   QOR_ASSERT_TEXT(initialized(), "initialized()");
   QOR_ASSERT_TEXT(intfVlanTunnelEsiInfoHas(key), "intfVlanTunnelEsiInfoHas( intfVlanTunnelKey )");
-  if (!tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(key.tunnelId())) {
+  if (!publishedHwTunnelId(key.tunnelId())) {
     QTRACE(5, "EvpnFloodingEsiSm::", "programEsiHelper", " ", "hw tunnel id not published");
     return;
   }
-  Evpn::EncapTypeLabel const localLabel = evpnStatus_->localEsiLabel(key.intfId());
+  Evpn::EncapTypeLabel const localLabel = localEsiLabelOf(key.intfId());
   if (localLabel.empty() || !localLabel.isMpls()) {
     QTRACE(5, "EvpnFloodingEsiSm::", "programEsiHelper", " ", "local label not published");
     return;
@@ -573,6 +607,25 @@ void EvpnFloodingEsiSm::reviewUnprogrammedKey(IntfVlanTunnelKey const& key) {
   processIntfVlan(key.intfId(), key.vlanId());
 }
 
+Evpn::EthernetSegmentStatus const* EvpnFloodingEsiSm::segmentOf(Ostra::IntfId const& intfId) const {
+  return evpnStatus_ ? evpnStatus_->ethernetSegmentStatus(intfId) : nullptr;
+}
+
+Evpn::EncapTypeLabel EvpnFloodingEsiSm::localEsiLabelOf(Ostra::IntfId const& intfId) const {
+  return evpnStatus_ ? evpnStatus_->localEsiLabel(intfId) : Evpn::EncapTypeLabel();
+}
+
+std::optional<HwTunnelId> EvpnFloodingEsiSm::publishedHwTunnelId(TunnelId const& tunnelId) const {
+  if (!tunnelIdHwTunnelId_ || !tunnelIdHwTunnelId_->tunnelIdToHwTunnelIdHas(tunnelId)) return std::nullopt;
+  return tunnelIdHwTunnelId_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId();
+}
+
+EvpnLagMemberInfo const& EvpnFloodingEsiSm::lagMembers() const {
+  // Never written: what every LAG reads once the member lists are detached.
+  static Qor::Ptr<EvpnLagMemberInfo const> const none = evpnLagMemberInfoFactory();
+  return evpnLagMemberInfo_ ? *evpnLagMemberInfo_ : *none;
+}
+
 Qor::Ptr<EvpnFloodingEsiSm> evpnFloodingEsiSmFactory(
     Qor::Ptr<FennHelper::EvpnFloodingSmHelper> const& helper,
     Qor::Ptr<Keel::TaskScheduler> const& taskScheduler,
@@ -588,7 +641,7 @@ Qor::Ptr<EvpnFloodingEsiSm> evpnFloodingEsiSmFactory(
 void EvpnFloodingEsiSm::explainEsi(IntfVlanTunnelKey const& key, Explanation& answer) const {
   constexpr char machine[] = "EvpnFloodingEsiSm";
   if (!answer.initializedStep(machine, initialized())) return;
-  Evpn::EthernetSegmentStatus const* es = evpnStatus_->ethernetSegmentStatus(key.intfId());
+  Evpn::EthernetSegmentStatus const* es = segmentOf(key.intfId());
   if (!es) {
     answer.stepIs(machine, "Ethernet segment", "none on " + key.intfId().name(), ExplainStatus::missingInput);
     return;
@@ -599,7 +652,7 @@ void EvpnFloodingEsiSm::explainEsi(IntfVlanTunnelKey const& key, Explanation& an
     answer.stepIs(machine, "segment VLAN", "not configured on the segment", ExplainStatus::missingInput);
     return;
   }
-  Evpn::EncapTypeLabel const local = evpnStatus_->localEsiLabel(key.intfId());
+  Evpn::EncapTypeLabel const local = localEsiLabelOf(key.intfId());
   if (local.empty() || !local.isMpls()) {
     answer.stepIs(machine, "local ESI label", "none published", ExplainStatus::missingInput);
     return;
@@ -639,8 +692,7 @@ void EvpnFloodingEsiSm::explainEsi(IntfVlanTunnelKey const& key, Explanation& an
   answer.stepIs(machine, "ESI label sent",
                 "remote label " + Qor::valueToStrep(info->label()) + ", hardware tunnel ID " +
                     std::to_string(info->hwTunnelId().id()));
-  explainPorts(answer, machine, key.intfId(), *evpnLagMemberInfo_, esiStatus(key), counters_,
-               reviewUnprogrammed());
+  explainPorts(answer, machine, key.intfId(), lagMembers(), esiStatus(key), counters_, reviewUnprogrammed());
 }
 
 SmSummary EvpnFloodingEsiSm::summary() const {

@@ -9,9 +9,15 @@
 // A create that fails is retried by the unprogrammed review without limit; a create that
 // reports an invalid hardware tunnel ID is fatal. Releasing the machine removes what it
 // programmed.
+//
+// An input that is detached (evpnLagMemberInfoDel, evpnStatusDel, tunnelIdHwTunnelIdDel)
+// stops being watched and reads as empty from then on: no segments, no hardware tunnel IDs,
+// no LAG configuration. What depended on it is decided again at once, which removes the
+// entries it made possible, exactly as emptying the input would have.
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "Evpn/EvpnStatus.h"
@@ -48,6 +54,10 @@ class EvpnFloodingEsiSm : public Qor::StateMachine, public UnusableInputCounter 
   EvpnLagMemberInfo const* evpnLagMemberInfo() const noexcept { return evpnLagMemberInfo_.get(); }
   Evpn::EvpnStatus const* evpnStatus() const noexcept { return evpnStatus_.get(); }
   TunnelIdToHwTunnelIdMapping const* tunnelIdHwTunnelId() const noexcept { return tunnelIdHwTunnelId_.get(); }
+  // Detach an input (see above); there is no re-attaching.
+  FENN_EVPN_EXPORT void evpnLagMemberInfoDel();
+  FENN_EVPN_EXPORT void evpnStatusDel();
+  FENN_EVPN_EXPORT void tunnelIdHwTunnelIdDel();
 
   // The (interface, VLAN) pairs flooded with ESI data, both ways.
   QOR_CHILDREN(intfVlanSet, Ostra::IntfId, IntfVlanSet)
@@ -92,6 +102,7 @@ class EvpnFloodingEsiSm : public Qor::StateMachine, public UnusableInputCounter 
 
   void segmentStatusIs(Ostra::IntfId const& intfId);
   void segmentStatusDel(Ostra::IntfId const& intfId);
+  void segmentStatusDelAll();
   void handleSegmentStatus(Ostra::IntfId const& intfId);
   // A remote TEP whose interface names no tunnel is skipped as an unusable input: reported
   // here, as met by `function`, when it arrives.
@@ -122,6 +133,11 @@ class EvpnFloodingEsiSm : public Qor::StateMachine, public UnusableInputCounter 
   void unprogramEsi(IntfVlanTunnelKey const& key);
   void unprogramEsiHelper(IntfVlanTunnelKey const& key, Ostra::IntfId const& phyIntfId);
   void reviewUnprogrammedKey(IntfVlanTunnelKey const& key);
+  // The inputs as read, a detached one as empty.
+  Evpn::EthernetSegmentStatus const* segmentOf(Ostra::IntfId const& intfId) const;
+  Evpn::EncapTypeLabel localEsiLabelOf(Ostra::IntfId const& intfId) const;
+  std::optional<HwTunnelId> publishedHwTunnelId(TunnelId const& tunnelId) const;
+  EvpnLagMemberInfo const& lagMembers() const;
 
   Qor::Ptr<FennHelper::EvpnFloodingSmHelper> helper_;
   Qor::Ptr<Keel::TaskScheduler> scheduler_;

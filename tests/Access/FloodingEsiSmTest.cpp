@@ -176,6 +176,45 @@ TEST_F(EsiTest, FailuresAreRetriedOncePerIntervalAndAtOnceAfterADeletion) {
   EXPECT_TRUE(sm->esiStatus(Fenn::IntfVlanTunnelKey(eth(1), vlan(10), tunnel(2)))->unprogrammed().empty());
 }
 
+// A detached input reads as empty from then on: the LAG's entries go with its member lists,
+// every entry with the hardware tunnel IDs, the indexes with the segments; and later changes
+// of a detached input are not heard.
+TEST_F(EsiTest, DetachedInputsReadAsEmpty) {
+  segment(eth(1));
+  segment(lag(1));
+  lagIs(lag(1), {eth(2)});
+  start();
+  EXPECT_EQ(entries(), (S{"Ethernet1 10 pe1/601/1", "Ethernet2 10 pe1/601/1"}));
+  sm->evpnLagMemberInfoDel();
+  EXPECT_EQ(entries(), S{"Ethernet1 10 pe1/601/1"}) << "a LAG without member lists has no configuration";
+  lagIs(lag(1), {eth(2), eth(3)});
+  sm->tunnelIdHwTunnelIdDel();
+  EXPECT_EQ(entries(), S{});
+  idIs(1, Fenn::hwTunnelIdTypeDefault, 5);
+  es(eth(1))->designatedForwarderTepIs(vlan(10), tep(2));
+  EXPECT_EQ(entries(), S{}) << "no hardware tunnel ID is published";
+  EXPECT_TRUE(sm->intfVlanTunnelEsiInfo().empty());
+  sm->evpnStatusDel();
+  EXPECT_TRUE(sm->intfVlanSet().empty());
+  EXPECT_TRUE(sm->intfVlanTunnelSet().empty());
+  EXPECT_TRUE(sm->tunnelIntfVlanSet().empty());
+  segment(eth(4));
+  EXPECT_TRUE(sm->intfVlanSet().empty());
+
+  // The EVPN status first, with a refused entry waiting for the review.
+  evpn->ethernetSegmentStatusDel(eth(4));
+  hw->esiDataFaults().failNextIs(1);
+  start();
+  EXPECT_EQ(entries().size(), 2u) << "one of three refused";
+  EXPECT_EQ(sm->unprogrammedEsi().size(), 1u);
+  sm->evpnStatusDel();
+  EXPECT_EQ(entries(), S{});
+  EXPECT_TRUE(sm->unprogrammedEsi().empty());
+  EXPECT_TRUE(sm->esiStatus().empty());
+  scheduler->advanceBy(sm->defaultUnprogrammedRetryInterval());
+  EXPECT_EQ(entries(), S{});
+}
+
 TEST_F(EsiTest, InvalidHardwareTunnelIdIsFatal) {
   auto stub = FennHelper::evpnFloodingSmHelperStubFactory("stub");
   stub->createEsiDataRcIs(Fenn::invalidHwId);
