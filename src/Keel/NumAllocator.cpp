@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <limits>
+#include <ranges>
 #include <utility>
 
 #include "Qor/Assert.h"
@@ -24,7 +25,7 @@ NumAllocator::Number NumAllocator::getNumber() {
     n = takeFree();  // released longest ago
   } else if (!released_.empty() && released_.front().reusableAt <= timerWheel_->now()) {
     n = released_.front().number;
-    released_.pop_front();
+    released_.pop();
   } else if (nextUnused_ <= config_.range().last()) {
     n = static_cast<Number>(nextUnused_++);
     if ((nextUnused_ - 1 - config_.range().first()) % 64 == 0) inUseBits_.push_back(0);
@@ -38,21 +39,25 @@ NumAllocator::Number NumAllocator::getNumber() {
 void NumAllocator::releaseNumber(Number n) {
   QOR_ASSERT(numberInUse(n));
   inUseIs(n, false);
-  released_.push_back({n, timerWheel_->now() + config_.expiryTime()});
+  released_.push({n, timerWheel_->now() + config_.expiryTime()});
   dropExpired();
 }
 
 void NumAllocator::dropExpired() {
   double const now = timerWheel_->now();
+  bool moved = false;
   while (released_.size() > kExpiredQueued && released_.front().reusableAt <= now) {
     uint64_t const bit = static_cast<uint64_t>(released_.front().number) - config_.range().first();
-    released_.pop_front();
+    released_.pop();
     size_t const word = bit / 64;
     if (freeBits_.size() <= word) freeBits_.resize(inUseBits_.size());
     freeBits_[word] |= uint64_t{1} << (bit % 64);
     ++freeBitCount_;
     freeScan_ = std::min(freeScan_, word);
+    moved = true;
   }
+  // A burst of releases that has expired leaves the queue a bitmap's worth of memory.
+  if (moved && 4 * released_.size() < released_.capacity()) released_.shrink();
 }
 
 NumAllocator::Number NumAllocator::takeFree() {
@@ -86,9 +91,11 @@ void NumAllocator::inUseIs(Number n, bool inUse) {
 
 NumAllocatorStatus NumAllocator::status() const {
   double const now = timerWheel_->now();
-  auto const heldFrom = std::partition_point(released_.begin(), released_.end(),
-                                             [now](Released const& r) { return r.reusableAt <= now; });
-  uint64_t const expiredQueued = static_cast<uint64_t>(heldFrom - released_.begin());
+  // The queue is in expiry order: the expired ones are a prefix.
+  auto const positions = std::views::iota(size_t{0}, released_.size());
+  auto const heldFrom =
+      std::ranges::partition_point(positions, [&](size_t i) { return released_[i].reusableAt <= now; });
+  uint64_t const expiredQueued = static_cast<uint64_t>(heldFrom - positions.begin());
   uint64_t const neverUsed = config_.range().last() + 1 - nextUnused_;
   return NumAllocatorStatus(inUseCount_, released_.size() - expiredQueued,
                             expiredQueued + freeBitCount_ + neverUsed, nextUnused_);

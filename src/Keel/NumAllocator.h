@@ -2,9 +2,9 @@
 // back. A released number is held back for the configured expiry time before it is handed
 // out again. Both operations are O(1) and nothing is built up front:
 //  - a cursor walks the numbers never used yet;
-//  - released numbers wait in a FIFO with the time they become reusable; since the clock
-//    never goes back and the expiry time is fixed, the FIFO is also in expiry order, so only
-//    its front needs checking;
+//  - released numbers wait in a FIFO (a ring that allocates only to grow past its high
+//    water) with the time they become reusable; since the clock never goes back and the
+//    expiry time is fixed, the FIFO is also in expiry order, so only its front needs checking;
 //  - one bit per number below the cursor records which are in use, so that releasing a
 //    number twice, or one never handed out, is caught (a caller bug, asserted).
 // getNumber() prefers an expired released number to a never-used one: that keeps the FIFO
@@ -18,11 +18,11 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <vector>
 
 #include "Keel/NumAllocatorConfig.h"
 #include "Keel/NumAllocatorStatus.h"
+#include "Keel/RingQueue.h"
 #include "Keel/TimerWheel.h"
 
 namespace Keel {
@@ -62,7 +62,9 @@ class NumAllocator : public Qor::PtrInterface {
   uint64_t nextUnused_;
   uint64_t inUseCount_ = 0;
   uint64_t inUseHighWater_ = 0;
-  std::deque<Released> released_;
+  // A ring, so that numbers sliding through it cost no allocation once it has held as
+  // many as it holds now (a deque allocates and frees a block every 32 releases).
+  RingQueue<Released> released_;
   // Bit (n - first) for every n in [first, nextUnused_).
   std::vector<uint64_t> inUseBits_;
   // Same indexing: released, expired numbers that left the FIFO; grown on demand.

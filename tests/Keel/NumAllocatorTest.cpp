@@ -5,6 +5,7 @@
 #include <limits>
 #include <new>
 #include <set>
+#include <vector>
 
 #include "Keel/ManualClock.h"
 #include "Keel/NumAllocator.h"
@@ -89,6 +90,26 @@ TEST_F(NumAllocatorTest, ExpiredReleasedNumbersBeyondABoundCostABitEach) {
   EXPECT_EQ(handedOut.size(), size_t{n});
   EXPECT_EQ(*handedOut.rbegin(), n - 1);
   EXPECT_EQ(a->getNumber(), n);
+}
+
+// A working set that comes and goes, as hosts churn, slides its numbers through the queue
+// of released ones: after the first round that costs no heap, whatever the queue's length.
+TEST_F(NumAllocatorTest, AWorkingSetThatComesAndGoesCostsNoHeapAfterTheFirstRound) {
+  for (int64_t const set : {10, 100, 1000}) {
+    SCOPED_TRACE(set);
+    auto a = allocator(0, 0xFFFFFFFF, 10.0);
+    std::vector<int64_t> numbers;
+    size_t baseline = 0;
+    for (int round = 0; round < 50; ++round) {
+      for (int64_t i = 0; i < set; ++i) numbers.push_back(a->getNumber());
+      for (int64_t const n : numbers) a->releaseNumber(n);
+      numbers.clear();
+      clock->advance(60);
+      if (round == 0) baseline = TestHeap::liveBytes();
+      ASSERT_EQ(TestHeap::liveBytes(), baseline) << "round " << round;
+    }
+    EXPECT_EQ(a->status().inUseCount(), 0u);
+  }
 }
 
 TEST_F(NumAllocatorTest, ReleasingANumberNotInUseIsACallerBug) {
