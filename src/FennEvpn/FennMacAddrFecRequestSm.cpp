@@ -157,11 +157,30 @@ Keel::NumAllocatorStatus FennMacAddrFecRequestSm::numAllocatorStatus() const {
 void FennMacAddrFecRequestSm::handleInitialized() {
   QTRACE(8, "FennMacAddrFecRequestSm::", "handleInitialized");
   numAllocatorConfigIs(Keel::NumAllocatorConfig(fecIdRange(), fecIdHoldBack));
+  reservePreviousRunFecIds();
   reviewBacklog_ = Qor::Ptr<Keel::Task>(
       new Keel::Task(scheduler_, Keel::priorityNormal, "reviewTask", [this] { doReviewBacklog(); }));
   // The reactors' initial walks have put every label, load balance, destination and host
   // into the backlogs; the review works them off without holding the event loop.
   maybeScheduleBacklogReview();
+}
+
+// A restarted machine starts with a fresh allocator, while the tables may still hold rows
+// of the instance before it: requests, when it did not stop cleanly, and answers the
+// hardware has not dropped yet. The requests are withdrawn (this machine is their only
+// writer, and the review requests afresh what the hosts use); an ID with an answer stays
+// out of use until the answer goes, so that no object is published with an old FEC's
+// hardware ID.
+void FennMacAddrFecRequestSm::reservePreviousRunFecIds() {
+  std::vector<FecId> const leftRequests = fecRequest_->rowKeys();
+  for (FecId const fecId : leftRequests) {
+    QTRACE(5, "   withdrawing request of a previous run, fecId: ", fecId);
+    fecRequest_->rowDel(fecId);
+  }
+  for (auto const& [fecId, response] : fecResponse_->rows()) {
+    QTRACE(5, "   fecId answered for a previous run, kept until its answer goes: ", fecId);
+    previousRunFecIdIs(fecId, false);
+  }
 }
 
 void FennMacAddrFecRequestSm::maybeScheduleBacklogReview() {
@@ -527,7 +546,13 @@ void FennMacAddrFecRequestSm::maybeUpdateFecRequest(Fec const& fec, ObjTuple con
 FecId FennMacAddrFecRequestSm::getFecId(ObjTuple const& tuple) {
   // A FEC keeps its ID while it is requested: a rebuild updates it in place.
   if (FecId const* cached = fecRequestCache().find(tuple)) return *cached;
-  Keel::NumAllocator::Number const id = numAllocator_->getNumber();
+  Keel::NumAllocator::Number id = numAllocator_->getNumber();
+  // A number whose ID a previous instance still has an answer for is held until it goes.
+  while (id != Keel::NumAllocator::invalidNumber() && previousRunFecIdHas(idToFecId(id, macAddrFecAdjType))) {
+    QTRACE(5, "   fecId still answered for a previous run, skipped: ", idToFecId(id, macAddrFecAdjType));
+    previousRunFecIdIs(idToFecId(id, macAddrFecAdjType), true);
+    id = numAllocator_->getNumber();
+  }
   QOR_ASSERT_TEXT(id != Keel::NumAllocator::invalidNumber(), "FecId range exhausted, Not possible");
   FecId const fecId = idToFecId(id, macAddrFecAdjType);
   QTRACE(5, "   allocated fecId: ", fecId, " for ObjTuple: ", tuple);
@@ -552,6 +577,11 @@ void FennMacAddrFecRequestSm::handleHwFecIdResponse(FecId fecId) {
       objTupleToHwIdMap_->hwIdDel(ObjTuple(*found));
     } else if (fecCacheHas(fecId)) {
       maybeReleaseFecId(fecId);
+    } else if (previousRunFecIdHas(fecId)) {
+      QTRACE(5, "   answer of a previous run gone, fecId free: ", fecId);
+      if (previousRunFecId(fecId))
+        numAllocator_->releaseNumber(static_cast<Keel::NumAllocator::Number>(fecId.index()));
+      previousRunFecIdDel(fecId);
     } else {
       QTRACE(1, "Stale response deletion for FecId:", fecId);
     }

@@ -16,7 +16,9 @@
 // requested, so a rebuilt FEC is an update in place and the FECs chained to it stand.
 //
 // A FEC ID goes back to the allocator once its request is withdrawn and the hardware's
-// answer is gone; the allocator then holds it back for fecIdHoldBack seconds.
+// answer is gone; the allocator then holds it back for fecIdHoldBack seconds. A restarted
+// instance starts with a fresh allocator, so it keeps the IDs its predecessor left answered
+// out of use until their answers go (previousRunFecId).
 //
 // Nothing is done before initialization: notifications until then are kept in the
 // backlogs (the reactors' initial walks included), which the review task "reviewTask"
@@ -119,6 +121,9 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine, public UnusableInputCo
   // Every FEC ID taken from the allocator and not yet given back: the requested ones, and
   // withdrawn ones whose answer the hardware has not removed yet.
   QOR_SET(fecCache, Vasp::Fib::FecId)
+  // FEC IDs that a previous instance left an answer for: kept out of use until the answer
+  // goes. True once the allocator handed the number out and it is held here.
+  QOR_MAP(previousRunFecId, Vasp::Fib::FecId, bool)
   // Notifications waiting for the review task.
   QOR_SET(hostBackLogQ, Bridging::MacVlanPair)
   QOR_SET(objTupleBackLogQ, L2Rib::ObjTuple)
@@ -147,6 +152,8 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine, public UnusableInputCo
   };
 
   void numAllocatorConfigIs(Keel::NumAllocatorConfig const& config);
+  // Withdraws the requests a previous instance left and records the IDs it left answered.
+  void reservePreviousRunFecIds();
   void handleL2RibHost(Bridging::MacVlanPair const& macVlan);
   void handleLabel(L2Rib::LabelId labelId);
   void handleLb(L2Rib::LoadBalanceId lbId);

@@ -162,9 +162,8 @@ void Switch::hostFecStart() {
 void Switch::hostFecRestart() {
   hostFecSm_ = nullptr;
   settle();
-  // The chip drops the answers of the withdrawn requests before the new instance, whose
-  // FEC numbers start over, asks again.
-  while (hostFecResponder_->pendingCount() > 0) advance(std::max(hostFecResponder_->delay(), 0.001));
+  // The answers of the withdrawn requests may still stand: the new instance keeps their FEC
+  // IDs out of use until the chip drops them.
   hostFecStart();
   settle();
 }
@@ -226,9 +225,6 @@ void Switch::stopStateMachines() {
 void Switch::restart() {
   stopStateMachines();
   settle();
-  // As for hostFecRestart: the chip drops the answers of the withdrawn host FEC requests
-  // before the new instance, whose FEC numbers start over, asks again.
-  while (hostFecResponder_->pendingCount() > 0) advance(std::max(hostFecResponder_->delay(), 0.001));
   startStateMachines();
   settle();
 }

@@ -298,9 +298,8 @@ class Switch {
   void loadBalanceDel(L2Rib::LoadBalanceId id);
   void chainDestIs(L2Rib::DestId id, L2Rib::Dest const& dest);
   void chainDestDel(L2Rib::DestId id);
-  // Stops the host FEC state machine (it withdraws its requests), lets the hardware drop
-  // their answers, and starts a new one, as an agent restart does: a new one reads the
-  // feature toggle again.
+  // Stops the host FEC state machine (it withdraws its requests) and starts a new one, as
+  // an agent restart does: a new one reads the feature toggle again.
   void hostFecRestart();
 
   // Restarts the library as an agent restart does: every state machine is released and

@@ -226,6 +226,42 @@ TEST_F(HostFecSmTest, WithdrawnFecIdWaitsForItsAnswerToGoThenForTheHoldBack) {
   EXPECT_EQ(fecIdOf(L(2)), first);
 }
 
+// A restarted machine keeps away from what its predecessor left in the tables: a request
+// left behind is withdrawn, and an ID whose answer the hardware has not dropped yet is not
+// handed out until it goes, so no object is published with the old FEC's hardware ID.
+TEST_F(HostFecSmTest, RestartSkipsIdsThePreviousInstanceLeftUntilTheirAnswersGo) {
+  build(2);
+  dest(1, 11);
+  label(1, 1000, D(1));
+  host(1, L(1));
+  FecId const answered = fecIdOf(L(1));
+  answer(answered, 0x2000);
+  sm = nullptr;  // withdraws its request; the hardware has not dropped the answer yet
+  EXPECT_FALSE(hwIds->hwIdHas(L(1)));
+  FecId const leftRequest = Fenn::idToFecId(5, Fenn::macAddrFecAdjType);
+  request->rowIs(Vasp::Fib::Fec(leftRequest));  // as an instance that stopped without cleaning up
+
+  build(2);
+  EXPECT_FALSE(request->rowHas(leftRequest));
+  // Requested afresh, without number 0, which is still answered for the previous run.
+  EXPECT_EQ(fecIdOf(L(1)).index(), 1u);
+  EXPECT_FALSE(hwIds->hwIdHas(L(1))) << "published with the old FEC's answer";
+  label(2, 2000, D(1));
+  host(2, L(2));
+  EXPECT_EQ(fecIdOf(L(2)).index(), 2u);
+  response->rowDel(answered);
+  EXPECT_TRUE(sm->previousRunFecId().empty());
+  EXPECT_FALSE(sm->numAllocator()->numberInUse(0)) << "given back once its answer went";
+  // An answer that goes before its number was ever offered frees nothing.
+  answer(Fenn::idToFecId(7, Fenn::macAddrFecAdjType), 0x2001);
+  sm = nullptr;
+  build(2);
+  EXPECT_EQ(sm->previousRunFecId().size(), 1u);
+  response->rowDel(Fenn::idToFecId(7, Fenn::macAddrFecAdjType));
+  EXPECT_TRUE(sm->previousRunFecId().empty());
+  EXPECT_EQ(sm->numAllocatorStatus().inUseCount(), 2u);
+}
+
 // Start-up and the backlog.
 
 TEST_F(HostFecSmTest, EverythingBeforeInitializationWaitsInTheBacklogAndIsWorkedOffInSlices) {

@@ -31,17 +31,26 @@ TEST(SwitchRestart, HundredRestartsAtRandomPointsEndAsWithoutRestarts) {
 
   Sim::Switch plain(hardware(), "plain/");
   Sim::Switch restarted(hardware(), "restarted/");
+  // Host chains too: a restart leaves answers of the old host FEC requests standing (the
+  // answers come after a delay, or are withheld) that the new machine must keep clear of.
+  HostFecTest::ChainDriver plainChains(plain, seed + 1);
+  HostFecTest::ChainDriver restartedChains(restarted, seed + 1);
   size_t next = 0;
   size_t done = 0;
   for (size_t i = 0; i < ops.size(); ++i) {
     for (; next < restarts.size() && restarts[next] == i; ++next, ++done) restarted.restart();
     apply(plain, ops[i]);
     apply(restarted, ops[i]);
+    plainChains.step();
+    restartedChains.step();
   }
   ASSERT_EQ(done, 100u);
   // FEC answers a restart withdrew the requests for come back after the delay.
+  plain.fecResponsesWithheldIs(false);
+  restarted.fecResponsesWithheldIs(false);
   plain.advance(11);
   restarted.advance(11);
+  EXPECT_EQ(equality::join(hardwareDifferences(restarted, plain)), "");
 
   Sim::HardwareState const expected = plain.state();
   Sim::HardwareState const actual = restarted.state();
@@ -52,7 +61,7 @@ TEST(SwitchRestart, HundredRestartsAtRandomPointsEndAsWithoutRestarts) {
   EXPECT_EQ(actual.esiData, expected.esiData);
   EXPECT_EQ(restarted.hwTunnelIdBadReleases(), 0u);
   EXPECT_EQ(restarted.floodingHardware().badEsiDeleteCount(), 0u);
-  EXPECT_FALSE(expected.floodSets.empty()) << "the run programmed nothing";
+  EXPECT_FALSE(expected.floodSets.empty() || expected.hostFecs.empty()) << "the run programmed nothing";
 }
 
 // Every state machine of the switch is listed once (a step addresses it by its type name),
