@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 namespace Fenn {
 
@@ -87,19 +88,21 @@ void EvpnInputRecorder::open() {
   file_ = std::fopen(files_.path.c_str(), "w");
   if (!file_)
     throw std::runtime_error("EvpnInputRecorder: cannot write " + files_.path + ": " + std::strerror(errno));
-  bytes_ = 0;
   replayedTime_ = clock_->now();
   taskRuns_ = scheduler_->taskRuns();
-  line_ = "# The inputs of the EVPN library, recorded from clock time ";
-  Qor::printValue(line_, replayedTime_);
-  line_ += " on; replay with fenn-sim.\nname: recorded inputs\nsettle: explicit\nsteps:\n";
+  out_.reserve(writeBufferBytes + 4096);
+  out_ = "# The inputs of the EVPN library, recorded from clock time ";
+  Qor::printValue(out_, replayedTime_);
+  out_ += " on; replay with fenn-sim.\nname: recorded inputs\nsettle: explicit\nsteps:\n";
   // The file holds a snapshot even if nothing changes.
-  line_ += "  - say: snapshot of the inputs\n";
-  std::fputs(line_.c_str(), file_);
-  bytes_ += line_.size();
+  out_ += "  - say: snapshot of the inputs\n";
+  bytes_ = out_.size();
+  stepStart_ = out_.size();
 }
 
 void EvpnInputRecorder::rotate() {
+  drain();
+  if (!file_) return;
   std::fclose(file_);
   file_ = nullptr;
   if (files_.filesKept == 1) {
@@ -172,9 +175,9 @@ void EvpnInputRecorder::snapshot() {
 // with the reviews and retries that fell due meanwhile.
 void EvpnInputRecorder::flush() {
   if (file_) {
-    line_.clear();
+    stepStart_ = out_.size();
     timePassed();
-    if (!line_.empty()) write();
+    if (out_.size() > stepStart_) write();
   }
   flushFile();
 }
@@ -184,20 +187,30 @@ void EvpnInputRecorder::stop() {
   error_ = "EvpnInputRecorder: cannot write " + files_.path + ": " + std::strerror(errno);
   std::fclose(file_);
   file_ = nullptr;
+  out_.clear();
+  stepStart_ = 0;
+}
+
+// Hands the steps written so far to the file in one call.
+void EvpnInputRecorder::drain() {
+  if (file_ && std::fwrite(out_.data(), 1, out_.size(), file_) != out_.size()) return stop();
+  out_.clear();
+  stepStart_ = 0;
 }
 
 void EvpnInputRecorder::flushFile() {
+  drain();
   if (file_ && std::fflush(file_) != 0) stop();
 }
 
 // ---- Steps ----
 
 void EvpnInputRecorder::begin(char const* kind) {
-  line_.clear();
+  stepStart_ = out_.size();
   timePassed();
-  line_ += "  - ";
-  line_ += kind;
-  line_ += ": ";
+  out_ += "  - ";
+  out_ += kind;
+  out_ += ": ";
 }
 
 // The replay runs its scheduler at `advance` steps, and at `settle` steps where the agent's
@@ -210,36 +223,45 @@ void EvpnInputRecorder::timePassed() {
     // The replay's clock adds what is written to where it stands, as this does.
     double const seconds = now - replayedTime_;
     replayedTime_ += seconds;
-    line_ += "  - advance: ";
-    Qor::printValue(line_, seconds);
-    line_ += "\n";
+    out_ += "  - advance: ";
+    Qor::printValue(out_, seconds);
+    out_ += "\n";
   } else if (taskRuns != taskRuns_) {
-    line_ += "  - settle:\n";
+    out_ += "  - settle:\n";
   }
   taskRuns_ = taskRuns;
 }
 
 void EvpnInputRecorder::end() {
-  line_ += "\n";
+  out_ += "\n";
   write();
 }
 
+// Steps collect in `out_` and go to the file a buffer at a time: one call to the file per
+// writeBufferBytes, not one per step.
 void EvpnInputRecorder::write() {
-  if (!file_) return;
-  if (std::fwrite(line_.data(), 1, line_.size(), file_) != line_.size()) return stop();
-  bytes_ += line_.size();
+  if (!file_) {
+    out_.clear();
+    return;
+  }
+  std::string_view const step(out_.data() + stepStart_, out_.size() - stepStart_);
+  bytes_ += step.size();
   ++steps_;
   // A step after time moved is pushed out with what came before it.
-  if (line_.starts_with("  - advance") || line_.starts_with("  - settle")) flushFile();
+  if (step.starts_with("  - advance") || step.starts_with("  - settle")) {
+    flushFile();
+  } else if (out_.size() >= writeBufferBytes) {
+    drain();
+  }
   if (file_ && bytes_ >= rotateAt_) rotate();
 }
 
 template <class T>
 void EvpnInputRecorder::put(T const& value) {
-  Qor::printValue(line_, value);
+  Qor::printValue(out_, value);
 }
 
-void EvpnInputRecorder::put(char const* text) { line_ += text; }
+void EvpnInputRecorder::put(char const* text) { out_ += text; }
 
 void EvpnInputRecorder::putTunnel(Tunnel::TunnelTable::TunnelId tunnelId) { put(tunnelId); }
 
@@ -605,7 +627,7 @@ void EvpnInputRecorder::hardwareSettingIs(char const* setting, Qor::String value
   put("{ ");
   put(setting);
   put(": ");
-  line_ += value;
+  out_ += value;
   put(" }");
   end();
 }
@@ -616,9 +638,9 @@ void EvpnInputRecorder::hardware() {
   put("{ ");
   for (size_t i = 0; i < settings_.size(); ++i) {
     if (i) put(", ");
-    line_ += settings_[i].first;
+    out_ += settings_[i].first;
     put(": ");
-    line_ += settings_[i].second;
+    out_ += settings_[i].second;
   }
   put(" }");
   end();

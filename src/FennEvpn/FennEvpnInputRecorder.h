@@ -110,6 +110,7 @@ class FENN_EVPN_EXPORT EvpnInputRecorder : public Qor::PtrInterface {
  private:
   void open();
   void flushFile();
+  void drain();
   void stop();
   void watchChildren();
   void rotate();
@@ -168,6 +169,8 @@ class FENN_EVPN_EXPORT EvpnInputRecorder : public Qor::PtrInterface {
   void onVlanConfig(Bridging::VlanId const& vlan, Qor::AttributeId id, void const* key);
   void onVlanStatus(Bridging::VlanId const& vlan, Qor::AttributeId id, void const* key);
 
+  static constexpr size_t writeBufferBytes = size_t(256) << 10;
+
   RecordedInputs inputs_;
   Qor::Ptr<Keel::TaskScheduler const> scheduler_;
   Qor::Ptr<Keel::Clock const> clock_;
@@ -177,7 +180,8 @@ class FENN_EVPN_EXPORT EvpnInputRecorder : public Qor::PtrInterface {
   uint64_t rotateAt_ = 0;    // bytes at which the current file rotates
   double replayedTime_ = 0;  // where the replay's clock stands after the steps so far
   uint64_t taskRuns_ = 0;    // the scheduler's task runs at the last step
-  Qor::String line_;         // the step being written, reused
+  Qor::String out_;          // steps not yet handed to the file, the current one last
+  size_t stepStart_ = 0;     // where the current step begins in out_
   std::vector<std::pair<Qor::String, Qor::String>> settings_;  // the hardware, in text form
   Qor::String error_;
   uint64_t steps_ = 0;
