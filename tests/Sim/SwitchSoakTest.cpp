@@ -5,7 +5,8 @@
 //
 // The default run is short: FENN_SOAK_SEEDS seeds (100) of FENN_SOAK_EVENTS events (150)
 // per fault level, from FENN_SOAK_FIRST_SEED (1); scripts/soak makes it a long run. A
-// failure prints the command that replays its fault level and seed.
+// failure prints a fenn-sim scenario that replays the failing seed (docs/reliability.md),
+// and the command that runs the soak on that seed alone.
 #include <gtest/gtest.h>
 
 #include <iostream>
@@ -32,6 +33,19 @@ void soak(uint64_t seed, double level, uint64_t events, Totals& totals) {
   for (auto const& difference : run.differences()) ADD_FAILURE() << difference;
 }
 
+// Runs a seed again with the recorder on; returns the fenn-sim scenario it wrote, which
+// replays the run and ends by expecting what a fresh switch holds.
+std::string recordedScenario(uint64_t seed, double level, uint64_t events) {
+  std::string const path = ::testing::TempDir() + "soak-seed" + std::to_string(seed) + "-level" +
+                           std::to_string(int(level * 100)) + ".yaml";
+  SimTest::SoakRun run(seed, level, events);
+  run.record(path);
+  for (uint64_t i = 0; i < events; ++i) run.change();
+  run.recover();
+  run.differences();
+  return path;
+}
+
 class SwitchSoak : public ::testing::TestWithParam<double> {
  protected:
   void SetUp() override {
@@ -49,7 +63,9 @@ TEST_P(SwitchSoak, EveryModelEndsAsAFreshSwitchOnTheFinalInputs) {
   for (uint64_t seed = first; seed < first + seeds; ++seed) {
     soak(seed, GetParam(), events, totals);
     if (HasFailure()) {
-      std::cerr << "replay: FENN_SOAK_FIRST_SEED=" << seed << " FENN_SOAK_SEEDS=1 FENN_SOAK_EVENTS=" << events
+      std::cerr << "scenario: build/release/tools/fenn-sim/fenn-sim "
+                << recordedScenario(seed, GetParam(), events) << "\nreplay: FENN_SOAK_FIRST_SEED=" << seed
+                << " FENN_SOAK_SEEDS=1 FENN_SOAK_EVENTS=" << events
                 << " build/release/tests/test_Sim --gtest_filter='"
                 << ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name() << "."
                 << ::testing::UnitTest::GetInstance()->current_test_info()->name() << "'\n";
