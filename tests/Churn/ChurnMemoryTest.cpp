@@ -182,6 +182,10 @@ TEST(ChurnMemory, EveryMachineEmptiesAndTheHeapReturnsToItsBaseline) {
           << "a hardware model is not empty";
       if (cycle == 0) baseline = TestHeap::liveBytes();
       EXPECT_EQ(TestHeap::liveBytes(), baseline) << "live heap grew over the first cycle's";
+      // Progress, for the long run.
+      std::cerr << "churn: cycle " << cycle + 1 << " of " << cycles << ": live heap "
+                << TestHeap::liveBytes() - start << " bytes, peak " << TestHeap::peakBytes() - start
+                << std::endl;
       if (::testing::Test::HasFailure()) return;
     }
     std::cerr << "churn: " << cycles << " cycles of " << entries << " entries per machine; live heap "
