@@ -51,12 +51,6 @@ FennEvpnSegmentSm const* FennEvpnTepSegmentSm::segmentSm(Ostra::IntfId const& in
   return it == segmentSm_.end() ? nullptr : it->second.get();
 }
 
-uint64_t FennEvpnTepSegmentSm::unusableInputCount() const {
-  uint64_t count = goneSegmentsUnusableInputCount_;
-  for (auto const& [intfId, segment] : segmentSm_) count += segment->unusableInputCount();
-  return count;
-}
-
 void FennEvpnTepSegmentSm::handleInitialized() {
   QTRACE(8, "FennEvpnTepSegmentSm::", "handleInitialized");
   for (auto const& intfId : evpnStatus_->ethernetSegmentStatus().keys()) handleEthernetSegmentStatus(intfId);
@@ -68,7 +62,6 @@ void FennEvpnTepSegmentSm::handleEthernetSegmentStatus(Ostra::IntfId const& intf
   Evpn::EthernetSegmentStatus const* status = evpnStatus_->ethernetSegmentStatus(intfId);
   if (!status) {
     if (auto const it = segmentSm_.find(intfId); it != segmentSm_.end()) {
-      goneSegmentsUnusableInputCount_ += it->second->unusableInputCount();
       segmentSm_.erase(it);
       QTRACE(5, "FennEvpnTepSegmentSm::", "handleEthernetSegmentStatus", " intfId ", intfId, " segment gone");
     }
@@ -78,6 +71,9 @@ void FennEvpnTepSegmentSm::handleEthernetSegmentStatus(Ostra::IntfId const& intf
   QTRACE(5, "FennEvpnTepSegmentSm::", "handleEthernetSegmentStatus", " intfId ", intfId, " new segment");
   Qor::Ptr<FennEvpnSegmentSm> segment = fennEvpnSegmentSmFactory(
       Qor::Ptr<Evpn::EthernetSegmentStatus const>(status), tunnelEndpointStatus_, evpnTepSegmentDir_);
+  // Its skips are counted, and their log limited, here: the inputs the segments skip, those
+  // of segments gone included, are this machine's.
+  segment->unusableInputOwnerIs(this);
   segment->initializedIs(true);
   segmentSm_.try_emplace(intfId, std::move(segment));
 }

@@ -16,12 +16,13 @@
 #include "FennEvpn/FennEvpnSegmentSm.h"
 #include "FennEvpn/FennEvpnSmSummary.h"
 #include "FennEvpn/FennEvpnTepSegment.h"
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "Qor/StateMachine.h"
 #include "Tunnel/TunnelEndpointStatus.h"
 
 namespace Fenn {
 
-class FennEvpnTepSegmentSm : public Qor::StateMachine {
+class FennEvpnTepSegmentSm : public Qor::StateMachine, public UnusableInputCounter {
  public:
   FennEvpnTepSegmentSm(Qor::Ptr<Evpn::EvpnStatus const> evpnStatus,
                        Qor::Ptr<Tunnel::TunnelTable::TunnelEndpointStatus const> tunnelEndpointStatus,
@@ -33,8 +34,6 @@ class FennEvpnTepSegmentSm : public Qor::StateMachine {
   EvpnTepSegmentDir const* evpnTepSegmentDir() const noexcept { return evpnTepSegmentDir_.get(); }
   // The segment machine of a segment interface, or nullptr.
   FennEvpnSegmentSm const* segmentSm(Ostra::IntfId const& intfId) const;
-  // The inputs its segment machines skipped as unusable, those of segments gone included.
-  uint64_t unusableInputCount() const;
   // Operator summary: one entry per remote TEP of a segment, published when its tunnel's
   // endpoint is known (nothing to program: no helper, no pool).
   FENN_EVPN_EXPORT SmSummary summary() const;
@@ -53,7 +52,6 @@ class FennEvpnTepSegmentSm : public Qor::StateMachine {
   Qor::Ptr<Tunnel::TunnelTable::TunnelEndpointStatus const> tunnelEndpointStatus_;
   Qor::Ptr<EvpnTepSegmentDir> evpnTepSegmentDir_;
   Qor::HashMap<Ostra::IntfId, Qor::Ptr<FennEvpnSegmentSm>> segmentSm_;
-  uint64_t goneSegmentsUnusableInputCount_ = 0;
   std::unique_ptr<QorEvpnStatus> qorEvpnStatus_;
   std::unique_ptr<QorTunnelEndpointStatus> qorTunnelEndpointStatus_;
 };

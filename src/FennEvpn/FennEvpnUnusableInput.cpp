@@ -20,7 +20,10 @@ bool powerOfTwo(uint64_t n) { return (n & (n - 1)) == 0; }
 }  // namespace
 
 Qor::String UnusableInputCounter::skipped(std::exception const& error, bool arriving) {
-  if (arriving && powerOfTwo(++unusableInputCount_)) Qor::log(EVPN_MPLS_INPUT_IGNORED);
+  if (arriving) {
+    uint64_t const count = ++unusableInputCount_;
+    if (powerOfTwo(owner_ ? ++owner_->unusableInputCount_ : count)) Qor::log(EVPN_MPLS_INPUT_IGNORED);
+  }
   return error.what();
 }
 

@@ -39,8 +39,15 @@ auto usableValue(Fn&& convert) -> std::optional<decltype(convert())> {
 // derives from it next to Qor::StateMachine; the count is read-only from outside.
 class UnusableInputCounter {
  public:
-  // The inputs this state machine skipped since it was created.
+  // The inputs this state machine skipped since it was created (for an owner, with those of
+  // the machines that count into it).
   uint64_t unusableInputCount() const noexcept { return unusableInputCount_; }
+  // A state machine that another one creates and releases as its inputs come and go (a
+  // segment machine of the TEP-segment machine) counts into its owner too, and the owner's
+  // count decides which skips reach the system log: otherwise each new machine would log
+  // its first skip, and a segment that keeps coming back with the same bad peer would log
+  // every time. The owner outlives it.
+  void unusableInputOwnerIs(UnusableInputCounter* owner) noexcept { owner_ = owner; }
 
  protected:
   UnusableInputCounter() = default;
@@ -50,8 +57,8 @@ class UnusableInputCounter {
   // value, returns the error's text for the caller's level-1 trace line, and the caller
   // skips the input. An input that is arriving is counted and logged as
   // EVPN_MPLS_INPUT_IGNORED in the system log (the 1st, 2nd, 4th, 8th... of this state
-  // machine, so that a platform that keeps writing bad keys cannot flood the log); one that
-  // is leaving was counted when it arrived.
+  // machine, or of its owner, so that a platform that keeps writing bad keys cannot flood
+  // the log); one that is leaving was counted when it arrived.
   template <class Fn>
   std::optional<Qor::String> skipUnusableInput(Fn&& use, bool arriving = true) {
     try {
@@ -68,6 +75,7 @@ class UnusableInputCounter {
   Qor::String skipped(std::exception const& error, bool arriving);
 
   uint64_t unusableInputCount_ = 0;
+  UnusableInputCounter* owner_ = nullptr;
 };
 
 }  // namespace Fenn

@@ -13,6 +13,7 @@
 #include <set>
 
 #include "FennEvpn/FennEvpnTepSegmentSm.h"
+#include "Qor/SysLog.h"
 
 namespace TepSegmentTest {
 namespace {
@@ -64,6 +65,23 @@ TEST_F(TepSegmentTest, TwoTunnelInterfacesToOnePeKeepTheSegmentUntilBothGo) {
   EXPECT_EQ(index(), (Index{{addr(1), {segment(10)}}}));
   es(10)->remoteTepDel(srTep(2));
   EXPECT_TRUE(dir->evpnTepSegment().empty());
+}
+
+// A segment that keeps coming back with a peer that is not a tunnel interface: each return
+// skips the peer again, and the system log hears of the 1st, 2nd, 4th and 8th skip of the
+// machine, not of each new segment machine's first.
+TEST_F(TepSegmentTest, SkippedPeersOfSegmentsThatComeAndGoAreLoggedAsTheMachines) {
+  Qor::sysLogRecordsDelAll();
+  start();
+  for (int i = 0; i < 9; ++i) {
+    es(10)->remoteTepIs(Ostra::IntfId::ethernet(5));
+    evpnStatus->ethernetSegmentStatusDel(segment(10));
+  }
+  size_t logged = 0;
+  for (auto const* m : Qor::sysLogRecords()) logged += m->name() == "EVPN_MPLS_INPUT_IGNORED";
+  EXPECT_EQ(sm->unusableInputCount(), 9u);
+  EXPECT_EQ(logged, 4u);
+  Qor::sysLogRecordsDelAll();
 }
 
 TEST_F(TepSegmentTest, EndpointsArriveMoveAndLeave) {
