@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <iostream>
 #include <optional>
 #include <random>
 #include <set>
@@ -159,9 +160,14 @@ inline uint64_t envNumber(char const* name, uint64_t fallback) {
   return s ? std::strtoull(s, nullptr, 10) : fallback;
 }
 
+// The seed of a randomized test: FENN_TEST_SEED when set, else a random one. It goes to
+// stderr at once, so that ctest's output of a failed test names it even when the test
+// aborts before any assertion could report it.
 inline uint64_t testSeed() {
   char const* s = std::getenv("FENN_TEST_SEED");
-  return s ? std::strtoull(s, nullptr, 10) : std::random_device()();
+  uint64_t const seed = s ? std::strtoull(s, nullptr, 10) : std::random_device()();
+  std::cerr << "FENN_TEST_SEED=" << seed << std::endl;
+  return seed;
 }
 
 }  // namespace SimTest
