@@ -18,7 +18,7 @@ uint32_t codeOf(Mpls::LfibHwProgrammingReturnCode rc) { return static_cast<uint3
 
 UnprogrammedReviewTexts const reviewTexts{
     "schedule immediate unprogrammed review", "unprogrammed review already scheduled",
-    "next unprogrammed review at ", "no unprogrammed routes, nothing to review"};
+    "next unprogrammed review at ", "no unprogrammed routes, nothing to review", "reviewUnprogrammed()"};
 
 }  // namespace
 
@@ -69,8 +69,11 @@ void EsiFilteringDecapSm::handleInitialized() {
   QOR_ASSERT_TEXT(lfibHwStatus_, "lfibHwStatus()");
   reviewRouteKeyBacklog_ = Qor::Ptr<Keel::Task>(new Keel::Task(
       scheduler_, reviewPriority, "reviewRouteKeyBacklog", [this] { doReviewRouteKeyBacklog(); }));
+  // Every review pass ends by asking for the next one, as the backlog drain does, so the
+  // trace shows the pass that left nothing listed.
   review_ = std::make_unique<Review>(*this, qorTraceHandle_, lfibHwStatus_->unprogrammedRoute(), scheduler_,
-                                     reviewPriority, Review::defaultTaskName, reviewTexts);
+                                     reviewPriority, Review::defaultTaskName, reviewTexts,
+                                     UnprogrammedReviewPassEnd::always);
   // Listings of a previous run describe maps that are no longer ours; the first pass lists
   // again what still fails.
   lfibHwStatus_->unprogrammedRouteDelAll();

@@ -13,7 +13,8 @@
 //   unit of work per key. When the task should yield and keys remain, it reschedules itself
 //   after the retry interval and the next run resumes where this one stopped. A pass that
 //   ends with keys still unprogrammed asks for another review after the interval, so no
-//   key is left waiting without one.
+//   key is left waiting without one; with UnprogrammedReviewPassEnd::always, every pass
+//   ends by asking, and an empty collection traces that there is nothing to review.
 //
 // Trace lines go to the owner's trace source under its class prefix, with the function
 // names "maybeScheduleUnprogrammedReview" and "doReviewUnprogrammed".
@@ -41,6 +42,17 @@ struct UnprogrammedReviewTexts {
   char const* alreadyScheduled = "already scheduled";
   char const* nextReviewAt = "next unprogrammed review at ";
   char const* nothingToReview = "nothing unprogrammed, no review";
+  // What a run asserts about its own task.
+  char const* taskAssertion = "task";
+};
+
+// What the end of a pass asks for.
+enum class UnprogrammedReviewPassEnd {
+  // Another review while keys are left: the access-side flooding machines.
+  whileKeysLeft,
+  // Always through maybeSchedule(false), so the trace shows every pass ending, including
+  // the one that left nothing to review.
+  always,
 };
 
 template <class Owner, class Keys>
@@ -51,11 +63,13 @@ class UnprogrammedReview {
 
   UnprogrammedReview(Owner& owner, Qor::TraceHandle& trace, Keys const& keys,
                      Qor::Ptr<Keel::TaskScheduler> scheduler, Keel::Priority priority,
-                     Qor::String name = defaultTaskName, UnprogrammedReviewTexts texts = {})
+                     Qor::String name = defaultTaskName, UnprogrammedReviewTexts texts = {},
+                     UnprogrammedReviewPassEnd passEnd = UnprogrammedReviewPassEnd::whileKeysLeft)
       : owner_(owner),
         trace_(trace),
         keys_(keys),
         texts_(texts),
+        passEnd_(passEnd),
         task_(new Keel::TimerTask(std::move(scheduler), priority, std::move(name), [this] { run(); })) {}
   UnprogrammedReview(UnprogrammedReview const&) = delete;
   UnprogrammedReview& operator=(UnprogrammedReview const&) = delete;
@@ -91,7 +105,7 @@ class UnprogrammedReview {
     QTRACE_ON(trace_, 8, Owner::traceClass, "doReviewUnprogrammed", " keys ", keys_.size());
     QOR_ASSERT_TEXT(owner_.initialized(), "initialized()");
     Keel::TimerTask* task = task_.get();
-    QOR_ASSERT_TEXT(task, "task");
+    QOR_ASSERT_TEXT(task, texts_.taskAssertion);
     if (restartPass_ || next_ >= pass_.size()) {
       pass_ = keys_.keys();
       next_ = 0;
@@ -114,13 +128,14 @@ class UnprogrammedReview {
     }
     pass_.clear();
     next_ = 0;
-    if (!keys_.empty()) maybeSchedule(false);
+    if (passEnd_ == UnprogrammedReviewPassEnd::always || !keys_.empty()) maybeSchedule(false);
   }
 
   Owner& owner_;
   Qor::TraceHandle& trace_;
   Keys const& keys_;
   UnprogrammedReviewTexts const texts_;
+  UnprogrammedReviewPassEnd const passEnd_;
   Qor::Ptr<Keel::TimerTask> task_;
   std::vector<Key> pass_;
   size_t next_ = 0;

@@ -3,8 +3,10 @@
 // in slices, start and teardown, and the fatal paths. What must hold after any churn is the
 // randomized test's; these cases pin what it cannot see (calls, timing, codes).
 #include <cstdlib>
+#include <string>
 
 #include "EsiFilteringDecapHarness.h"
+#include "FloodSet/FloodSetTestUtil.h"
 #include "Qor/Strep.h"
 
 namespace EsiFilteringDecapTest {
@@ -73,11 +75,18 @@ TEST_F(RetryTest, TransientFailureIsRetriedAfterTheIntervalUntilItSucceeds) {
   EXPECT_EQ(sm->reviewUnprogrammed()->dueTime(), 10.0);
 
   helper->createEsiPortMapRcIs(Mpls::lfibHwProgrammed);
+  FloodSetTest::TraceCapture capture("FennEvpnEsiFilteringDecapSm/5");
   scheduler->advanceBy(5.0);
+  std::string const trace = capture.take();
   EXPECT_TRUE(programmed(900));
   EXPECT_TRUE(programmed(901));
   EXPECT_TRUE(hwStatus->unprogrammedRoute().empty());
   EXPECT_FALSE(sm->reviewUnprogrammed()->taskScheduled()) << "nothing left to review";
+  EXPECT_NE(trace.find("EsiFilteringDecapSm::maybeScheduleUnprogrammedReview no unprogrammed routes, "
+                       "nothing to review"),
+            std::string::npos)
+      << "the pass that emptied the list says so\n"
+      << trace;
 }
 
 TEST_F(RetryTest, CodesAboveThreeAreNeitherRecordedNorRetried) {
