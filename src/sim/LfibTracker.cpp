@@ -17,8 +17,11 @@ void unindex(Index& index, K const& key, V const& value) {
 LfibTracker::LfibTracker(Qor::Ptr<Mpls::LfibStatus> lfibStatus, Qor::Ptr<Mpls::LfibTrackingStatus> tracking)
     : lfibStatus_(std::move(lfibStatus)), tracking_(std::move(tracking)) {}
 
+// Writing what an entry already holds changes nothing, so it touches no route: the backlog
+// follows the LFIB's changes alone, which is all a recording of the LFIB carries.
 void LfibTracker::routeIs(Mpls::RouteKey const& routeKey, Mpls::LfibViaSetKey const& viaSetKey) {
   if (lfibStatus_->routeHas(routeKey)) {
+    if (lfibStatus_->route(routeKey).viaSetKey() == viaSetKey) return;
     unindex(viaSetRoutes_, lfibStatus_->route(routeKey).viaSetKey(), routeKey);
   }
   viaSetRoutes_[viaSetKey].insert(routeKey);
@@ -35,6 +38,7 @@ void LfibTracker::routeDel(Mpls::RouteKey const& routeKey) {
 
 void LfibTracker::viaSetIs(Mpls::LfibViaSetKey const& viaSetKey, Mpls::LfibViaKey const& viaKey) {
   if (lfibStatus_->viaSetHas(viaSetKey)) {
+    if (lfibStatus_->viaSet(viaSetKey).viaKey() == viaKey) return;
     unindex(viaViaSets_, lfibStatus_->viaSet(viaSetKey).viaKey(), viaSetKey);
   }
   viaViaSets_[viaKey].insert(viaSetKey);
@@ -50,6 +54,10 @@ void LfibTracker::viaSetDel(Mpls::LfibViaSetKey const& viaSetKey) {
 }
 
 void LfibTracker::filterViaIs(Mpls::LfibViaKey const& viaKey, Ostra::IntfId intfId) {
+  if (lfibStatus_->evpnEthernetSegmentFilterViaHas(viaKey) &&
+      lfibStatus_->evpnEthernetSegmentFilterVia(viaKey).intfId() == intfId) {
+    return;
+  }
   lfibStatus_->evpnEthernetSegmentFilterViaIs(viaKey, Mpls::LfibEvpnEthernetSegmentFilterVia(intfId));
   if (auto it = viaViaSets_.find(viaKey); it != viaViaSets_.end()) {
     for (auto const& viaSetKey : it->second) touchViaSet(viaSetKey);

@@ -200,6 +200,21 @@ TEST_F(BacklogTest, DrainsInSlicesOfTheWorkQuota) {
   EXPECT_EQ(sm->routeEsiFilterVia().size(), 25u);
 }
 
+// A recording of the LFIB holds its changes only: a write that changes nothing queues no
+// route, or the recorded switch would look at routes again that its replay does not.
+TEST_F(BacklogTest, AWriteThatChangesNothingQueuesNoRoute) {
+  lfib.filterViaIs(filterVia(1), intf(1));
+  lfib.viaSetIs(Mpls::LfibViaSetKey(1), filterVia(1));
+  lfib.routeIs(route(900), Mpls::LfibViaSetKey(1));
+  tracking->routeKeyBacklogDelAll();
+  lfib.filterViaIs(filterVia(1), intf(1));
+  lfib.viaSetIs(Mpls::LfibViaSetKey(1), filterVia(1));
+  lfib.routeIs(route(900), Mpls::LfibViaSetKey(1));
+  EXPECT_TRUE(tracking->routeKeyBacklog().empty());
+  lfib.filterViaIs(filterVia(1), intf(2));
+  EXPECT_TRUE(tracking->routeKeyBacklogHas(route(900)));
+}
+
 TEST_F(BacklogTest, UnprogrammedReviewYieldsToo) {
   scheduler->workQuotaIs(10);
   start();
