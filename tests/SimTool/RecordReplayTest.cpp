@@ -10,6 +10,7 @@
 
 #include "Access/AccessDriver.h"
 #include "FennEvpn/FennEvpnExplain.h"
+#include "FennEvpn/FennEvpnHwTunnelIdSm.h"
 #include "Qor/SysLog.h"
 #include "Runner.h"
 #include "Sim/SwitchInputs.h"
@@ -167,19 +168,27 @@ class RecordReplayTest : public ::testing::Test {
 
   struct Replayed {
     Sim::HardwareState state;
+    Sim::HardwareState withoutZombies;
     std::vector<Fenn::Explanation> answers;
   };
 
   // An answer without its values: the key's state and, per step, the machine, condition and
   // status. What a rotated file's replay must agree on: the values carry the numbers the
   // hardware chose and the times of failures, which follow the order the entries came in.
+  // A tunnel nothing uses may still hold the ID it had when it was last used (a zombie, kept
+  // until its pool runs dry): that is history a snapshot does not carry, so there the hardware
+  // tunnel ID step is left without its status.
   static std::vector<Qor::String> outlines(std::vector<Fenn::Explanation> const& answers) {
     std::vector<Qor::String> out;
     for (Fenn::Explanation const& a : answers) {
       Qor::String line = a.key() + ": " + Qor::String(Fenn::Explanation::stateName(a.state()));
+      bool unused = false;
       for (Fenn::ExplainStep const& step : a.steps()) {
-        line += "; " + step.machine + " " + step.condition + " " +
-                Qor::String(Fenn::Explanation::stateName(step.status));
+        if (step.condition.ends_with(" needed by")) unused = step.status == Fenn::ExplainStatus::missingInput;
+        Qor::String const status = unused && step.condition == "hardware tunnel ID"
+                                       ? Qor::String("(history)")
+                                       : Qor::String(Fenn::Explanation::stateName(step.status));
+        line += "; " + step.machine + " " + step.condition + " " + status;
       }
       out.push_back(line);
     }
@@ -193,7 +202,18 @@ class RecordReplayTest : public ::testing::Test {
     SimTool::Runner runner(scenario, out);
     EXPECT_EQ(runner.run(), 0u) << out.str();
     if (thenSeconds > 0) runner.simSwitch().advance(thenSeconds);
-    return {runner.simSwitch().state(), explainAnswers(runner.simSwitch())};
+    return {runner.simSwitch().state(), withoutZombies(runner.simSwitch()),
+            explainAnswers(runner.simSwitch())};
+  }
+  // The hardware state without the tunnels that hold an ID nobody needs any more.
+  static Sim::HardwareState withoutZombies(Sim::Switch const& sw) {
+    Sim::HardwareState s = sw.state();
+    Fenn::EvpnHwTunnelIdSm const* machine = sw.machines().hwTunnelId;
+    std::erase_if(s.tunnels, [machine](Sim::HardwareState::TunnelRow const& row) {
+      Fenn::TunnelIdSet const* zombies = machine->zombieTunnelId(row.hwTunnelId.type());
+      return zombies && zombies->tunnelIdHas(row.tunnelId);
+    });
+    return s;
   }
 };
 
@@ -255,12 +275,14 @@ TEST_F(RecordReplayTest, EachRotatedFileReplaysOnItsOwn) {
   EXPECT_TRUE(std::filesystem::exists(path("run.yaml.2")));
   EXPECT_FALSE(std::filesystem::exists(path("run.yaml.3")));
   for (char const* older : {"run.yaml.1", "run.yaml.2"}) EXPECT_NO_THROW(SimTool::loadScenario(path(older)));
-  Sim::HardwareState const expected = sw.state();
+  // A tunnel no longer used keeps its ID until its pool runs dry; the snapshot holds only
+  // what is used.
+  Sim::HardwareState const expected = withoutZombies(sw);
   // A snapshot holds the inputs, not the time that passed since they last changed: when
   // the run's last step (the minute above) is the one that fills a file, the newest file
   // is its successor's snapshot alone, and its replay must let the answers come.
   Replayed const replayed = replay(path("run.yaml"), 60);
-  Sim::HardwareState const& actual = replayed.state;
+  Sim::HardwareState const& actual = replayed.withoutZombies;
   EXPECT_EQ(SimTest::entries(actual), SimTest::entries(expected));
   EXPECT_EQ(actual.tepSegments, expected.tepSegments);
   EXPECT_EQ(actual.vlans, expected.vlans);
