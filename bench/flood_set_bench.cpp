@@ -38,11 +38,13 @@ namespace {
 
 size_t liveBytes = 0;
 size_t peakBytes = 0;
+size_t allocations = 0;
 
 void* allocate(size_t size) {
   void* p = std::malloc(size ? size : 1);
   if (!p) throw std::bad_alloc();
   liveBytes += malloc_usable_size(p);
+  ++allocations;
   if (liveBytes > peakBytes) peakBytes = liveBytes;
   return p;
 }
@@ -227,6 +229,7 @@ void timeDestinations(benchmark::State& state) {
   uint64_t const tunnels = static_cast<uint64_t>(state.range(1));
   int64_t destinations = 0;
   double bytesPerDestination = 0;
+  double allocationsPerDestination = 0;
   for (auto _ : state) {
     state.PauseTiming();
     {
@@ -234,6 +237,7 @@ void timeDestinations(benchmark::State& state) {
       destinations = run.population.destinations();
       if (removal) run.population.fill();
       peakBytes = liveBytes;
+      size_t const allocationsBefore = allocations;
       state.ResumeTiming();
       if (removal) {
         run.population.empty();
@@ -241,6 +245,7 @@ void timeDestinations(benchmark::State& state) {
         run.population.fill();
       }
       state.PauseTiming();
+      allocationsPerDestination = double(allocations - allocationsBefore) / double(destinations);
       // Released FEC indexes are held back for a while before they go back to the pool.
       if (removal) run.harness.advance(Fenn::EvpnFloodSetFecSm::fecIndexHoldBack + 1);
       bytesPerDestination = run.perDestination(removal ? liveBytes : peakBytes);
@@ -253,6 +258,7 @@ void timeDestinations(benchmark::State& state) {
   state.counters["destinations/s"] =
       benchmark::Counter(double(destinations) * double(state.iterations()), benchmark::Counter::kIsRate);
   state.counters[removal ? "leftBytes/destination" : "peakBytes/destination"] = bytesPerDestination;
+  state.counters["allocations/destination"] = allocationsPerDestination;
 }
 
 void BM_SwitchAddDestinations(benchmark::State& state) { timeDestinations<SwitchHarness, false>(state); }

@@ -195,22 +195,14 @@ bool EvpnFloodSetFecSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr
   return floodSet && floodSet->destSetHas(dest);
 }
 
-bool EvpnFloodSetFecSm::isMplsDestConfigProgrammed(Bridging::MacVlanPair const& pair,
-                                                   MplsDestConfig const& config) const {
-  VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
-  if (!status) return false;
-  HwProgrammingStatus const* programming = status->mplsDestStatus().find(config);
-  return programming && *programming == programmed;
-}
-
 // Whether some configuration of the pair that is programmed still goes through `via`.
-bool EvpnFloodSetFecSm::isViaProgrammedInPair(Bridging::MacVlanPair const& pair,
+bool EvpnFloodSetFecSm::isViaProgrammedInPair(VlanFloodSetStatus const* status,
                                               MplsFloodSetVia const& via) const {
-  VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
   if (!status) return false;
+  Bridging::VlanId const vlanId = status->macVlanPair().vlanId();
   for (auto const& [config, programming] : status->mplsDestStatus()) {
     if (programming == programmed && config.tunnelId() == via.tunnelId() && config.label() == via.label() &&
-        floodSetVia(config.tunnelId(), config.label(), pair.vlanId()) == via) {
+        floodSetVia(config.tunnelId(), config.label(), vlanId) == via) {
       return true;
     }
   }
@@ -265,10 +257,10 @@ void EvpnFloodSetFecSm::createOrUpdateFecRequest(MplsFloodSetVia const& via) {
   // it would be rewritten to (and its caches are in place): every further destination of
   // a via costs two lookups instead of a FEC built and compared.
   if (!mplsFloodSetFecRequest_->rowHas(fecId)) {
-    Fec const fec = buildFec(fecId, via);
+    Fec fec = buildFec(fecId, via);
     updateCachesForFecId(fecId, via, true);
     updateTunnelInfoCache(via, true);
-    mplsFloodSetFecRequest_->rowIs(fec);
+    mplsFloodSetFecRequest_->rowIs(std::move(fec));
     ++counters_.helperCalls;
   }
   // The request does not depend on the hardware tunnel ID: it is looked up for the trace
@@ -413,21 +405,23 @@ void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
   QTRACE(8, "EvpnFloodSetFecSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(), " mac: ", pair.macAddr(),
          " tunnelId: ", config.tunnelId(), " label: ", config.label());
   MplsFloodSetVia via;
-  // The hardware's word on a configuration no via can be formed for is skipped.
+  // The hardware's word on a configuration no via can be formed for is skipped. The status
+  // is read once: nothing below writes it before the last use of `programming`.
   VlanFloodSetStatus const* status = vlanFloodSetHwStatus_->status(pair);
+  HwProgrammingStatus const* programming = status ? status->mplsDestStatus().find(config) : nullptr;
   if (auto const error =
           skipUnusableInput([&] { via = floodSetVia(config.tunnelId(), config.label(), pair.vlanId()); },
-                            status && status->mplsDestStatusHas(config))) {
+                            programming != nullptr)) {
     QTRACE(1, "EvpnFloodSetFecSm::", "handleMplsDestStatus", " skipped vlan: ", pair.vlanId(),
            " mac: ", pair.macAddr(), " config: ", config, " ", *error);
     return;
   }
-  if (isMplsDestConfigProgrammed(pair, config)) {
+  if (programming && *programming == programmed) {
     floodSetStatusCacheIs(via)->statusIs(pair);
     return;
   }
   // Another destination of the same flood set may share the via and still be programmed.
-  if (isViaProgrammedInPair(pair, via)) return;
+  if (isViaProgrammedInPair(status, via)) return;
   if (MplsFloodSetViaToFloodSetStatus* entry = floodSetStatusCache(via)) {
     entry->statusDel(pair);
     if (entry->status().empty()) floodSetStatusCacheDel(via);

@@ -128,8 +128,7 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   void handleHwTunnelIdMapping(TunnelId tunnelId);
   void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config);
   bool isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest) const;
-  bool isMplsDestConfigProgrammed(Bridging::MacVlanPair const& pair, MplsDestConfig const& config) const;
-  bool isViaProgrammedInPair(Bridging::MacVlanPair const& pair, MplsFloodSetVia const& via) const;
+  bool isViaProgrammedInPair(VlanFloodSetStatus const* status, MplsFloodSetVia const& via) const;
 
   Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;
   Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping_;

@@ -13,9 +13,11 @@
 // shared-memory segment would.
 #pragma once
 
+#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "Qor/Attribute.h"
@@ -138,14 +140,21 @@ class Table : public Qor::Entity {
     if (mode_ != Mode::writer) throw ReadOnlyError("write to read-only Vasp table");
     rowCommit(r);
   }
+  // The same, taking over the row's memory (a FEC's vias) instead of copying it.
+  void rowIs(Row&& r) {
+    if (mode_ != Mode::writer) throw ReadOnlyError("write to read-only Vasp table");
+    rowCommit(std::move(r));
+  }
   // The write step that puts one row into the shared storage.
-  void rowCommit(Row const& r) {
-    auto [it, inserted] = storage_->rows.try_emplace(r.key(), r);
+  template <class R>
+  void rowCommit(R&& r) {
+    K const key = r.key();
+    auto [it, inserted] = storage_->rows.try_emplace(key, std::forward<R>(r));
     if (!inserted) {
       if (it->second == r) return;
-      it->second = r;
+      it->second = std::forward<R>(r);
     }
-    broadcastKey(r.key());
+    broadcastKey(key);
   }
   // Removes the row and returns it (the empty row when there was none).
   Row rowDel(K const& k) {
@@ -181,20 +190,36 @@ class Table : public Qor::Entity {
   }
 
  private:
-  std::vector<Table*> handlesSnapshot() const { return storage_->handles; }
+  // Calls f(handle) for every handle open when the call starts: a handler may open or
+  // close handles. A table has a few handles (its writer and a reader or two), so the
+  // snapshot lives on the stack: a row written costs no allocation for it.
+  template <class F>
+  void forEachHandle(F const& f) const {
+    std::vector<Table*> const& handles = storage_->handles;
+    constexpr size_t inlineHandles = 8;
+    if (handles.size() > inlineHandles) {
+      std::vector<Table*> const snapshot = handles;
+      for (Table* h : snapshot) f(h);
+      return;
+    }
+    Table* snapshot[inlineHandles];
+    size_t const n = handles.size();
+    std::copy(handles.begin(), handles.end(), snapshot);
+    for (size_t i = 0; i < n; ++i) f(snapshot[i]);
+  }
   void broadcastKey(K const& k) {
     if (endOfBurst_ && !endOfBurst_->taskScheduled()) {
       endOfBurst_->scheduleTask();
       broadcastQuiesced(false);
     }
     K const copy = k;
-    for (auto* h : handlesSnapshot()) h->notify(rowAttr, copy);
+    forEachHandle([&](Table* h) { h->notify(rowAttr, copy); });
   }
   void broadcastQuiesced(bool quiesced) {
-    for (auto* h : handlesSnapshot()) h->notify(quiescedAttr, quiesced);
+    forEachHandle([&](Table* h) { h->notify(quiescedAttr, quiesced); });
   }
   void broadcastMountState() {
-    for (auto* h : handlesSnapshot()) h->notify(mountStateAttr);
+    forEachHandle([](Table* h) { h->notify(mountStateAttr); });
   }
 
   Mode mode_;
