@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
 #include "Bridging/VlanId.h"
 #include "Bridging/VlanIdOrNone.h"
@@ -25,30 +26,40 @@
 namespace Fenn {
 
 // One destination of the flood set of (vlanId, macAddr).
+//
+// The key of the largest indexes (every flood-set destination, in several of them), so
+// the VLAN and the MAC share one word, as they do in the hash: the MAC takes 48 bits and
+// the VLAN the 16 above them. That keeps the record at 48 bytes instead of 56 (the VLAN
+// on its own would take a padded word). The word orders as (VLAN, MAC) does, so the
+// order of records is that of their fields.
 class FENN_EVPN_EXPORT VlanMacDest : public Qor::RecordValue<VlanMacDest> {
  public:
   static constexpr std::string_view typeName = "Fenn::VlanMacDest";
 
   VlanMacDest() = default;
   VlanMacDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest)
-      : vlanId_(vlanId), macAddr_(macAddr), dest_(dest) {}
+      : vlanMac_(pack(vlanId, macAddr)), dest_(dest) {}
   explicit VlanMacDest(Qor::Parser& p) { parseFields(p); }
 
-  Bridging::VlanId vlanId() const noexcept { return vlanId_; }
-  Ostra::EthAddr macAddr() const noexcept { return macAddr_; }
+  Bridging::VlanId vlanId() const noexcept { return Bridging::VlanId(uint16_t(vlanMac_ >> macBits)); }
+  Ostra::EthAddr macAddr() const noexcept { return Ostra::EthAddr(vlanMac_ & macMask); }
   L2Rib::Dest const& dest() const noexcept { return dest_; }
 
+  // The VLAN and the MAC are visited as fields of their own (printing and parsing see the
+  // same text as for separate members) and packed again after a parse.
   template <class S, class V>
   static void visitFields(S& self, V&& visit) {
-    visit("vlanId", self.vlanId_);
-    visit("macAddr", self.macAddr_);
+    Bridging::VlanId vlanId = self.vlanId();
+    Ostra::EthAddr macAddr = self.macAddr();
+    visit("vlanId", vlanId);
+    visit("macAddr", macAddr);
     visit("dest", self.dest_);
+    if constexpr (!std::is_const_v<S>) self.vlanMac_ = pack(vlanId, macAddr);
   }
-  // The key of the per-destination indexes: hashed as words (the MAC takes 48 bits, so
-  // the VLAN shares its word) instead of field by field.
+  // The key of the per-destination indexes: hashed as words instead of field by field.
   uint32_t hash(uint32_t seed) const noexcept {
     Qor::WordHashAccumulator acc(seed);
-    acc.mix(uint64_t(vlanId_.value()) << 48 | macAddr_.value());
+    acc.mix(vlanMac_);
     dest_.mixInto(acc);
     return acc.result();
   }
@@ -57,8 +68,13 @@ class FENN_EVPN_EXPORT VlanMacDest : public Qor::RecordValue<VlanMacDest> {
   bool operator==(VlanMacDest const&) const = default;
 
  private:
-  Bridging::VlanId vlanId_;
-  Ostra::EthAddr macAddr_;
+  static constexpr unsigned macBits = 48;
+  static constexpr uint64_t macMask = (uint64_t(1) << macBits) - 1;
+  static uint64_t pack(Bridging::VlanId vlanId, Ostra::EthAddr macAddr) noexcept {
+    return uint64_t(vlanId.value()) << macBits | macAddr.value();
+  }
+
+  uint64_t vlanMac_ = 0;
   L2Rib::Dest dest_;
 };
 
