@@ -122,11 +122,13 @@ class Entity : public PtrInterface {
   void attach(Reactor* r) const;
   void detach(Reactor* r) const;
 
+  // The flags first: they fit beside the reference count, in the padding of the base, which
+  // keeps every entity a word smaller (the per-element index entities are many).
+  mutable bool dispatching_ = false;
+  mutable bool hasHoles_ = false;
   mutable std::vector<Reactor*> reactors_;
   // Notifications of writes made while this entity notifies; allocated on first use.
   mutable std::unique_ptr<std::vector<Deferred>> deferred_;
-  mutable bool dispatching_ = false;
-  mutable bool hasHoles_ = false;
   AttributeBase* attributes_ = nullptr;
 };
 

@@ -15,8 +15,8 @@
 // The table doubles when it would pass seven eighths full and halves once erasing leaves
 // it an eighth full: a table that grew with a burst of additions gives the memory back as
 // they are removed, and the band between the two bounds keeps a table that hovers at one
-// size from resizing back and forth. clear() lets all of it go. The handle is three words,
-// as entities hold many small tables.
+// size from resizing back and forth. clear() lets all of it go. The handle is two words
+// (the memory and the counts), as entities hold many small tables.
 #pragma once
 
 #include <cstddef>
@@ -52,8 +52,8 @@ class FlatHashTable {
     // An iterator converts to a const_iterator.
     operator Iterator<true>() const noexcept { return Iterator<true>(table_, index_); }
 
-    reference operator*() const noexcept { return table_->slots_[index_]; }
-    pointer operator->() const noexcept { return &table_->slots_[index_]; }
+    reference operator*() const noexcept { return table_->slots()[index_]; }
+    pointer operator->() const noexcept { return &table_->slots()[index_]; }
     Iterator& operator++() noexcept {
       index_ = table_->occupiedFrom(index_ + 1);
       return *this;
@@ -118,7 +118,6 @@ class FlatHashTable {
     destroyAll();
     ::operator delete(tags_);
     tags_ = nullptr;
-    slots_ = nullptr;
     capacity_ = 0;
     size_ = 0;
   }
@@ -145,10 +144,11 @@ class FlatHashTable {
     if (size_ == 0) return capacity_;
     uint32_t const tag = tagOf(k);
     size_t const mask = capacity_ - 1;
+    value_type const* const slots = this->slots();
     for (size_t i = tag & mask;; i = (i + 1) & mask) {
       uint32_t const t = tags_[i];
       if (t == 0) return capacity_;
-      if (t == tag && keyOf(slots_[i]) == k) return i;
+      if (t == tag && keyOf(slots[i]) == k) return i;
     }
   }
 
@@ -162,16 +162,17 @@ class FlatHashTable {
     uint32_t const tag = tagOf(k);
     size_t const mask = capacity_ - 1;
     size_t i = tag & mask;
+    value_type* const slots = this->slots();
     if (size_ != 0) {
       for (;; i = (i + 1) & mask) {
         uint32_t const t = tags_[i];
         if (t == 0) break;
-        if (t == tag && keyOf(slots_[i]) == k) return {iterator(this, i), false};
+        if (t == tag && keyOf(slots[i]) == k) return {iterator(this, i), false};
       }
     }
     if (size_ + 1 > maxSize(capacity_))
       return {iterator(this, growAndEmplace(tag, std::forward<A>(args)...)), true};
-    ::new (static_cast<void*>(&slots_[i])) value_type(std::forward<A>(args)...);
+    ::new (static_cast<void*>(&slots[i])) value_type(std::forward<A>(args)...);
     tags_[i] = tag;
     ++size_;
     return {iterator(this, i), true};
@@ -198,21 +199,24 @@ class FlatHashTable {
   static value_type* slotsOf(uint32_t* tags, size_t capacity) noexcept {
     return reinterpret_cast<value_type*>(reinterpret_cast<char*>(tags) + slotsOffset(capacity));
   }
+  // The slots follow the tags in the one allocation, so their address is derived rather
+  // than kept: the handle stays two words.
+  value_type* slots() const noexcept { return tags_ ? slotsOf(tags_, capacity_) : nullptr; }
 
   // Moves every element into `tags` (of `capacity` slots) and makes it the table's memory.
   void moveTo(uint32_t* tags, size_t capacity) noexcept {
     size_t const mask = capacity - 1;
     value_type* const slots = slotsOf(tags, capacity);
+    value_type* const oldSlots = this->slots();
     for (size_t o = 0; o < capacity_; ++o) {
       if (tags_[o] == 0) continue;
       size_t const j = freeSlot(tags, mask, tags_[o]);
-      ::new (static_cast<void*>(&slots[j])) value_type(std::move(slots_[o]));
+      ::new (static_cast<void*>(&slots[j])) value_type(std::move(oldSlots[o]));
       tags[j] = tags_[o];
-      slots_[o].~value_type();
+      oldSlots[o].~value_type();
     }
     ::operator delete(tags_);
     tags_ = tags;
-    slots_ = slots;
     capacity_ = static_cast<uint32_t>(capacity);
   }
 
@@ -254,14 +258,15 @@ class FlatHashTable {
   // (its home slot is not between the hole and itself) moves into it, leaving a new hole.
   void eraseAt(size_t hole) noexcept {
     size_t const mask = capacity_ - 1;
-    slots_[hole].~value_type();
+    value_type* const slots = this->slots();
+    slots[hole].~value_type();
     for (size_t j = (hole + 1) & mask;; j = (j + 1) & mask) {
       uint32_t const t = tags_[j];
       if (t == 0) break;
       if (((j - (t & mask)) & mask) < ((j - hole) & mask)) continue;
-      ::new (static_cast<void*>(&slots_[hole])) value_type(std::move(slots_[j]));
+      ::new (static_cast<void*>(&slots[hole])) value_type(std::move(slots[j]));
       tags_[hole] = t;
-      slots_[j].~value_type();
+      slots[j].~value_type();
       hole = j;
     }
     tags_[hole] = 0;
@@ -271,14 +276,14 @@ class FlatHashTable {
 
   void destroyAll() noexcept {
     if constexpr (!std::is_trivially_destructible_v<value_type>) {
+      value_type* const slots = this->slots();
       for (size_t i = 0; i < capacity_; ++i) {
-        if (tags_[i] != 0) slots_[i].~value_type();
+        if (tags_[i] != 0) slots[i].~value_type();
       }
     }
   }
 
-  uint32_t* tags_ = nullptr;  // the start of the table's memory
-  value_type* slots_ = nullptr;
+  uint32_t* tags_ = nullptr;  // the start of the table's memory, the slots after the tags
   uint32_t capacity_ = 0;
   uint32_t size_ = 0;
 };
