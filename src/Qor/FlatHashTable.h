@@ -12,7 +12,11 @@
 // writes while it walks a table walks a snapshot of its keys instead; a reference taken
 // from the table is used before the next write to it.
 //
-// The table doubles when it would pass seven eighths full and halves once erasing leaves
+// A small table (up to 64 slots, whose tags fill four cache lines) may fill up completely:
+// a probe that finds no empty slot there stops after one round of its tags, which costs
+// less than the memory of a table twice the size (flood sets of 16 or 64 destinations
+// would otherwise sit in 32 or 128 slots). A larger table doubles when it would pass seven
+// eighths full, so that its probe runs stay short. Every table halves once erasing leaves
 // it an eighth full: a table that grew with a burst of additions gives the memory back as
 // they are removed, and the band between the two bounds keeps a table that hovers at one
 // size from resizing back and forth. clear() lets all of it go. The handle is two words
@@ -125,6 +129,7 @@ class FlatHashTable {
  private:
   static constexpr uint32_t occupiedBit = 0x80000000u;
   static constexpr size_t minCapacity = 4;
+  static constexpr size_t maxFullCapacity = 64;
 
   static K const& keyOf(value_type const& v) noexcept {
     if constexpr (isSet) {
@@ -134,10 +139,9 @@ class FlatHashTable {
     }
   }
   static uint32_t tagOf(K const& k) noexcept { return static_cast<uint32_t>(Hash()(k)) | occupiedBit; }
-  // At most seven eighths full (three of the smallest four slots), so every probe run
-  // ends at an empty slot.
+  // A small table may be full; a larger one stays at most seven eighths full.
   static size_t maxSize(size_t capacity) noexcept {
-    return capacity - capacity / 8 - (capacity == minCapacity);
+    return capacity <= maxFullCapacity ? capacity : capacity - capacity / 8;
   }
 
   size_t indexOf(K const& k) const noexcept {
@@ -145,11 +149,12 @@ class FlatHashTable {
     uint32_t const tag = tagOf(k);
     size_t const mask = capacity_ - 1;
     value_type const* const slots = this->slots();
-    for (size_t i = tag & mask;; i = (i + 1) & mask) {
+    for (size_t i = tag & mask, left = capacity_; left != 0; --left, i = (i + 1) & mask) {
       uint32_t const t = tags_[i];
       if (t == 0) return capacity_;
       if (t == tag && keyOf(slots[i]) == k) return i;
     }
+    return capacity_;
   }
 
   size_t occupiedFrom(size_t i) const noexcept {
@@ -164,7 +169,9 @@ class FlatHashTable {
     size_t i = tag & mask;
     value_type* const slots = this->slots();
     if (size_ != 0) {
-      for (;; i = (i + 1) & mask) {
+      // Without an empty slot (a full small table) the round ends where it began, and the
+      // table grows below.
+      for (size_t left = capacity_; left != 0; --left, i = (i + 1) & mask) {
         uint32_t const t = tags_[i];
         if (t == 0) break;
         if (t == tag && keyOf(slots[i]) == k) return {iterator(this, i), false};
@@ -256,10 +263,13 @@ class FlatHashTable {
 
   // Backward-shift deletion: each later element of the probe run that may live at the hole
   // (its home slot is not between the hole and itself) moves into it, leaving a new hole.
+  // The hole is marked empty at once, so the walk ends at the latest when it comes round
+  // to it (in a table that was full).
   void eraseAt(size_t hole) noexcept {
     size_t const mask = capacity_ - 1;
     value_type* const slots = this->slots();
     slots[hole].~value_type();
+    tags_[hole] = 0;
     for (size_t j = (hole + 1) & mask;; j = (j + 1) & mask) {
       uint32_t const t = tags_[j];
       if (t == 0) break;
@@ -267,9 +277,9 @@ class FlatHashTable {
       ::new (static_cast<void*>(&slots[hole])) value_type(std::move(slots[j]));
       tags_[hole] = t;
       slots[j].~value_type();
+      tags_[j] = 0;
       hole = j;
     }
-    tags_[hole] = 0;
     --size_;
     maybeShrink();
   }
