@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <limits>
-#include <ranges>
 #include <utility>
 
 #include "Qor/Assert.h"
@@ -91,11 +90,15 @@ void NumAllocator::inUseIs(Number n, bool inUse) {
 
 NumAllocatorStatus NumAllocator::status() const {
   double const now = timerWheel_->now();
-  // The queue is in expiry order: the expired ones are a prefix.
-  auto const positions = std::views::iota(size_t{0}, released_.size());
-  auto const heldFrom =
-      std::ranges::partition_point(positions, [&](size_t i) { return released_[i].reusableAt <= now; });
-  uint64_t const expiredQueued = static_cast<uint64_t>(heldFrom - positions.begin());
+  // The queue is in expiry order: the expired ones are a prefix, found by bisection.
+  size_t expiredQueued = 0;
+  for (size_t held = released_.size(); expiredQueued < held;) {
+    size_t const mid = expiredQueued + (held - expiredQueued) / 2;
+    if (released_[mid].reusableAt <= now)
+      expiredQueued = mid + 1;
+    else
+      held = mid;
+  }
   uint64_t const neverUsed = config_.range().last() + 1 - nextUnused_;
   return NumAllocatorStatus(inUseCount_, released_.size() - expiredQueued,
                             expiredQueued + freeBitCount_ + neverUsed, nextUnused_);
