@@ -5,17 +5,16 @@
 // routes; every other live filter route is listed with code 1; nothing else is listed or
 // mapped. The hardware model answers a conflicting map with 1, which the state machine
 // treats as fatal, so a run also shows that no conflicting map ever reached it. The seed is
-// printed; FENN_SEED replays one.
+// printed; FENN_TEST_SEED replays one.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
-#include <iostream>
 #include <map>
 #include <random>
 #include <set>
 
 #include "Qor/Strep.h"
+#include "Support/TestSeed.h"
 #include "sim/Switch.h"
 
 namespace EsiFilteringDecapTest {
@@ -69,10 +68,8 @@ class RandomizedEsiFilteringDecapTest : public ::testing::TestWithParam<int> {
 };
 
 TEST_P(RandomizedEsiFilteringDecapTest, SettlesToOneMapPerClaimedInterface) {
-  char const* env = std::getenv("FENN_SEED");
-  unsigned const seed =
-      env ? unsigned(std::strtoul(env, nullptr, 10)) : unsigned(std::random_device()()) + GetParam();
-  std::cout << "seed " << seed << " (FENN_SEED=" << seed << " replays it)\n";
+  uint64_t const seed = TestSupport::testSeed();
+  SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
   std::mt19937 rng(seed);
   sw.faults(Sim::FaultTarget::esiPortMapResourceFull).failFractionIs(0.2, seed);
   sw.faults(Sim::FaultTarget::esiPortMapTemporaryFailure).failFractionIs(0.2, seed + 1);
@@ -87,26 +84,25 @@ TEST_P(RandomizedEsiFilteringDecapTest, SettlesToOneMapPerClaimedInterface) {
   }
   auto const& maps = sw.esiPortMaps().maps();
   Mpls::LfibHwStatus const* hwStatus = sw.lfibHwStatus();
-  EXPECT_EQ(maps.size(), claims.size()) << "seed " << seed;
+  EXPECT_EQ(maps.size(), claims.size());
   size_t conflicts = 0;
   for (auto const& [intf, routes] : claims) {
     auto it = maps.find(intf);
-    ASSERT_NE(it, maps.end()) << "seed " << seed << ": no map on " << Qor::valueToStrep(intf);
+    ASSERT_NE(it, maps.end()) << "no map on " << Qor::valueToStrep(intf);
     Mpls::RouteKey const owner(it->second);
-    EXPECT_TRUE(routes.count(owner)) << "seed " << seed << ": " << Qor::valueToStrep(intf)
-                                     << " mapped for a route that left it";
-    EXPECT_FALSE(hwStatus->unprogrammedRouteHas(owner)) << "seed " << seed;
+    EXPECT_TRUE(routes.count(owner)) << Qor::valueToStrep(intf) << " mapped for a route that left it";
+    EXPECT_FALSE(hwStatus->unprogrammedRouteHas(owner));
     for (auto const& routeKey : routes) {
       if (routeKey == owner) continue;
       ++conflicts;
-      ASSERT_TRUE(hwStatus->unprogrammedRouteHas(routeKey))
-          << "seed " << seed << ": " << Qor::valueToStrep(routeKey);
-      EXPECT_EQ(hwStatus->unprogrammedRoute(routeKey).returnCode(), Mpls::lfibHwConflict) << "seed " << seed;
+      ASSERT_TRUE(hwStatus->unprogrammedRouteHas(routeKey)) << Qor::valueToStrep(routeKey);
+      EXPECT_EQ(hwStatus->unprogrammedRoute(routeKey).returnCode(), Mpls::lfibHwConflict);
     }
   }
-  EXPECT_EQ(hwStatus->unprogrammedRoute().size(), conflicts) << "seed " << seed << ": a gone route is listed";
+  EXPECT_EQ(hwStatus->unprogrammedRoute().size(), conflicts) << "a gone route is listed";
 }
 
+// Twenty runs, each on a seed of its own.
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomizedEsiFilteringDecapTest, ::testing::Range(0, 20));
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <iostream>
 #include <map>
 #include <random>
 #include <set>
@@ -11,6 +10,7 @@
 
 #include "FennEvpn/FennEvpn.h"
 #include "FennEvpn/FennEvpnRemoteInfoFinderSm.h"
+#include "Support/TestSeed.h"
 
 namespace {
 
@@ -155,7 +155,6 @@ TEST_F(LifecycleDeathTest, RemovingADestinationOfAnUncountedTunnelAborts) {
 class Randomized : public RemoteInfoFinderSmTest {
  protected:
   using Triple = std::tuple<uint16_t, uint64_t, Dest>;
-  static constexpr uint64_t seed = 0x2e1f0ca7;
 
   uint32_t below(uint32_t n) { return std::uniform_int_distribution<uint32_t>(0, n - 1)(rng); }
 
@@ -237,12 +236,13 @@ class Randomized : public RemoteInfoFinderSmTest {
     return out;
   }
 
+  uint64_t const seed = TestSupport::testSeed();
   std::mt19937 rng{seed};
   std::set<Triple> live;
 };
 
 TEST_F(Randomized, CountsEqualTheTriplesReachingEachTunnel) {
-  std::cout << "seed " << seed << '\n';
+  SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
   for (int round = 0; round < 50; ++round) {
     input = L2Rib::floodSetOutputFactory();
     remoteInfo = Fenn::evpnRemoteInfoFactory();

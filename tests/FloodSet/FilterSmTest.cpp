@@ -7,6 +7,7 @@
 
 #include "FennEvpn/FennEvpnVlanFloodSetFilterSm.h"
 #include "FloodSet/FloodSetTestUtil.h"
+#include "Support/TestSeed.h"
 
 namespace {
 
@@ -123,8 +124,8 @@ TEST_F(FilterSmTest, TracesAdditionsAndDeletions) {
 // built on the final input produces, with no empty flood set or VLAN flood set; this is
 // what covers pruning, removals of whole input elements and the mirrored source.
 TEST_F(FilterSmTest, RandomChangesEndWhereAFreshStartDoes) {
-  uint32_t const seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
+  uint64_t const seed = TestSupport::testSeed();
+  SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
   std::mt19937 rng(seed);
   auto pick = [&](uint32_t n) { return std::uniform_int_distribution<uint32_t>(0, n - 1)(rng); };
   EthAddr const macs[] = {bcast, unknownUcast, EthAddr(0x010000000002)};

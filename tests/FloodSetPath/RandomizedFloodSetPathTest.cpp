@@ -8,13 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <iostream>
 #include <random>
 #include <set>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "Support/TestSeed.h"
 #include "sim/Switch.h"
 
 namespace {
@@ -78,10 +78,6 @@ std::set<std::string> configurationOf(Sim::Switch const& sw) {
 class RandomizedFloodSetPath : public ::testing::Test {
  protected:
   RandomizedFloodSetPath() {
-    char const* replay = std::getenv("FENN_TEST_SEED");
-    seed = replay ? std::strtoull(replay, nullptr, 10) : std::random_device()();
-    rng.seed(seed);
-    std::cout << "RandomizedFloodSetPath seed " << seed << " (replay with FENN_TEST_SEED=" << seed << ")\n";
     setenv("SIMULATION_VMID", "1", 1);
     evpnStatus->ethernetSegmentStatusIs(segment);
     for (uint64_t i = 1; i <= 5; ++i) tunnels.emplace_back(Tunnel::tunnelTypeLdp, i);
@@ -190,8 +186,8 @@ class RandomizedFloodSetPath : public ::testing::Test {
     }
   }
 
-  uint64_t seed = 0;
-  std::mt19937_64 rng;
+  uint64_t const seed = TestSupport::testSeed();
+  std::mt19937_64 rng{seed};
   std::vector<TunnelId> tunnels;
   std::vector<TunnelId> policies;
   std::vector<Ostra::EthAddr> const macs{Ostra::EthAddr::broadcast(), Ostra::EthAddr(0x010000000001),
@@ -201,7 +197,9 @@ class RandomizedFloodSetPath : public ::testing::Test {
 };
 
 TEST_F(RandomizedFloodSetPath, SettlesToWhatAFreshPathBuildsOnTheFinalInputs) {
+  SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
   for (int run = 0; run < 4; ++run) {
+    SCOPED_TRACE("run " + std::to_string(run));
     Sim::Switch sw(hardware, "random", {l2Rib, evpnStatus});
     for (int i = 0; i < 1500; ++i) step(sw);
     sw.fecResponsesWithheldIs(false);
@@ -214,10 +212,10 @@ TEST_F(RandomizedFloodSetPath, SettlesToWhatAFreshPathBuildsOnTheFinalInputs) {
       ASSERT_TRUE(sw.floodSetFecSm()->fecIdCacheHas(fecId)) << Qor::valueToStrep(fec);
       requested.insert(sw.floodSetFecSm()->fecIdCache(fecId));
     }
-    EXPECT_EQ(requested, inUse) << "seed " << seed << " run " << run;
+    EXPECT_EQ(requested, inUse);
     std::set<MplsFloodSetVia> published;
     for (auto const& [via, info] : sw.hwInfoMapping()->mapping()) published.insert(via);
-    EXPECT_EQ(published, inUse) << "seed " << seed << " run " << run;
+    EXPECT_EQ(published, inUse);
     EXPECT_EQ(sw.fecResponse()->rowCount(), sw.fecRequest()->rowCount());
     EXPECT_EQ(sw.floodSetFecSm()->numAllocatorStatus().inUseCount(), inUse.size());
     size_t inconsistent = 0;
@@ -229,7 +227,7 @@ TEST_F(RandomizedFloodSetPath, SettlesToWhatAFreshPathBuildsOnTheFinalInputs) {
 
     Sim::Switch fresh(hardware, "fresh", {l2Rib, evpnStatus});
     fresh.advance(60.0);
-    EXPECT_EQ(configurationOf(sw), configurationOf(fresh)) << "seed " << seed << " run " << run;
+    EXPECT_EQ(configurationOf(sw), configurationOf(fresh));
     if (HasFailure()) return;
   }
 }

@@ -3,15 +3,15 @@
 // end, and then: no ID is published twice; every ID is either published or free, exactly
 // once; a tunnel that needs an ID lacks one, or waits to move to its pool, only when its
 // pools hold neither a free ID nor a zombie; zombies are exactly the published tunnels nothing needs; and
-// FULL and NORMAL alternate, starting with FULL. The seed is printed; FENN_SEED replays one.
+// FULL and NORMAL alternate, starting with FULL. The seed is printed; FENN_TEST_SEED replays one.
 #include <cstdlib>
 #include <functional>
-#include <iostream>
 #include <map>
 #include <random>
 #include <set>
 
 #include "HwTunnelIdHarness.h"
+#include "Support/TestSeed.h"
 
 namespace HwTunnelIdTest {
 namespace {
@@ -111,11 +111,8 @@ class HwTunnelIdRandomTest : public Harness {
 };
 
 TEST_F(HwTunnelIdRandomTest, PoolsStayConsistentUnderRandomChanges) {
-  char const* replay = std::getenv("FENN_SEED");
-  uint32_t const seed =
-      replay ? static_cast<uint32_t>(std::strtoul(replay, nullptr, 10)) : std::random_device{}();
-  std::cout << "seed " << seed << " (FENN_SEED=" << seed << " replays it)\n";
-  SCOPED_TRACE("seed " + std::to_string(seed));
+  uint64_t const seed = TestSupport::testSeed();
+  SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
   std::mt19937 rng(seed);
 
   std::set<HwTunnelId> universe;

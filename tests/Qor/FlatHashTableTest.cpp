@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "Qor/Collection.h"
+#include "Support/TestSeed.h"
 
 namespace {
 
@@ -32,7 +33,9 @@ void expectSameContents(Table const& table, Reference const& reference) {
 }
 
 TEST(FlatHashTable, MapAndSetMatchTheStandardContainersUnderRandomWrites) {
-  for (uint32_t seed = 1; seed <= 20; ++seed) {
+  uint64_t const first = TestSupport::testSeed();
+  for (uint64_t seed = first; seed < first + 20; ++seed) {
+    SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
     std::mt19937 rng(seed);
     Qor::FlatHashTable<int, std::string, ClumpingHash> map;
     Qor::FlatHashTable<int, void, ClumpingHash> set;
@@ -58,10 +61,8 @@ TEST(FlatHashTable, MapAndSetMatchTheStandardContainersUnderRandomWrites) {
         refMap.erase(k);
       }
       for (int probe = 0; probe < 64; ++probe) {
-        ASSERT_EQ(map.count(probe), refMap.count(probe))
-            << "seed " << seed << " step " << step << " key " << probe;
-        ASSERT_EQ(set.count(probe), refSet.count(probe))
-            << "seed " << seed << " step " << step << " key " << probe;
+        ASSERT_EQ(map.count(probe), refMap.count(probe)) << "step " << step << " key " << probe;
+        ASSERT_EQ(set.count(probe), refSet.count(probe)) << "step " << step << " key " << probe;
       }
       if (step % 100 == 0) {
         expectSameContents(map, refMap);
@@ -80,7 +81,9 @@ TEST(FlatHashTable, MapAndSetMatchTheStandardContainersUnderRandomWrites) {
 // grows and shrinks through every size with elements moving each time: the contents stay
 // those of the reference, and the memory follows the elements back down.
 TEST(FlatHashTable, GrowsAndShrinksWithBurstsKeepingEveryElement) {
-  std::mt19937 rng(7);
+  uint64_t const seed = TestSupport::testSeed();
+  SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
+  std::mt19937 rng(seed);
   Qor::FlatHashTable<int, std::string, ClumpingHash> map;
   std::map<int, std::string> refMap;
   for (int burst = 0; burst < 6; ++burst) {
@@ -91,7 +94,10 @@ TEST(FlatHashTable, GrowsAndShrinksWithBurstsKeepingEveryElement) {
                 refMap.try_emplace(k, std::to_string(k)).second);
     }
     expectSameContents(map, refMap);
-    EXPECT_GE(map.capacity() * 7 / 8, map.size());
+    // Up to 64 slots a table may fill up; a larger one stays at most seven eighths full.
+    if (map.capacity() > 64) {
+      EXPECT_GE(map.capacity() * 7 / 8, map.size());
+    }
     std::vector<int> keys;
     for (auto const& [k, v] : refMap) keys.push_back(k);
     std::shuffle(keys.begin(), keys.end(), rng);

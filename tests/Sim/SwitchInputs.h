@@ -3,12 +3,12 @@
 #pragma once
 
 #include <cstdlib>
-#include <iostream>
 #include <optional>
 #include <random>
 #include <set>
 #include <tuple>
 
+#include "Support/TestSeed.h"
 #include "sim/Switch.h"
 
 namespace SimTest {
@@ -160,14 +160,6 @@ inline uint64_t envNumber(char const* name, uint64_t fallback) {
   return s ? std::strtoull(s, nullptr, 10) : fallback;
 }
 
-// The seed of a randomized test: FENN_TEST_SEED when set, else a random one. It goes to
-// stderr at once, so that ctest's output of a failed test names it even when the test
-// aborts before any assertion could report it.
-inline uint64_t testSeed() {
-  char const* s = std::getenv("FENN_TEST_SEED");
-  uint64_t const seed = s ? std::strtoull(s, nullptr, 10) : std::random_device()();
-  std::cerr << "FENN_TEST_SEED=" << seed << std::endl;
-  return seed;
-}
+using TestSupport::testSeed;
 
 }  // namespace SimTest

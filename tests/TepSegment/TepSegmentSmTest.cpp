@@ -2,18 +2,17 @@
 // their endpoint, segments and endpoints coming and going, start and teardown; and a
 // randomized test over segment, TEP and endpoint churn that compares the index with the one
 // a fresh machine builds on the final inputs and with the index computed from them directly.
-// The seed is printed; FENN_SEED replays one.
+// The seed is printed; FENN_TEST_SEED replays one.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
-#include <iostream>
 #include <map>
 #include <random>
 #include <set>
 
 #include "FennEvpn/FennEvpnTepSegmentSm.h"
 #include "Qor/SysLog.h"
+#include "Support/TestSeed.h"
 
 namespace TepSegmentTest {
 namespace {
@@ -133,19 +132,18 @@ class TepSegmentRandomTest : public TepSegmentTest {
 };
 
 TEST_F(TepSegmentRandomTest, IndexMatchesAFreshMachineAndTheInputs) {
-  char const* env = std::getenv("FENN_SEED");
-  unsigned const seed = env ? unsigned(std::strtoul(env, nullptr, 10)) : std::random_device()();
-  std::cout << "seed " << seed << " (FENN_SEED=" << seed << " replays it)\n";
+  uint64_t const seed = TestSupport::testSeed();
+  SCOPED_TRACE("FENN_TEST_SEED=" + std::to_string(seed));
   std::mt19937 rng(seed);
   start();
   for (int round = 0; round < 20; ++round) {
     for (int i = 0; i < 50; ++i) churn(rng);
-    EXPECT_EQ(index(), expected()) << "seed " << seed << " round " << round;
+    EXPECT_EQ(index(), expected()) << "round " << round;
   }
   Qor::Ptr<Fenn::EvpnTepSegmentDir> freshDir = Fenn::evpnTepSegmentDirFactory();
   auto fresh = Fenn::fennEvpnTepSegmentSmFactory(evpnStatus, endpoints, freshDir);
   fresh->initializedIs(true);
-  EXPECT_EQ(indexOf(*freshDir), index()) << "seed " << seed;
+  EXPECT_EQ(indexOf(*freshDir), index());
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstdint>
 #include <exception>
-#include <iostream>
 #include <optional>
 #include <random>
 #include <string>
@@ -30,6 +29,7 @@
 #include "Ostra/IpGenAddr.h"
 #include "Ostra/MplsLabelAndAction.h"
 #include "Qor/Strep.h"
+#include "Support/TestSeed.h"
 #include "Vasp/FibFec.h"
 #include "Vasp/Table.h"
 
@@ -39,11 +39,6 @@ using Tunnel::TunnelTable::TunnelId;
 
 class RoundTrip : public ::testing::Test {
  protected:
-  void SetUp() override {
-    rng_.seed(seed);
-    std::cout << "seed " << seed << '\n';
-  }
-
   uint64_t below(uint64_t n) { return std::uniform_int_distribution<uint64_t>(0, n - 1)(rng_); }
 
   TunnelId tunnelId() {
@@ -174,8 +169,7 @@ class RoundTrip : public ::testing::Test {
     }
   }
 
-  static constexpr uint64_t seed = 0x5eed0001;
-  std::mt19937_64 rng_;
+  std::mt19937_64 rng_{TestSupport::testSeed()};
 };
 
 TEST_F(RoundTrip, ScalarsAndEnumerations) {
