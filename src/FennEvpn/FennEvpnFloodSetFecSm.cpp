@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "FennEvpn/FennEvpn.h"
+#include "FennEvpn/FennEvpnPreviousRunFecIds.h"
 #include "FennEvpn/FennEvpnReportText.h"
 #include "Qor/Assert.h"
 #include "Qor/Trace.h"
@@ -157,34 +158,26 @@ Keel::NumAllocatorStatus EvpnFloodSetFecSm::numAllocatorStatus() const {
   return numAllocator_ ? numAllocator_->status() : Keel::NumAllocatorStatus();
 }
 
+namespace {
+struct PreviousRunTexts {
+  static constexpr char keptUntilResponseGoes[] =
+      "   fecId answered for a previous run, kept until its response goes: ";
+};
+}  // namespace
+
 void EvpnFloodSetFecSm::handleInitialized() {
   QTRACE(8, "EvpnFloodSetFecSm::", "handleInitialized");
   numAllocatorConfig_ = Keel::NumAllocatorConfig(Keel::Range(fecIndexFirst, fecIndexLast), fecIndexHoldBack);
   numAllocator_ = Qor::Ptr<Keel::NumAllocator>(new Keel::NumAllocator(numAllocatorConfig_, timerWheel_));
-  reservePreviousRunFecIds();
+  // Requests the previous instance left are withdrawn, and IDs it left answered held.
+  reservePreviousRunFecIds<PreviousRunTexts>(qorTraceHandle_, *mplsFloodSetFecRequest_,
+                                             *mplsFloodSetFecResponse_, *this);
   // The reactors ignored everything until now; show each of them its input's whole state.
   // The hardware status goes first, so that no via that is still programmed looks unused.
   qorVlanFloodSetHwStatus_->onCreate();
   qorFloodSetOutput_->onCreate();
   qorMplsFloodSetFecResponse_->onCreate();
   qorHwTunnelIdMapping_->onCreate();
-}
-
-// A restarted machine starts with a fresh allocator, while the tables may still hold rows
-// of the instance before it: requests, when it did not stop cleanly, and responses the
-// hardware has not dropped yet. The requests are withdrawn (this machine is their only
-// writer, and it requests afresh what the flood sets use); an ID with a response stays out
-// of use until the response goes, so that no new via is published with an old answer.
-void EvpnFloodSetFecSm::reservePreviousRunFecIds() {
-  std::vector<FecId> const leftRequests = mplsFloodSetFecRequest_->rowKeys();
-  for (FecId const fecId : leftRequests) {
-    QTRACE(5, "   withdrawing request of a previous run, fecId: ", fecId);
-    mplsFloodSetFecRequest_->rowDel(fecId);
-  }
-  for (auto const& [fecId, response] : mplsFloodSetFecResponse_->rows()) {
-    QTRACE(5, "   fecId answered for a previous run, kept until its response goes: ", fecId);
-    previousRunFecIdIs(fecId, false);
-  }
 }
 
 bool EvpnFloodSetFecSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,

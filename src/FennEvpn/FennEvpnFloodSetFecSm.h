@@ -122,8 +122,6 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   void updateCachesForFecId(Vasp::Fib::FecId fecId, MplsFloodSetVia const& via, bool add);
   void updateTunnelInfoCache(MplsFloodSetVia const& via, bool add);
   void handleFecResponse(Vasp::Fib::FecId fecId);
-  // Withdraws the requests a previous instance left and records the IDs it left answered.
-  void reservePreviousRunFecIds();
   bool hasFecResponse(Vasp::Fib::FecId fecId) const;
   void handleHwTunnelIdMapping(TunnelId tunnelId);
   void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config);

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "FennEvpn/FennEvpnPreviousRunFecIds.h"
 #include "FennEvpn/FennEvpnReportText.h"
 #include "Qor/Assert.h"
 #include "Qor/Toggle.h"
@@ -154,33 +155,23 @@ Keel::NumAllocatorStatus FennMacAddrFecRequestSm::numAllocatorStatus() const {
   return numAllocator_ ? numAllocator_->status() : Keel::NumAllocatorStatus();
 }
 
+namespace {
+struct PreviousRunTexts {
+  static constexpr char keptUntilResponseGoes[] =
+      "   fecId answered for a previous run, kept until its answer goes: ";
+};
+}  // namespace
+
 void FennMacAddrFecRequestSm::handleInitialized() {
   QTRACE(8, "FennMacAddrFecRequestSm::", "handleInitialized");
   numAllocatorConfigIs(Keel::NumAllocatorConfig(fecIdRange(), fecIdHoldBack));
-  reservePreviousRunFecIds();
+  // Requests the previous instance left are withdrawn, and IDs it left answered held.
+  reservePreviousRunFecIds<PreviousRunTexts>(qorTraceHandle_, *fecRequest_, *fecResponse_, *this);
   reviewBacklog_ = Qor::Ptr<Keel::Task>(
       new Keel::Task(scheduler_, Keel::priorityNormal, "reviewTask", [this] { doReviewBacklog(); }));
   // The reactors' initial walks have put every label, load balance, destination and host
   // into the backlogs; the review works them off without holding the event loop.
   maybeScheduleBacklogReview();
-}
-
-// A restarted machine starts with a fresh allocator, while the tables may still hold rows
-// of the instance before it: requests, when it did not stop cleanly, and answers the
-// hardware has not dropped yet. The requests are withdrawn (this machine is their only
-// writer, and the review requests afresh what the hosts use); an ID with an answer stays
-// out of use until the answer goes, so that no object is published with an old FEC's
-// hardware ID.
-void FennMacAddrFecRequestSm::reservePreviousRunFecIds() {
-  std::vector<FecId> const leftRequests = fecRequest_->rowKeys();
-  for (FecId const fecId : leftRequests) {
-    QTRACE(5, "   withdrawing request of a previous run, fecId: ", fecId);
-    fecRequest_->rowDel(fecId);
-  }
-  for (auto const& [fecId, response] : fecResponse_->rows()) {
-    QTRACE(5, "   fecId answered for a previous run, kept until its answer goes: ", fecId);
-    previousRunFecIdIs(fecId, false);
-  }
 }
 
 void FennMacAddrFecRequestSm::maybeScheduleBacklogReview() {

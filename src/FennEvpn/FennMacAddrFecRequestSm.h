@@ -152,8 +152,6 @@ class FennMacAddrFecRequestSm : public Qor::StateMachine, public UnusableInputCo
   };
 
   void numAllocatorConfigIs(Keel::NumAllocatorConfig const& config);
-  // Withdraws the requests a previous instance left and records the IDs it left answered.
-  void reservePreviousRunFecIds();
   void handleL2RibHost(Bridging::MacVlanPair const& macVlan);
   void handleLabel(L2Rib::LabelId labelId);
   void handleLb(L2Rib::LoadBalanceId lbId);
