@@ -18,6 +18,7 @@ namespace {
 using Bridging::VlanId;
 using Bridging::VlanIdOrNone;
 using DeathTest::assertion;
+using DeathTest::expectEachInputRequired;
 using Ostra::IntfId;
 
 class AccessDeathTest : public ::testing::Test {
@@ -32,35 +33,21 @@ class AccessDeathTest : public ::testing::Test {
 };
 
 TEST_F(AccessDeathTest, EsiLabelMachine) {
-  constexpr char const* file = "FennEvpnFloodingEsiSm.cpp";
-  auto table = Fenn::tunnelIdToHwTunnelIdMappingFactory("deathEsiHwTid");
-  auto const start = [&](auto h, auto s, auto l, auto e, auto t) {
-    Fenn::evpnFloodingEsiSmFactory(h, s, l, e, t)->initializedIs(true);
-  };
-  EXPECT_DEATH(start(helper, scheduler, lags, nullptr, table), assertion("evpnStatus()", file));
-  EXPECT_DEATH(start(helper, scheduler, lags, evpn, nullptr), assertion("tunnelIdHwTunnelId()", file));
-  EXPECT_DEATH(start(helper, scheduler, nullptr, evpn, table), assertion("evpnLagMemberInfo()", file));
-  EXPECT_DEATH(start(nullptr, scheduler, lags, evpn, table), assertion("floodingHelper()", file));
-  EXPECT_DEATH(start(helper, nullptr, lags, evpn, table), assertion("scheduler()", file));
+  expectEachInputRequired(
+      "FennEvpnFloodingEsiSm.cpp",
+      [](auto... in) { Fenn::evpnFloodingEsiSmFactory(in...)->initializedIs(true); },
+      {"floodingHelper()", "scheduler()", "evpnLagMemberInfo()", "evpnStatus()", "tunnelIdHwTunnelId()"},
+      helper, scheduler, lags, evpn, Fenn::tunnelIdToHwTunnelIdMappingFactory("deathEsiHwTid"));
 }
 
 TEST_F(AccessDeathTest, Dot1qMachine) {
   constexpr char const* file = "FennEvpnFloodingDot1qSm.cpp";
-  auto const build = [&](auto h, auto s, auto l, auto v, auto e) {
-    return Fenn::evpnFloodingDot1qSmFactory(h, s, l, v, e, mplsConfig);
-  };
-  EXPECT_DEATH(build(helper, scheduler, lags, vlanStatus, nullptr)->initializedIs(true),
-               assertion("evpnStatus()", file));
-  EXPECT_DEATH(build(helper, scheduler, lags, nullptr, evpn)->initializedIs(true),
-               assertion("evpnVlanStatus()", file));
-  EXPECT_DEATH(build(helper, scheduler, nullptr, vlanStatus, evpn)->initializedIs(true),
-               assertion("evpnLagMemberInfo()", file));
-  EXPECT_DEATH(build(nullptr, scheduler, lags, vlanStatus, evpn)->initializedIs(true),
-               assertion("floodingHelper()", file));
-  EXPECT_DEATH(build(helper, nullptr, lags, vlanStatus, evpn)->initializedIs(true),
-               assertion("scheduler()", file));
+  expectEachInputRequired(
+      file, [&](auto... in) { Fenn::evpnFloodingDot1qSmFactory(in..., mplsConfig)->initializedIs(true); },
+      {"floodingHelper()", "scheduler()", "evpnLagMemberInfo()", "evpnVlanStatus()", "evpnStatus()"}, helper,
+      scheduler, lags, vlanStatus, evpn);
 
-  auto sm = build(helper, scheduler, lags, vlanStatus, evpn);
+  auto sm = Fenn::evpnFloodingDot1qSmFactory(helper, scheduler, lags, vlanStatus, evpn, mplsConfig);
   EXPECT_DEATH(sm->maybeScheduleIntfVlanReview(IntfId::ethernet(1), VlanId(10)),
                assertion("initialized()", file));
   sm->initializedIs(true);
@@ -86,14 +73,10 @@ TEST_F(AccessDeathTest, Dot1qMachine) {
 
 TEST_F(AccessDeathTest, FloodFilterMachineAndTheSharedReview) {
   constexpr char const* file = "FennEvpnFloodFilterSm.cpp";
-  EXPECT_DEATH(Fenn::fennEvpnFloodFilterSmFactory(helper, scheduler, nullptr, evpn)->initializedIs(true),
-               assertion("evpnLagMemberInfo()", file));
-  EXPECT_DEATH(Fenn::fennEvpnFloodFilterSmFactory(helper, scheduler, lags, nullptr)->initializedIs(true),
-               assertion("evpnStatus()", file));
-  EXPECT_DEATH(Fenn::fennEvpnFloodFilterSmFactory(helper, nullptr, lags, evpn)->initializedIs(true),
-               assertion("scheduler()", file));
-  EXPECT_DEATH(Fenn::fennEvpnFloodFilterSmFactory(nullptr, scheduler, lags, evpn)->initializedIs(true),
-               assertion("floodingHelper()", file));
+  expectEachInputRequired(
+      file, [](auto... in) { Fenn::fennEvpnFloodFilterSmFactory(in...)->initializedIs(true); },
+      {"floodingHelper()", "scheduler()", "evpnLagMemberInfo()", "evpnStatus()"}, helper, scheduler, lags,
+      evpn);
 
   auto sm = Fenn::fennEvpnFloodFilterSmFactory(helper, scheduler, lags, evpn);
   EXPECT_DEATH(sm->processIntfVlan(IntfId::ethernet(1), VlanId(10)), assertion("initialized()", file));

@@ -27,21 +27,14 @@ TEST_F(HostFecDeathTest, BacklogReviewAfterBeingMarkedUninitialized) {
 }
 
 TEST(EsiFilteringDecapDeathTest, InputsMissingAtInitialization) {
-  constexpr char const* file = "FennEvpnEsiFilteringDecapSm.cpp";
-  auto helper = FennHelper::esiFilteringDecapHelperStubFactory("deathDecapHelper");
-  Qor::Ptr<Keel::TaskScheduler> scheduler(
-      new Keel::TaskScheduler(Qor::Ptr<Keel::ManualClock>(new Keel::ManualClock)));
-  auto lfib = Mpls::lfibStatusFactory();
-  auto tracking = Mpls::lfibTrackingStatusFactory();
-  auto hw = Mpls::lfibHwStatusFactory();
-  auto const start = [&](auto h, auto l, auto s, auto t, auto w) {
-    Fenn::esiFilteringDecapSmFactory(h, l, s, t, w)->initializedIs(true);
-  };
-  EXPECT_DEATH(start(nullptr, lfib, scheduler, tracking, hw), assertion("esiFilteringDecapHelper()", file));
-  EXPECT_DEATH(start(helper, nullptr, scheduler, tracking, hw), assertion("lfibStatus()", file));
-  EXPECT_DEATH(start(helper, lfib, nullptr, tracking, hw), assertion("scheduler()", file));
-  EXPECT_DEATH(start(helper, lfib, scheduler, nullptr, hw), assertion("lfibTrackingStatus()", file));
-  EXPECT_DEATH(start(helper, lfib, scheduler, tracking, nullptr), assertion("lfibHwStatus()", file));
+  DeathTest::expectEachInputRequired(
+      "FennEvpnEsiFilteringDecapSm.cpp",
+      [](auto... in) { Fenn::esiFilteringDecapSmFactory(in...)->initializedIs(true); },
+      {"esiFilteringDecapHelper()", "lfibStatus()", "scheduler()", "lfibTrackingStatus()", "lfibHwStatus()"},
+      FennHelper::esiFilteringDecapHelperStubFactory("deathDecapHelper"), Mpls::lfibStatusFactory(),
+      Qor::Ptr<Keel::TaskScheduler>(
+          new Keel::TaskScheduler(Qor::Ptr<Keel::ManualClock>(new Keel::ManualClock))),
+      Mpls::lfibTrackingStatusFactory(), Mpls::lfibHwStatusFactory());
 }
 
 }  // namespace

@@ -42,6 +42,15 @@ struct Harness {
     scheduler->runReady();
   }
 
+  // The shortest chain: a started machine with host 1 over label 1 (1000) over destination 1
+  // (tunnel 11).
+  void hostOverLabel() {
+    build(2);
+    dest(1, 11);
+    label(1, 1000, D(1));
+    host(1, L(1));
+  }
+
   void dest(uint32_t id, uint64_t tunnelIndex) {
     dests->destIs(L2Rib::DestId(id),
                   L2Rib::Dest::vxlan(Ostra::IpGenAddr("10.0.0.1"), 10000 + id, tunnel(tunnelIndex)));

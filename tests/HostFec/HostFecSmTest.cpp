@@ -40,10 +40,7 @@ class HostFecSmTest : public ::testing::Test, public Harness {
 // Chain building.
 
 TEST_F(HostFecSmTest, LabelOverDestinationGetsOneFecThatPushesTheLabelOverTheTunnel) {
-  build(2);
-  dest(1, 11);
-  label(1, 1000, D(1));
-  host(1, L(1));
+  hostOverLabel();
   host(2, L(1));
   ASSERT_EQ(request->rowCount(), 1u);
   EXPECT_EQ(log.writes.size(), 1u) << "the second host is a count, not a rewrite";
@@ -160,10 +157,7 @@ TEST_F(HostFecSmTest, DestinationChangeRewritesExactlyTheFecsBuiltOnIt) {
 }
 
 TEST_F(HostFecSmTest, LabelThatLeavesTheTableTakesItsFecAndHardwareIdAlong) {
-  build(2);
-  dest(1, 11);
-  label(1, 1000, D(1));
-  host(1, L(1));
+  hostOverLabel();
   answer(fecIdOf(L(1)), 0x2000);
   labels->labelDel(L2Rib::LabelId(1));
   EXPECT_EQ(request->rowCount(), 0u);
@@ -182,10 +176,7 @@ TEST_F(HostFecSmTest, LabelThatLeavesTheTableTakesItsFecAndHardwareIdAlong) {
 // Responses.
 
 TEST_F(HostFecSmTest, StaleResponsesAndAnswersWithoutInterfaceChangeNothing) {
-  build(2);
-  dest(1, 11);
-  label(1, 1000, D(1));
-  host(1, L(1));
+  hostOverLabel();
   FecId const fecId = fecIdOf(L(1));
   answer(Fenn::idToFecId(5, Fenn::macAddrFecAdjType), 0x2000);
   answer(FecId(11, 0), 0x2001);
@@ -230,10 +221,7 @@ TEST_F(HostFecSmTest, WithdrawnFecIdWaitsForItsAnswerToGoThenForTheHoldBack) {
 // left behind is withdrawn, and an ID whose answer the hardware has not dropped yet is not
 // handed out until it goes, so no object is published with the old FEC's hardware ID.
 TEST_F(HostFecSmTest, RestartSkipsIdsThePreviousInstanceLeftUntilTheirAnswersGo) {
-  build(2);
-  dest(1, 11);
-  label(1, 1000, D(1));
-  host(1, L(1));
+  hostOverLabel();
   FecId const answered = fecIdOf(L(1));
   answer(answered, 0x2000);
   sm = nullptr;  // withdraws its request; the hardware has not dropped the answer yet
