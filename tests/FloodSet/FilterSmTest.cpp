@@ -51,18 +51,6 @@ TEST_F(FilterSmTest, KeepsOnlyTheChosenTypeWithItsFloodSetType) {
   EXPECT_EQ(view(*out), expected);
 }
 
-// The output's type follows the input's even when no destination changes, as long as the
-// output flood set exists.
-TEST_F(FilterSmTest, FloodSetTypeFollowsTheInput) {
-  addDest(*in, VlanId(10), bcast, mpls(1, 100), L2Rib::floodSetTypeBroadcast);
-  in->vlanFloodSet(VlanId(10))->floodSet(bcast)->floodSetTypeIs(L2Rib::floodSetTypeAll);
-  EXPECT_EQ(out->vlanFloodSet(VlanId(10))->floodSet(bcast)->floodSetType(), L2Rib::floodSetTypeAll);
-
-  addDest(*in, VlanId(10), unknownUcast, intf(1), L2Rib::floodSetTypeUnknownUnicast);
-  in->vlanFloodSet(VlanId(10))->floodSet(unknownUcast)->floodSetTypeIs(L2Rib::floodSetTypeAll);
-  EXPECT_FALSE(out->vlanFloodSet(VlanId(10))->floodSetHas(unknownUcast));
-}
-
 TEST_F(FilterSmTest, InitializationReconcilesWhatCameBefore) {
   sm = nullptr;
   addDest(*in, VlanId(10), bcast, mpls(1, 100));
@@ -82,21 +70,6 @@ TEST_F(FilterSmTest, InitializationReconcilesWhatCameBefore) {
   // Reactors made before initialization carry on afterwards.
   addDest(*in, VlanId(12), bcast, mpls(3, 100));
   EXPECT_TRUE(out->vlanFloodSetHas(VlanId(12)));
-}
-
-// Each change shows at once: the mirrored source, and the pruning of a flood set and then
-// of its VLAN flood set when their last matching destination goes.
-TEST_F(FilterSmTest, MirrorsTheSourceAndPrunesAtOnce) {
-  in->sourceIs(L2Rib::floodSetSourceStatic);
-  EXPECT_EQ(out->source(), L2Rib::floodSetSourceStatic);
-  addDest(*in, VlanId(10), bcast, mpls(1, 100));
-  addDest(*in, VlanId(10), unknownUcast, mpls(2, 100));
-  addDest(*in, VlanId(10), unknownUcast, intf(1));
-  delDest(*in, VlanId(10), bcast, mpls(1, 100));
-  ASSERT_TRUE(out->vlanFloodSetHas(VlanId(10)));
-  EXPECT_FALSE(out->vlanFloodSet(VlanId(10))->floodSetHas(bcast));
-  delDest(*in, VlanId(10), unknownUcast, mpls(2, 100));
-  EXPECT_FALSE(out->vlanFloodSetHas(VlanId(10))) << "the input still has the VLAN, with no MPLS destination";
 }
 
 TEST_F(FilterSmTest, ReleasingTheStateMachineWithdrawsItsOutput) {
@@ -121,7 +94,7 @@ TEST_F(FilterSmTest, TracesAdditionsAndDeletions) {
 }
 
 // A long random sequence of input changes leaves the same output that a state machine
-// built on the final input produces, with no empty flood set or VLAN flood set; this is
+// built on the input as it is produces, with no empty flood set or VLAN flood set; this is
 // what covers pruning, removals of whole input elements and the mirrored source.
 TEST_F(FilterSmTest, RandomChangesEndWhereAFreshStartDoes) {
   uint64_t const seed = TestSupport::testSeed();
@@ -140,15 +113,20 @@ TEST_F(FilterSmTest, RandomChangesEndWhereAFreshStartDoes) {
       [&] { in->vlanFloodSetIs(VlanId(1 + pick(4)))->floodSetDel(macs[pick(3)]); },
       [&] { in->sourceIs(static_cast<L2Rib::FloodSetSource>(pick(3))); }};
   std::discrete_distribution<size_t> which({4, 2, 1, 1, 1, 1});
-  for (int step = 0; step < 3000; ++step) changes[which(rng)]();
-  auto fresh = L2Rib::floodSetOutputFactory();
-  auto freshSm = Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, in, fresh);
-  freshSm->initializedIs(true);
-  EXPECT_EQ(view(*out), view(*fresh));
-  EXPECT_EQ(out->source(), fresh->source());
-  for (auto const& [vlan, vfs] : out->vlanFloodSet()) {
-    EXPECT_FALSE(vfs->floodSet().empty());
-    for (auto const& [mac, fs] : vfs->floodSet()) EXPECT_FALSE(fs->destSet().empty());
+  // Checked after every change: a stale entry that later changes happen to clean up shows.
+  for (int step = 1; step <= 3000; ++step) {
+    changes[which(rng)]();
+    SCOPED_TRACE("step " + std::to_string(step));
+    auto fresh = L2Rib::floodSetOutputFactory();
+    auto freshSm = Fenn::vlanFloodSetFilterSmFactory(L2Rib::destTypeMpls_, in, fresh);
+    freshSm->initializedIs(true);
+    EXPECT_EQ(view(*out), view(*fresh));
+    EXPECT_EQ(out->source(), fresh->source());
+    for (auto const& [vlan, vfs] : out->vlanFloodSet()) {
+      EXPECT_FALSE(vfs->floodSet().empty());
+      for (auto const& [mac, fs] : vfs->floodSet()) EXPECT_FALSE(fs->destSet().empty());
+    }
+    if (HasFailure()) return;
   }
 }
 
