@@ -41,19 +41,6 @@ TEST_F(ConflictTest, SecondRouteOnAnInterfaceIsListedWithoutAHelperCall) {
   EXPECT_EQ(sm->intfRoute(intf(10)), route(901));
 }
 
-TEST_F(ConflictTest, OwnerMovingToAnotherInterfaceFreesTheFirst) {
-  start();
-  filterRoute(900, 10);
-  filterRoute(901, 10);
-  lfib.filterViaIs(filterVia(900), intf(11));  // in place, under the same via key
-  scheduler->runReady();
-  EXPECT_EQ(sm->intfRoute(intf(11)), route(900));
-  EXPECT_FALSE(sm->intfRouteHas(intf(10)));
-  scheduler->advanceBy(5.0);
-  EXPECT_EQ(sm->intfRoute(intf(10)), route(901));
-  EXPECT_TRUE(hwStatus->unprogrammedRoute().empty());
-}
-
 using RetryTest = Harness;
 
 TEST_F(RetryTest, TransientFailureIsRetriedAfterTheIntervalUntilItSucceeds) {
@@ -103,23 +90,18 @@ TEST_F(RetryTest, CodesAboveThreeAreNeitherRecordedNorRetried) {
   EXPECT_EQ(helper->createEsiPortMapCount(), 2u);
 }
 
-class DeletionTest : public Harness {
- protected:
-  // Three filter routes; the first loses its route, the second its via set, the third its via.
-  void routeViaSetAndViaDeleted() {
-    filterRoute(900, 10);
-    filterRoute(901, 11);
-    filterRoute(902, 12);
-    lfib.routeDel(route(900));
-    lfib.viaSetDel(Mpls::LfibViaSetKey(901));
-    lfib.filterViaDel(filterVia(902));
-    scheduler->runReady();
-  }
-};
+using DeletionTest = Harness;
 
+// Three filter routes; the first loses its route, the second its via set, the third its via.
 TEST_F(DeletionTest, RouteViaSetAndViaDeletionEachRemoveTheMap) {
   start();
-  routeViaSetAndViaDeleted();
+  filterRoute(900, 10);
+  filterRoute(901, 11);
+  filterRoute(902, 12);
+  lfib.routeDel(route(900));
+  lfib.viaSetDel(Mpls::LfibViaSetKey(901));
+  lfib.filterViaDel(filterVia(902));
+  scheduler->runReady();
   EXPECT_EQ(helper->deleteEsiPortMapCount(), 3u);
   EXPECT_TRUE(sm->routeEsiFilterVia().empty());
   EXPECT_TRUE(sm->intfRoute().empty());
@@ -130,14 +112,6 @@ TEST_F(DeletionTest, RouteViaSetAndViaDeletionEachRemoveTheMap) {
   scheduler->runReady();
   EXPECT_TRUE(programmed(901));
   EXPECT_TRUE(programmed(902));
-}
-
-TEST_F(DeletionTest, AListedRouteThatGoesIsNoLongerListed) {
-  start();
-  helper->createEsiPortMapRcIs(Mpls::lfibHwResourceFull);
-  routeViaSetAndViaDeleted();
-  EXPECT_TRUE(hwStatus->unprogrammedRoute().empty());
-  EXPECT_EQ(helper->deleteEsiPortMapCount(), 0u) << "nothing was programmed";
 }
 
 using ViaChangeTest = Harness;

@@ -49,27 +49,6 @@ class Counting : public RemoteInfoFinderSmTest {
   void SetUp() override { startSm(); }
 };
 
-TEST_F(Counting, EachMacFloodSetUsingATunnelCountsOnce) {
-  add(10, bcast, mplsDest(tunnelA));
-  add(10, unknownUc, mplsDest(tunnelA));
-  EXPECT_EQ(count(tunnelA), 2u);
-  remove(10, bcast, mplsDest(tunnelA));
-  EXPECT_EQ(count(tunnelA), 1u);
-  remove(10, unknownUc, mplsDest(tunnelA));
-  EXPECT_FALSE(present(tunnelA));
-}
-
-TEST_F(Counting, EachVlanAndEachDestinationCountsOnce) {
-  add(10, bcast, mplsDest(tunnelA));
-  add(20, bcast, mplsDest(tunnelA));
-  add(20, bcast, mplsDest(tunnelA, 200));  // a second label over the same tunnel
-  add(20, bcast, mplsDest(tunnelB));
-  EXPECT_EQ(count(tunnelA), 3u);
-  EXPECT_EQ(count(tunnelB), 1u);
-  remove(20, bcast, mplsDest(tunnelA, 200));
-  EXPECT_EQ(count(tunnelA), 2u);
-}
-
 TEST_F(Counting, OnlyMplsDestinationsWithAValidTunnelCount) {
   add(10, bcast, Dest::vxlan(Ostra::IpGenAddr::ipv4(0x0a000001), 10010, tunnelA));
   add(10, bcast, Dest::intf(Ostra::IntfId::ethernet(1)));
