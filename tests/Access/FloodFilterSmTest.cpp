@@ -48,22 +48,6 @@ TEST_F(FloodFilterSmTest, FilterFollowsTheFloodStatusOnEveryPort) {
   EXPECT_TRUE(tables().nonDfPorts().empty());
 }
 
-TEST_F(FloodFilterSmTest, LagMembersThatLeaveOrJoinAreFollowed) {
-  filterIs(10, {lag(10)});
-  EXPECT_TRUE(nonDfPorts().empty()) << "a LAG without configuration has no port to filter";
-  lagIs(lag(10), {1, 2});
-  EXPECT_EQ(nonDfPorts(), (PortVlans{{eth(1), VlanId(10)}, {eth(2), VlanId(10)}}));
-
-  // Ethernet2 moves out and Ethernet3 in, in one member list change.
-  lagIs(lag(10), {1, 3});
-  EXPECT_EQ(nonDfPorts(), (PortVlans{{eth(1), VlanId(10)}, {eth(3), VlanId(10)}}));
-
-  lagIs(lag(10), {});
-  EXPECT_TRUE(nonDfPorts().empty()) << "no members: nothing filtered";
-  lagIs(lag(10), {4});
-  EXPECT_EQ(nonDfPorts(), (PortVlans{{eth(4), VlanId(10)}}));
-}
-
 TEST_F(FloodFilterSmTest, FailuresAreRetriedOnceAfterTheIntervalAndAtOnceAfterADeletion) {
   lagIs(lag(10), {1, 2});
   tables().createNonDfPortFaults().failNextIs(3);

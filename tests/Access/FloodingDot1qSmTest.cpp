@@ -1,7 +1,7 @@
 // VLAN-to-dot1q programming: the VLAN's own entry at once, the mappings of its member
-// ports behind the one-second interface review; tag changes, the VLAN-service flag, LAG
-// members, failures and the range error. The randomized access-side test carries the
-// breadth; these cases pin single behaviours.
+// ports behind the one-second interface review; tag changes, the VLAN-service flag,
+// failures and the range error. The randomized access-side test carries the breadth (LAG
+// members leaving and joining among it); these cases pin single behaviours.
 #include <map>
 #include <stdexcept>
 
@@ -105,26 +105,6 @@ TEST_F(FloodingDot1qSmTest, VlanServiceFlagTagsAVlanWithoutATagWithItsOwnId) {
   scheduler->advanceBy(1);
   EXPECT_EQ(mappings(20).at(eth(1)), 20);
   EXPECT_EQ(mappings(30).at(eth(2)), 300);
-}
-
-TEST_F(FloodingDot1qSmTest, LagMembersThatLeaveAreUnmappedAndThoseThatJoinAreMapped) {
-  dot1qIs(10, 100);
-  membersIs(10, {lag(10)});
-  scheduler->advanceBy(1);
-  EXPECT_TRUE(mappings(10).empty()) << "a LAG without members has no port to map";
-
-  lagIs(lag(10), {1, 2});
-  scheduler->advanceBy(1);
-  EXPECT_EQ(mappings(10), (std::map<IntfId, uint16_t>{{eth(1), 100}, {eth(2), 100}}));
-
-  lagIs(lag(10), {1, 3});
-  EXPECT_TRUE(sm->dot1qStatus(Fenn::IntfVlanKey(lag(10), VlanId(10)))->forceReprogramHas(eth(2)));
-  scheduler->advanceBy(1);
-  EXPECT_EQ(mappings(10), (std::map<IntfId, uint16_t>{{eth(1), 100}, {eth(3), 100}}));
-
-  lagIs(lag(10), {});
-  scheduler->advanceBy(1);
-  EXPECT_TRUE(mappings(10).empty());
 }
 
 TEST_F(FloodingDot1qSmTest, FailuresWaitForTheReviewAndADeletionRetriesThemAtOnce) {

@@ -156,23 +156,6 @@ TEST_F(HostFecSmTest, DestinationChangeRewritesExactlyTheFecsBuiltOnIt) {
   EXPECT_EQ(request->rowCount(), 4u);
 }
 
-TEST_F(HostFecSmTest, LabelThatLeavesTheTableTakesItsFecAndHardwareIdAlong) {
-  hostOverLabel();
-  answer(fecIdOf(L(1)), 0x2000);
-  labels->labelDel(L2Rib::LabelId(1));
-  EXPECT_EQ(request->rowCount(), 0u);
-  EXPECT_FALSE(hwIds->hwIdHas(L(1)));
-  EXPECT_EQ(sm->isFirstLevelNextHop(L(1)), 1u) << "the host still points at it";
-  label(1, 1001, D(1));
-  EXPECT_EQ(fecOf(L(1)).vias()[0].mplsLabel(), Ostra::MplsLabel(1001));
-  hosts->hostDel(macVlan(1));
-  EXPECT_EQ(request->rowCount(), 0u);
-  EXPECT_TRUE(sm->objTupleCache().empty());
-  EXPECT_TRUE(sm->nextHopForwardMap().empty());
-  EXPECT_TRUE(sm->nextHopReverseMap().empty());
-  EXPECT_TRUE(sm->macVlanToObjTupleCache().empty());
-}
-
 // Responses.
 
 TEST_F(HostFecSmTest, StaleResponsesAndAnswersWithoutInterfaceChangeNothing) {
