@@ -125,6 +125,9 @@ void EvpnInputRecorder::rotate() {
 // A snapshot larger than maxBytes would otherwise start a new file at every change.
 void EvpnInputRecorder::snapshot() {
   uint64_t const start = bytes_;
+  // No rotation while the snapshot is written: its size decides where the file rotates,
+  // and a limit met inside it would rotate into another snapshot, without end.
+  rotateAt_ = UINT64_MAX;
   hardware();
   if (auto const& t = inputs_.tunnelEndpointStatus)
     for (auto const& tunnelId : sortedKeys(t->tunnelEndpoint())) tunnelEndpoint(tunnelId);
@@ -500,8 +503,9 @@ void EvpnInputRecorder::viaSet(Mpls::LfibViaSetKey const& key) {
   if (!l.viaSetHas(key)) {
     return removal("removeViaSet", key.index());
   }
+  // A via set without a via (lfibViaTypeInvalid) is written too: skipping it left the
+  // replay's via set on its previous via.
   Mpls::LfibViaKey const via = l.viaSet(key).viaKey();
-  if (via.viaType() == Mpls::lfibViaTypeInvalid) return;
   begin("viaSet");
   put("{ index: ");
   put(key.index());

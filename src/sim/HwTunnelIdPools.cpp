@@ -3,7 +3,10 @@
 namespace Sim {
 
 Fenn::HwTunnelId HwTunnelIdPools::getHwTunnelId(Fenn::HwTunnelIdType type) {
-  if (faults_.shouldFail()) return Fenn::HwTunnelId();
+  if (faults_.shouldFail()) {
+    if (allocationFaultHandler_) allocationFaultHandler_();
+    return Fenn::HwTunnelId();
+  }
   Pool& p = pool(type);
   // Lowest free ID: the in-use set is ordered, so the first gap is the answer.
   uint32_t candidate = 1;

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <set>
 
 #include "FennEvpn/FennEvpnHwTunnelIdSmHelper.h"
@@ -32,6 +33,12 @@ class HwTunnelIdPools final : public FennHelper::EvpnHwTunnelIdSmHelper {
   std::set<uint32_t> const& inUse(Fenn::HwTunnelIdType type) const { return pool(type).inUse; }
 
   FaultInjector& allocationFaults() noexcept { return faults_; }
+  // Called when an allocation fails for a transient error (an injected fault, not an empty
+  // pool), as the hardware layer's error path reports it. It must only defer work: it runs
+  // inside the state machine's allocation call.
+  void allocationFaultHandlerIs(std::function<void()> handler) {
+    allocationFaultHandler_ = std::move(handler);
+  }
   // Releases of IDs not handed out: a state machine bug the simulator reports.
   uint64_t badReleaseCount() const noexcept { return badReleases_; }
 
@@ -45,6 +52,7 @@ class HwTunnelIdPools final : public FennHelper::EvpnHwTunnelIdSmHelper {
 
   std::array<Pool, poolCount> pools_;
   FaultInjector faults_;
+  std::function<void()> allocationFaultHandler_;
   uint64_t badReleases_ = 0;
 };
 

@@ -83,6 +83,15 @@ Switch::Switch(HardwareConfig const& config, Qor::String const& tablePrefix, Con
       evpnTepSegmentDir_(Fenn::evpnTepSegmentDirFactory()) {
   hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeDefault, config.defaultHwTunnelIds);
   hwTunnelIdPools_->poolSizeIs(Fenn::hwTunnelIdTypeSharedEs, config.sharedEsHwTunnelIds);
+  // An allocation that failed for a transient hardware error (not an empty pool) is worth
+  // another try. The request is a task, not a check made when the switch settles, so that
+  // it is deferred work like any other: a recording's settle steps then run it in the
+  // replay where it ran in the recorded switch, even when no other task ran with it.
+  allocationRetry_ = Qor::Ptr<Keel::Task>(
+      new Keel::Task(scheduler_, Keel::priorityNormal, "simHwTunnelIdAllocationRetry", [this] {
+        if (hwTunnelIdSm_) hwTunnelIdSm_->maybeScheduleUnprogrammedReview(false);
+      }));
+  hwTunnelIdPools_->allocationFaultHandlerIs([this] { allocationRetry_->scheduleTask(); });
   fecResponder_ = Qor::Ptr<FecResponder>(new FecResponder(fecRequestReader_, fecResponse_, timerWheel_));
   fecResponder_->delayIs(config.fecResponseDelay);
   floodSetProgrammer_ =
@@ -379,13 +388,6 @@ void Switch::settle() {
 
 void Switch::runScheduler() {
   scheduler_->runReady();
-  // An allocation that failed for a transient hardware error (not an empty pool) is worth
-  // another try: the hardware layer asks for a review after the retry interval.
-  if (hwTunnelIdPools_->allocationFaults().failures() != allocationFailuresSeen_) {
-    allocationFailuresSeen_ = hwTunnelIdPools_->allocationFaults().failures();
-    hwTunnelIdSm_->maybeScheduleUnprogrammedReview(false);
-    scheduler_->runReady();
-  }
   // The switch is idle until the next input: lines traced to a file go out now.
   Qor::traceFlush();
 }

@@ -31,6 +31,7 @@
 #include "FennEvpn/FennEvpnVlanMembershipSm.h"
 #include "FennEvpn/FennMacAddrFecRequestSm.h"
 #include "Keel/ManualClock.h"
+#include "Keel/Task.h"
 #include "Keel/TaskScheduler.h"
 #include "Keel/TimerWheel.h"
 #include "L2Rib/FloodSetOutput.h"
@@ -436,7 +437,9 @@ class Switch {
   Qor::Ptr<Fenn::VlanFloodSetFilterSm> floodSetFilterSm_;
   Qor::Ptr<Fenn::EvpnFloodSetFecSm> floodSetFecSm_;
   Qor::Ptr<Fenn::EvpnVlanFloodSetSm> vlanFloodSetSm_;
-  uint64_t allocationFailuresSeen_ = 0;
+  // The hardware layer's answer to a failed allocation: a review of the tunnels without an
+  // ID after the retry interval, asked for at the scheduler's next run.
+  Qor::Ptr<Keel::Task> allocationRetry_;
 
   // ESI filtering at decapsulation.
   Qor::Ptr<Mpls::LfibStatus> lfibStatus_;

@@ -1,8 +1,8 @@
 // A soak run's scenario (docs/reliability.md, Whole-switch soak) replays the run itself: the
 // recorded inputs with the fault steps the soak puts in make the same hardware calls fail
-// in fenn-sim as in the run, and end with the same hardware. Fixed seeds: the replay is
-// not call-for-call exact for every seed yet (seed 107 makes two hardware tunnel ID
-// allocation calls fewer; docs/reliability.md).
+// in fenn-sim as in the run, and end with the same hardware. A replay that drifts from its
+// run (a hardware call more or fewer, another call failing) shows in the counts of the fault
+// targets long before it shows in the final hardware, which usually heals to the same state.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -14,16 +14,25 @@
 
 namespace {
 
-TEST(SoakReplay, TheScenarioOfASoakRunFailsTheSameCallsAndEndsWithTheSameHardware) {
-  setenv("SIMULATION_VMID", "test", 0);
-  Qor::logSinkIs([](Qor::LogMessage const&) {});
-  for (uint64_t seed = 1; seed <= 3; ++seed) {
-    SCOPED_TRACE("soak seed " + std::to_string(seed));
+class SoakReplay : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    setenv("SIMULATION_VMID", "test", 0);
+    Qor::logSinkIs([](Qor::LogMessage const&) {});
+  }
+  void TearDown() override { Qor::logSinkIs({}); }
+
+  // Records soak seed `seed` at fault level `level`, replays the scenario with fenn-sim's
+  // runner, and requires every fault target to have seen the same calls and failed the
+  // same ones, and the same hardware at the end.
+  static void expectExactReplay(uint64_t seed, double level, uint64_t events = 150) {
+    SCOPED_TRACE("soak seed " + std::to_string(seed) + " at fault level " + std::to_string(level) + ", " +
+                 std::to_string(events) + " events");
     std::string const path = ::testing::TempDir() + "soak-replay-" + std::to_string(getpid()) + ".yaml";
-    SimTest::SoakRun run(seed, 0.3, 150);
+    SimTest::SoakRun run(seed, level, events);
     run.record(path);
-    for (int i = 0; i < 150; ++i) run.change();
-    ASSERT_GT(run.recover(), 0u) << "the run injected no fault";
+    for (uint64_t i = 0; i < events; ++i) run.change();
+    run.recover();
 
     Qor::sysLogRecordsDelAll();
     std::ostringstream out;
@@ -39,7 +48,37 @@ TEST(SoakReplay, TheScenarioOfASoakRunFailsTheSameCallsAndEndsWithTheSameHardwar
     EXPECT_EQ(SimTest::equality::join(SimTest::hardwareDifferences(runner.simSwitch(), run.simSwitch())), "");
     std::filesystem::remove(path);
   }
-  Qor::logSinkIs({});
+};
+
+// Seeds 1 to 3, and the seeds whose replays once drifted, each for the cause it showed:
+// 107 (30%), 141 (10%) and 110 (70%) a failed tunnel ID allocation whose retry the
+// simulated hardware layer asked for when the switch settled, a moment no recorded step
+// marks when no task ran then; 2009354113 (30%) an LFIB write that changed nothing but
+// still queued routes in the backlog, which no recorded step carries.
+TEST_F(SoakReplay, TheScenarioOfASoakRunFailsTheSameCallsAndEndsWithTheSameHardware) {
+  struct Seed {
+    uint64_t seed;
+    double level;
+  };
+  for (Seed const s : {Seed{1, 0.3}, Seed{2, 0.3}, Seed{3, 0.3}, Seed{107, 0.3}, Seed{141, 0.1},
+                       Seed{110, 0.7}, Seed{2009354113, 0.3}}) {
+    expectExactReplay(s.seed, s.level);
+  }
+}
+
+// FENN_SOAK_REPLAY_SEEDS random seeds (20) of FENN_SOAK_EVENTS events (150) at each fault
+// level, from FENN_TEST_SEED: before the fixes above, about one seed in twelve drifted at
+// 70%, one in thirty at 30%. Set, the variables make it a long sweep.
+TEST_F(SoakReplay, RandomSeedsReplayCallForCallAtEveryFaultLevel) {
+  uint64_t const first = SimTest::testSeed();
+  uint64_t const seeds = SimTest::envNumber("FENN_SOAK_REPLAY_SEEDS", 20);
+  uint64_t const events = SimTest::envNumber("FENN_SOAK_EVENTS", 150);
+  for (double const level : {0.1, 0.3, 0.7}) {
+    for (uint64_t seed = first; seed < first + seeds; ++seed) {
+      expectExactReplay(seed, level, events);
+      if (HasFailure()) return;
+    }
+  }
 }
 
 }  // namespace

@@ -760,15 +760,15 @@ class Reader {
         s.viaKey = filterViaKey(v["filterVia"]);
       } else {
         if (!v["viaType"] || !v["via"]) fail(v, "viaSet needs both viaType and via");
+        // lfibViaTypeInvalid is a via set without a via, as a recording writes one.
         Mpls::LfibViaType type = Mpls::lfibViaTypeInvalid;
         try {
           type = Qor::enumFromName<Mpls::LfibViaType>(text(v["viaType"], "via type"));
         } catch (Qor::EnumRangeError const&) {
-        }
-        if (type == Mpls::lfibViaTypeInvalid)
           fail(v["viaType"], "bad via type '" + v["viaType"].Scalar() +
-                                 "' (expected lfibViaTypeMpls, lfibViaTypeEvpnEthernetSegmentFilter or "
-                                 "lfibViaTypeDrop)");
+                                 "' (expected lfibViaTypeMpls, lfibViaTypeEvpnEthernetSegmentFilter, "
+                                 "lfibViaTypeDrop or lfibViaTypeInvalid)");
+        }
         s.viaKey = Mpls::LfibViaKey(type, index(v["via"], "via"));
       }
     } else if (kind == "removeViaSet") {
