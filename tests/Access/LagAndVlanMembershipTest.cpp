@@ -1,10 +1,10 @@
 // LAG member tracking and EVPN VLAN membership: the outputs follow their inputs, one
-// change at a time, and the membership rule (BUM-filter interfaces follow the
-// configuration, others the operational state) holds whatever order the inputs change in.
+// change at a time, under the membership rule (BUM-filter interfaces follow the
+// configuration, others the operational state). That the rule holds whatever order the
+// inputs change in is the randomized access-side test's, which compares with fresh machines.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <vector>
 
 #include "Bridging/Config.h"
@@ -117,41 +117,6 @@ TEST_F(VlanMembershipTest, BumFilterInterfacesFollowConfigurationOthersTheOperat
   status->vlanStatusDel(Bridging::VlanId(20));
   EXPECT_FALSE(out->vlanStatusHas(Bridging::VlanId(20))) << "a VLAN without members has no entry";
   EXPECT_FALSE(sm->intfVlanStatusSetHas(eth(3))) << "nor an index entry";
-}
-
-TEST_F(VlanMembershipTest, ResultDoesNotDependOnTheOrderOfTheInputs) {
-  // The same final inputs, written in every order of the three inputs, to a machine that
-  // was running all along and to one built afterwards.
-  std::vector<std::function<void(Membership&)>> inputs = {
-      [](auto& t) {
-        t.configured(10, eth(1));
-        t.configured(10, eth(2));
-        t.configured(20, lag(1));
-      },
-      [](auto& t) {
-        t.operational(10, eth(2));
-        t.operational(10, eth(3));
-        t.operational(20, eth(1));
-      },
-      [](auto& t) {
-        t.evpn->encapBumFilterIs(eth(1));
-        t.evpn->encapBumFilterIs(eth(3));
-        t.evpn->encapBumFilterIs(lag(1));
-      },
-  };
-  std::vector<size_t> order = {0, 1, 2};
-  do {
-    Membership running;
-    running.start();
-    for (size_t i : order) inputs[i](running);
-    EXPECT_EQ(running.members(10), (std::vector<IntfId>{eth(1), eth(2)}));
-    EXPECT_EQ(running.members(20), std::vector<IntfId>{lag(1)});
-    running.sm = nullptr;
-    running.out->vlanStatusDelAll();
-    running.start();
-    EXPECT_EQ(running.members(10), (std::vector<IntfId>{eth(1), eth(2)}));
-    EXPECT_EQ(running.members(20), std::vector<IntfId>{lag(1)});
-  } while (std::next_permutation(order.begin(), order.end()));
 }
 
 }  // namespace
