@@ -50,7 +50,19 @@ struct EvpnFloodSetFecSm::FloodSetHooks : FloodSetHookDefaults {
   }
 };
 
-// Watches the hardware's status of one flood set's configurations.
+size_t EvpnFloodSetFecSm::ConfigViaHash::operator()(MplsDestConfig const& config) const noexcept {
+  Qor::WordHashAccumulator acc;
+  acc.mix(uint64_t(config.label().value()) << 32);
+  acc.mix(config.tunnelId().value());
+  return acc.result();
+}
+
+// Watches the hardware's status of one flood set's configurations, and keeps which of them
+// it heard reported programmed: the report of an entry can come twice (the initial walk
+// and a notification of the same entry queued before it, or two notifications of one
+// entry that read its latest state), and the set keeps a repeated report from counting
+// twice. It lives as long as the reactor, so a status that leaves the report, or a
+// restarted state machine, starts from nothing.
 class EvpnFloodSetFecSm::QorVlanFloodSetStatus
     : public Qor::ReactorOf<VlanFloodSetStatus, EvpnFloodSetFecSm> {
  public:
@@ -60,7 +72,7 @@ class EvpnFloodSetFecSm::QorVlanFloodSetStatus
 
   void onAttribute(Qor::AttributeId id, void const* key) override {
     if (id == VlanFloodSetStatus::mplsDestStatusAttr) {
-      sm()->handleMplsDestStatus(notifier()->macVlanPair(), Qor::keyAs<MplsDestConfig>(key));
+      sm()->handleMplsDestStatus(notifier()->macVlanPair(), Qor::keyAs<MplsDestConfig>(key), programmed_);
     }
   }
 
@@ -71,9 +83,12 @@ class EvpnFloodSetFecSm::QorVlanFloodSetStatus
            " pair: ", notifier()->macVlanPair());
     // A snapshot: what follows from one entry may reach the platform, which writes this status.
     for (auto const& config : notifier()->mplsDestStatus().keys()) {
-      sm()->handleMplsDestStatus(notifier()->macVlanPair(), config);
+      sm()->handleMplsDestStatus(notifier()->macVlanPair(), config, programmed_);
     }
   }
+
+ private:
+  ProgrammedConfigs programmed_;
 };
 
 // Keeps one QorVlanFloodSetStatus per (VLAN, MAC) pair of the hardware's report.
@@ -94,12 +109,14 @@ class EvpnFloodSetFecSm::QorVlanFloodSetHwStatus
       return;
     }
     auto& reactors = sm()->vlanFloodSetStatus_;
-    if (VlanFloodSetStatus const* status = notifier()->status(pair)) {
-      reactors.add(pair, status, sm());
-    } else if (QorVlanFloodSetStatus* reactor = reactors.get(pair)) {
+    VlanFloodSetStatus const* status = notifier()->status(pair);
+    // A status that left, or that a new one of the same pair replaced: its entries read
+    // as no longer programmed (or as the new status has them) before its reactor goes.
+    if (QorVlanFloodSetStatus* reactor = reactors.get(pair); reactor && reactor->notifier() != status) {
       reactor->handleVlanFloodSetStatus();
       reactors.del(pair);
     }
+    if (status) reactors.add(pair, status, sm());
   }
 };
 
@@ -188,18 +205,14 @@ bool EvpnFloodSetFecSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr
   return floodSet && floodSet->destSetHas(dest);
 }
 
-// Whether some configuration of the pair that is programmed still goes through `via`.
-bool EvpnFloodSetFecSm::isViaProgrammedInPair(VlanFloodSetStatus const* status,
-                                              MplsFloodSetVia const& via) const {
-  if (!status) return false;
-  Bridging::VlanId const vlanId = status->macVlanPair().vlanId();
-  for (auto const& [config, programming] : status->mplsDestStatus()) {
-    if (programming == programmed && config.tunnelId() == via.tunnelId() && config.label() == via.label() &&
-        floodSetVia(config.tunnelId(), config.label(), vlanId) == via) {
-      return true;
-    }
-  }
-  return false;
+// Whether another configuration of the pair that was reported programmed goes through the
+// via of `config`: in one flood set, the configurations of a via are those of its tunnel
+// and label, which share a probe run of the set.
+bool EvpnFloodSetFecSm::isViaProgrammedInPair(ProgrammedConfigs const& programmedConfigs,
+                                              MplsDestConfig const& config) {
+  return programmedConfigs.anyWithHashOf(config, [&](MplsDestConfig const& other) {
+    return other.tunnelId() == config.tunnelId() && other.label() == config.label() && other != config;
+  });
 }
 
 void EvpnFloodSetFecSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
@@ -393,8 +406,8 @@ void EvpnFloodSetFecSm::handleHwTunnelIdMapping(TunnelId tunnelId) {
   for (auto const& via : entry->mplsFloodSetViaSet().keys()) processFecRequest(via);
 }
 
-void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
-                                             MplsDestConfig const& config) {
+void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config,
+                                             ProgrammedConfigs& programmedConfigs) {
   QTRACE(8, "EvpnFloodSetFecSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(), " mac: ", pair.macAddr(),
          " tunnelId: ", config.tunnelId(), " label: ", config.label());
   MplsFloodSetVia via;
@@ -410,11 +423,13 @@ void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
     return;
   }
   if (programming && *programming == programmed) {
+    programmedConfigs.insert(config);
     floodSetStatusCacheIs(via)->statusIs(pair);
     return;
   }
+  programmedConfigs.erase(config);
   // Another destination of the same flood set may share the via and still be programmed.
-  if (isViaProgrammedInPair(status, via)) return;
+  if (isViaProgrammedInPair(programmedConfigs, config)) return;
   if (MplsFloodSetViaToFloodSetStatus* entry = floodSetStatusCache(via)) {
     entry->statusDel(pair);
     if (entry->status().empty()) floodSetStatusCacheDel(via);

@@ -100,6 +100,20 @@ class FlatHashTable {
   iterator find(K const& k) noexcept { return iterator(this, indexOf(k)); }
   const_iterator find(K const& k) const noexcept { return const_iterator(this, indexOf(k)); }
   size_t count(K const& k) const noexcept { return indexOf(k) == capacity_ ? 0 : 1; }
+  // Whether an element whose hash equals k's (k itself, if present, among them) satisfies
+  // `pred`. Those elements all sit in k's probe run, so only that run is read: with a
+  // hash of part of the key, this finds the elements that agree with k on that part.
+  template <class Pred>
+  bool anyWithHashOf(K const& k, Pred pred) const {
+    if (size_ == 0) return false;
+    uint32_t const tag = tagOf(k);
+    size_t const mask = capacity_ - 1;
+    value_type const* const slots = this->slots();
+    for (size_t i = tag & mask, left = capacity_; left != 0 && tags_[i] != 0; --left, i = (i + 1) & mask) {
+      if (tags_[i] == tag && pred(std::as_const(slots[i]))) return true;
+    }
+    return false;
+  }
 
   // Map: inserts (k, V(args...)) unless k is present.
   template <class... A>

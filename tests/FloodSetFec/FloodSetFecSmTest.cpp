@@ -195,6 +195,45 @@ TEST_F(FloodSetFecTest, ViaStaysDrainingWhileAnotherConfigurationOfTheFloodSetUs
   EXPECT_FALSE(request->rowHas(fecId));
 }
 
+// Rewrites every entry reported programmed while the status notifies of it, so that the
+// state machine hears the report again (reading the entry's latest state), twice more.
+class RepeatProgrammedReports : public Qor::Reactor {
+ public:
+  explicit RepeatProgrammedReports(Fenn::VlanFloodSetStatus* status)
+      : Reactor(status, nullptr), status_(status) {}
+  void onAttribute(Qor::AttributeId, void const* key) override {
+    Fenn::MplsDestConfig const config = Qor::keyAs<Fenn::MplsDestConfig>(key);
+    Fenn::HwProgrammingStatus const* programming = status_->mplsDestStatus().find(config);
+    if (repeating_ || !programming || *programming != Fenn::programmed) return;
+    repeating_ = true;
+    status_->mplsDestStatusDel(config);
+    status_->mplsDestStatusIs(config, Fenn::programmed);
+  }
+  void onCreate() override {}
+  void done() { repeating_ = false; }
+
+ private:
+  Fenn::VlanFloodSetStatus* status_;
+  bool repeating_ = false;
+};
+
+TEST_F(FloodSetFecTest, RepeatedReportsOfAProgrammedConfigurationCountItOnce) {
+  add(10, ldpTunnel(1));
+  FecId const fecId = fecIdOf(ldpTunnel(1));
+  Fenn::VlanFloodSetStatus* status = hwStatus->statusIs(pair10);
+  RepeatProgrammedReports repeat(status);
+  for (uint32_t hwTunnelId : {1, 2}) {
+    status->mplsDestStatusIs(config(ldpTunnel(1), hwTunnelId), Fenn::programmed);
+    repeat.done();
+  }
+  del(10, ldpTunnel(1));
+  status->mplsDestStatusDel(config(ldpTunnel(1)));
+  EXPECT_TRUE(request->rowHas(fecId));
+  status->mplsDestStatusDel(config(ldpTunnel(1), 2));
+  EXPECT_FALSE(request->rowHas(fecId));
+  EXPECT_FALSE(sm->floodSetStatusCacheHas(via(ldpTunnel(1))));
+}
+
 // FEC ID reuse.
 
 TEST_F(FloodSetFecTest, FecIdIsNotReusedWhileItsResponseExistsNorWithinTheHoldBack) {

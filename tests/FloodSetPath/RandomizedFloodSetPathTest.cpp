@@ -1,10 +1,12 @@
 // The flood-set path of the simulated switch under a long random sequence of input changes:
 // destinations of every type coming and going (SR-TE-steered ones included, whose
 // configuration can equal another destination's), hardware tunnel IDs moving between pools, FEC
-// answers delayed or withheld and flood-set programming lagging. Once the inputs stop and
-// the simulated hardware has caught up, the switch must hold exactly what a fresh switch
-// built on the final inputs holds, with a FEC request and a HwInfoMapping entry for exactly
-// the vias in use. The seed is printed; FENN_TEST_SEED replays one.
+// answers delayed or withheld, flood-set programming lagging and the library restarting
+// on hardware that keeps its status. Once the inputs stop and the simulated hardware has
+// caught up, the switch must hold exactly what a fresh switch built on the final inputs
+// holds, with a FEC request and a HwInfoMapping entry for exactly the vias in use, and
+// the FEC machine must hold each via programmed in exactly the flood sets whose status
+// reports a configuration with it programmed. The seed is printed; FENN_TEST_SEED replays one.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -71,6 +73,29 @@ std::set<std::string> configurationOf(Sim::Switch const& sw) {
       out.insert(Qor::valueToStrep(pair) + " " + Qor::valueToStrep(entry.tunnelId()) + " " +
                  Qor::valueToStrep(entry.label()) + " " + Qor::valueToStrep(entry.l2IntfId()));
     }
+  }
+  return out;
+}
+
+using ProgrammedPairs = std::set<std::pair<MplsFloodSetVia, Bridging::MacVlanPair>>;
+
+// The (via, flood set) pairs the hardware reports a configuration programmed for.
+ProgrammedPairs reportedProgrammed(Sim::Switch const& sw) {
+  ProgrammedPairs out;
+  for (auto const& [pair, status] : sw.floodSetHwStatus()->status()) {
+    for (auto const& [config, programming] : status->mplsDestStatus()) {
+      if (programming == Fenn::programmed)
+        out.emplace(Fenn::floodSetVia(config.tunnelId(), config.label(), pair.vlanId()), pair);
+    }
+  }
+  return out;
+}
+
+// The same pairs as the FEC machine holds them.
+ProgrammedPairs heldProgrammed(Sim::Switch const& sw) {
+  ProgrammedPairs out;
+  for (auto const& [via, entry] : sw.floodSetFecSm()->floodSetStatusCache()) {
+    for (auto const& pair : entry->status()) out.emplace(via, pair);
   }
   return out;
 }
@@ -179,8 +204,10 @@ class RandomizedFloodSetPath : public ::testing::Test {
     } else if (r < 83) {
       double const delays[] = {0.0, 0.5, 3.0};
       sw.fecResponseDelayIs(delays[pick(3)]);
-    } else if (r < 90) {
+    } else if (r < 89) {
       sw.floodSetProgrammingPausedIs(!sw.floodSetProgrammingPaused());
+    } else if (r < 90) {
+      sw.restart();
     } else {
       sw.advance(0.25 * static_cast<double>(pick(16)));
     }
@@ -224,6 +251,7 @@ TEST_F(RandomizedFloodSetPath, SettlesToWhatAFreshPathBuildsOnTheFinalInputs) {
                       Fenn::destMplsTunnelId(e.dest) != e.dest.mpls().tunnelId();
     }
     EXPECT_EQ(sw.remoteInfoFinderSm()->inconsistentSrTeDestCount(), inconsistent);
+    EXPECT_EQ(heldProgrammed(sw), reportedProgrammed(sw)) << "seed " << seed << " run " << run;
 
     Sim::Switch fresh(hardware, "fresh", {l2Rib, evpnStatus});
     fresh.advance(60.0);

@@ -1,9 +1,9 @@
 // The flat hash table behind the runtime collections, checked against the standard
 // containers under random inserts and erases with a hash that piles keys into a few long
 // probe runs (some wrapping around the end of the slots), where backward-shift erasing
-// and resizing go wrong if they go wrong at all (random writes, and bursts that grow and
-// shrink the table through every size); and a ReactorMap whose new reactor's initial walk
-// grows the map that is adding it.
+// and resizing go wrong if they go wrong at all (random writes, with the keys of equal
+// hash looked up by probe run, and bursts that grow and shrink the table through every
+// size); and a ReactorMap whose new reactor's initial walk grows the map that is adding it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -63,6 +63,12 @@ TEST(FlatHashTable, MapAndSetMatchTheStandardContainersUnderRandomWrites) {
       for (int probe = 0; probe < 64; ++probe) {
         ASSERT_EQ(map.count(probe), refMap.count(probe)) << "step " << step << " key " << probe;
         ASSERT_EQ(set.count(probe), refSet.count(probe)) << "step " << step << " key " << probe;
+        // The other keys of the probe's hash, found in its probe run alone.
+        bool const sharesHash = std::any_of(refSet.begin(), refSet.end(), [&](int k) {
+          return k != probe && ClumpingHash()(k) == ClumpingHash()(probe);
+        });
+        ASSERT_EQ(set.anyWithHashOf(probe, [&](int k) { return k != probe; }), sharesHash)
+            << "step " << step << " key " << probe;
       }
       if (step % 100 == 0) {
         expectSameContents(map, refMap);
