@@ -22,6 +22,7 @@
 //  - BM_Restart: Sim::Switch::restart on inputs that hold a million destinations;
 //    BM_RestartBuild and BM_RestartTeardown time its halves apart: a new switch built on
 //    those inputs until their configuration is complete, and a filled switch released.
+//    BM_SwitchAddDestinationsRestartSize is the first fill of the same destinations.
 //  - BM_HwTunnelIdChange: with the 196K population in place, one tunnel moves between
 //    hardware tunnel ID pools (its segment's shared ESI label is switched), which rewrites
 //    the configuration of each of its 12,282 destinations.
@@ -289,6 +290,14 @@ BENCHMARK(BM_LibraryRemoveDestinations)->Name("BM_LibraryRemoveDestinations3M")-
 // flood-set configuration is complete again. The two halves are timed apart below.
 uint64_t const restartVlans = 4094;
 uint64_t const restartTunnels = 82;
+
+// The first fill of the same million destinations into a new switch, for comparison: the
+// build below does the same work, walk by walk instead of destination by destination.
+BENCHMARK(BM_SwitchAddDestinations)
+    ->Name("BM_SwitchAddDestinationsRestartSize")
+    ->Args({int64_t(restartVlans), int64_t(restartTunnels)})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
 
 void BM_Restart(benchmark::State& state) {
   Run<SwitchHarness> run(restartVlans, restartTunnels);

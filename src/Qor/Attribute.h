@@ -4,13 +4,14 @@
 //
 //   QOR_SCALAR(name, T, initial)  name(), nameIs(v)
 //   QOR_MAP(name, K, V)           name(k) (default V when absent), nameHas(k), nameIs(k, v),
-//                                 nameDel(k) -> bool, nameDelAll(), name() for iteration
+//                                 nameDel(k) -> bool, nameDelAll(), name() for iteration,
+//                                 nameReserve(n) (room for n elements, nothing notified)
 //   QOR_COUNTER(name, K, V)       QOR_MAP plus nameInc(k, n), nameDec(k, n)
 //   QOR_SET(name, K)              name(k) / nameHas(k) -> bool, nameIs(k[, bool]), nameDel(k),
-//                                 nameDelAll(), name() for iteration
+//                                 nameDelAll(), name() for iteration, nameReserve(n)
 //   QOR_CHILDREN(name, K, Child)  name(k) -> Child* (nullptr when absent), nameHas(k),
 //                                 nameIs(k, args...) instantiates Child(k, args...) and returns it,
-//                                 nameDel(k), nameDelAll(), name() for iteration
+//                                 nameDel(k), nameDelAll(), name() for iteration, nameReserve(n)
 // Type arguments must not contain top-level commas (use an alias).
 #pragma once
 
@@ -37,7 +38,8 @@
   auto const& name() const noexcept { return name##_; }        \
   void name##Is(K const& k, V const& v) { name##_.set(k, v); } \
   bool name##Del(K const& k) { return name##_.del(k); }        \
-  void name##DelAll() { name##_.delAll(); }
+  void name##DelAll() { name##_.delAll(); }                    \
+  void name##Reserve(size_t n) { name##_.reserve(n); }
 
 #define QOR_MAP(name, K, V)                        \
   QOR_MAP_ACCESSORS(name, K, V)                    \
@@ -66,6 +68,7 @@
   void name##Is(K const& k, bool member = true) { name##_.set(k, member); } \
   bool name##Del(K const& k) { return name##_.del(k); }                     \
   void name##DelAll() { name##_.delAll(); }                                 \
+  void name##Reserve(size_t n) { name##_.reserve(n); }                      \
                                                                             \
  private:                                                                   \
   ::Qor::Set<K> name##_{this, name##Attr};                                  \
@@ -85,6 +88,7 @@
   }                                                              \
   bool name##Del(K const& k) { return name##_.del(k); }          \
   void name##DelAll() { name##_.delAll(); }                      \
+  void name##Reserve(size_t n) { name##_.reserve(n); }           \
                                                                  \
  private:                                                        \
   ::Qor::ChildMap<K, Child> name##_{this, name##Attr};           \

@@ -125,6 +125,8 @@ class ValueMap final : public AttributeBase {
     for (auto const& [k, v] : map_) out.push_back(k);
     return out;
   }
+  // Room for `n` elements; no notification (see FlatHashTable::reserve).
+  void reserve(size_t n) { map_.reserve(n); }
   size_t size() const noexcept { return map_.size(); }
   bool empty() const noexcept { return map_.empty(); }
   const_iterator begin() const noexcept { return map_.begin(); }
@@ -172,6 +174,8 @@ class Set final : public AttributeBase {
   }
 
   std::vector<K> keys() const { return std::vector<K>(set_.begin(), set_.end()); }
+  // Room for `n` elements; no notification (see FlatHashTable::reserve).
+  void reserve(size_t n) { set_.reserve(n); }
   size_t size() const noexcept { return set_.size(); }
   bool empty() const noexcept { return set_.empty(); }
   const_iterator begin() const noexcept { return set_.begin(); }
@@ -228,6 +232,8 @@ class ChildMap final : public AttributeBase {
     for (auto const& [k, v] : map_) out.push_back(k);
     return out;
   }
+  // Room for `n` elements; no notification (see FlatHashTable::reserve).
+  void reserve(size_t n) { map_.reserve(n); }
   size_t size() const noexcept { return map_.size(); }
   bool empty() const noexcept { return map_.empty(); }
   const_iterator begin() const noexcept { return map_.begin(); }

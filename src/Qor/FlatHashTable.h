@@ -131,6 +131,16 @@ class FlatHashTable {
     eraseAt(i);
     return 1;
   }
+  // Makes room for `n` elements, so that adding up to that many does not grow the table;
+  // never shrinks it. A table filled from an input whose size is known ahead (a state
+  // machine's first walk) takes its memory once instead of moving every element through
+  // each power of two on the way.
+  void reserve(size_t n) {
+    if (n <= maxSize(capacity_)) return;
+    size_t capacity = capacity_ ? size_t(capacity_) : minCapacity;
+    while (maxSize(capacity) < n) capacity *= 2;
+    moveTo(allocateTags(capacity), capacity);
+  }
   // Removes every element and lets all the memory go.
   void clear() noexcept {
     destroyAll();

@@ -123,6 +123,33 @@ TEST(FlatHashTable, GrowsAndShrinksWithBurstsKeepingEveryElement) {
   EXPECT_EQ(map.capacity(), 0u);
 }
 
+// Reserving takes the memory for that many elements at once, keeps what the table holds
+// and never shrinks it; adding up to the reserved count does not grow it.
+TEST(FlatHashTable, ReserveMakesRoomOnceForTheElementsToCome) {
+  Qor::FlatHashTable<int, std::string, ClumpingHash> map;
+  map.reserve(0);
+  EXPECT_EQ(map.capacity(), 0u);
+  map.reserve(64);
+  EXPECT_EQ(map.capacity(), 64u);  // a small table may fill up
+  std::map<int, std::string> refMap;
+  for (int k = 0; k < 30; ++k) {
+    map.try_emplace(k, std::to_string(k));
+    refMap.try_emplace(k, std::to_string(k));
+  }
+  map.reserve(1000);
+  size_t const reserved = map.capacity();
+  EXPECT_EQ(reserved, 2048u);  // 1024 slots hold 896 elements at most
+  expectSameContents(map, refMap);
+  map.reserve(10);
+  EXPECT_EQ(map.capacity(), reserved);
+  for (int k = 30; k < 1000; ++k) {
+    map.try_emplace(k, std::to_string(k));
+    refMap.try_emplace(k, std::to_string(k));
+  }
+  EXPECT_EQ(map.capacity(), reserved);
+  expectSameContents(map, refMap);
+}
+
 // A reactor that, when created, adds the reactor for the next key to the same map.
 class Chain {
  public:
