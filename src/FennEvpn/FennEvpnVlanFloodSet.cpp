@@ -1,7 +1,10 @@
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
 
+#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanFloodSetHw.h"
 #include "FennEvpn/FennEvpnVlanFloodSetIndex.h"
+#include "L2Rib/FloodSetOutput.h"
+#include "Qor/Collection.h"
 
 namespace Fenn {
 
@@ -14,6 +17,23 @@ MplsFloodSetVia floodSetVia(TunnelId tunnelId, Ostra::MplsLabel label, Bridging:
 
 MplsFloodSetVia floodSetVia(VlanMacDest const& d) {
   return floodSetVia(destMplsTunnelId(d.dest()), d.dest().mpls().label(), d.vlanId());
+}
+
+FloodSetCensus floodSetCensus(L2Rib::FloodSetOutput const& output) {
+  FloodSetCensus census;
+  Qor::HashSet<MplsFloodSetVia> vias;
+  for (auto const& [vlanId, vlanFloodSet] : output.vlanFloodSet()) {
+    for (auto const& [macAddr, floodSet] : vlanFloodSet->floodSet()) {
+      census.destinations += floodSet->destSet().size();
+      for (auto const& dest : floodSet->destSet()) {
+        if (dest.destType() != L2Rib::destTypeMpls_) continue;
+        VlanMacDest const d(vlanId, macAddr, dest);
+        if (auto const via = usableValue([&] { return floodSetVia(d); })) vias.insert(*via);
+      }
+    }
+  }
+  census.vias = vias.size();
+  return census;
 }
 
 Qor::Ptr<HwInfoMapping> hwInfoMappingFactory() { return Qor::Ptr<HwInfoMapping>(new HwInfoMapping); }

@@ -7,6 +7,7 @@
 // so the configuration side and the FEC side always meet on the same HwInfoMapping key.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <type_traits>
@@ -22,6 +23,10 @@
 #include "Ostra/MplsLabel.h"
 #include "Qor/Record.h"
 #include "Tunnel/TunnelId.h"
+
+namespace L2Rib {
+class FloodSetOutput;
+}
 
 namespace Fenn {
 
@@ -197,5 +202,15 @@ FENN_EVPN_EXPORT MplsFloodSetVia floodSetVia(TunnelId tunnelId, Ostra::MplsLabel
 
 // The via of an MPLS flood-set destination (asserts that it is one).
 FENN_EVPN_EXPORT MplsFloodSetVia floodSetVia(VlanMacDest const& d);
+
+// How many destinations an MPLS flood-set output holds and how many distinct vias they
+// use (destinations no via can be formed for count as destinations only): the sizes of
+// the indexes a state machine fills on its first walk over the output, which it reserves
+// up front instead of growing them through every power of two.
+struct FloodSetCensus {
+  size_t destinations = 0;
+  size_t vias = 0;
+};
+FloodSetCensus floodSetCensus(L2Rib::FloodSetOutput const& output);
 
 }  // namespace Fenn

@@ -125,14 +125,12 @@ void EvpnVlanFloodSetSm::handleInitialized() {
   QTRACE(8, "EvpnVlanFloodSetSm::", "handleInitialized");
   vlanFloodSetHwConfig_->configDelAll();
   configSharers_.clear();
-  // The configuration written gets an entry per destination: sized for all of them at
-  // once, instead of doubling (and moving every entry) on the way to a million.
-  size_t destinations = 0;
-  for (auto const& [vlanId, vlanFloodSet] : floodSetOutput_->vlanFloodSet()) {
-    for (auto const& [macAddr, floodSet] : vlanFloodSet->floodSet())
-      destinations += floodSet->destSet().size();
-  }
-  mplsDestHwConfigReserve(destinations);
+  // The configuration written gets an entry per destination and the via index one per
+  // via: sized for all of them at once, instead of doubling (and moving every entry) on
+  // the way to a million.
+  FloodSetCensus const census = floodSetCensus(*floodSetOutput_);
+  mplsDestHwConfigReserve(census.destinations);
+  hwInfoMapKeyToFloodSetEntryReserve(census.vias);
   // Processing writes only this state machine's own state and the output, never the
   // input, so the input can be walked directly.
   for (auto const& [vlanId, vlanFloodSet] : floodSetOutput_->vlanFloodSet()) {
