@@ -17,9 +17,7 @@ class ChainDriver {
     uint32_t const id = uint32_t(below(12));
     switch (below(12)) {
       case 0:
-        sw_.chainDestIs(L2Rib::DestId(id % 8), L2Rib::Dest::vxlan(Ostra::IpGenAddr(), 0,
-                                                                  Tunnel::TunnelTable::TunnelId(
-                                                                      Tunnel::tunnelTypeLdp, 1 + below(4))));
+        destIs(L2Rib::DestId(id % 8));
         break;
       case 1:
         sw_.chainDestDel(L2Rib::DestId(id % 8));
@@ -48,11 +46,11 @@ class ChainDriver {
         L2Rib::ObjTuple const first = pick < 6   ? L2Rib::LabelId(below(12)).tuple()
                                       : pick < 9 ? L2Rib::LoadBalanceId(below(6)).tuple()
                                                  : dest();
-        sw_.hostIs(Bridging::MacVlanPair(Ostra::EthAddr(1 + below(40)), Bridging::VlanId(10)), first);
+        sw_.hostIs(host(), first);
         break;
       }
       case 9:
-        sw_.hostDel(Bridging::MacVlanPair(Ostra::EthAddr(1 + below(40)), Bridging::VlanId(10)));
+        sw_.hostDel(host());
         break;
       case 10:
         sw_.fecResponseDelayIs(below(2) ? 0.0 : 0.5);
@@ -63,7 +61,39 @@ class ChainDriver {
     }
   }
 
+  // A host over a label over a destination, all set at once: random steps alone rarely
+  // complete a chain, so rarely get a FEC requested, and more rarely withdraw one.
+  void wholeChainStep() {
+    L2Rib::DestId const dest(below(8));
+    L2Rib::LabelId const label(below(12));
+    destIs(dest);
+    sw_.labelIs(label, L2Rib::Label(Ostra::MplsLabel(1000 + below(3)), dest.tuple()));
+    sw_.hostIs(host(), label.tuple());
+  }
+
+  // Withdraws a part of whatever chains stand: a destination, a load balance, a label.
+  void withdrawalStep() {
+    switch (below(3)) {
+      case 0:
+        sw_.chainDestDel(L2Rib::DestId(below(8)));
+        break;
+      case 1:
+        sw_.loadBalanceDel(L2Rib::LoadBalanceId(below(6)));
+        break;
+      default:
+        sw_.labelDel(L2Rib::LabelId(below(12)));
+    }
+  }
+
  private:
+  void destIs(L2Rib::DestId dest) {
+    sw_.chainDestIs(dest,
+                    L2Rib::Dest::vxlan(Ostra::IpGenAddr(), 0,
+                                       Tunnel::TunnelTable::TunnelId(Tunnel::tunnelTypeLdp, 1 + below(4))));
+  }
+  Bridging::MacVlanPair host() {
+    return Bridging::MacVlanPair(Ostra::EthAddr(1 + below(40)), Bridging::VlanId(10));
+  }
   uint64_t below(uint64_t n) { return std::uniform_int_distribution<uint64_t>(0, n - 1)(rng_); }
   L2Rib::ObjTuple dest() { return L2Rib::DestId(below(8)).tuple(); }
 
