@@ -50,19 +50,7 @@ struct EvpnFloodSetFecSm::FloodSetHooks : FloodSetHookDefaults {
   }
 };
 
-size_t EvpnFloodSetFecSm::ConfigViaHash::operator()(MplsDestConfig const& config) const noexcept {
-  Qor::WordHashAccumulator acc;
-  acc.mix(uint64_t(config.label().value()) << 32);
-  acc.mix(config.tunnelId().value());
-  return acc.result();
-}
-
-// Watches the hardware's status of one flood set's configurations, and keeps which of them
-// it heard reported programmed: the report of an entry can come twice (the initial walk
-// and a notification of the same entry queued before it, or two notifications of one
-// entry that read its latest state), and the set keeps a repeated report from counting
-// twice. It lives as long as the reactor, so a status that leaves the report, or a
-// restarted state machine, starts from nothing.
+// Watches the hardware's status of one flood set's configurations.
 class EvpnFloodSetFecSm::QorVlanFloodSetStatus
     : public Qor::ReactorOf<VlanFloodSetStatus, EvpnFloodSetFecSm> {
  public:
@@ -72,7 +60,7 @@ class EvpnFloodSetFecSm::QorVlanFloodSetStatus
 
   void onAttribute(Qor::AttributeId id, void const* key) override {
     if (id == VlanFloodSetStatus::mplsDestStatusAttr) {
-      sm()->handleMplsDestStatus(notifier()->macVlanPair(), Qor::keyAs<MplsDestConfig>(key), programmed_);
+      sm()->handleMplsDestStatus(notifier()->macVlanPair(), Qor::keyAs<MplsDestConfig>(key));
     }
   }
 
@@ -83,12 +71,9 @@ class EvpnFloodSetFecSm::QorVlanFloodSetStatus
            " pair: ", notifier()->macVlanPair());
     // A snapshot: what follows from one entry may reach the platform, which writes this status.
     for (auto const& config : notifier()->mplsDestStatus().keys()) {
-      sm()->handleMplsDestStatus(notifier()->macVlanPair(), config, programmed_);
+      sm()->handleMplsDestStatus(notifier()->macVlanPair(), config);
     }
   }
-
- private:
-  ProgrammedConfigs programmed_;
 };
 
 // Keeps one QorVlanFloodSetStatus per (VLAN, MAC) pair of the hardware's report.
@@ -218,13 +203,16 @@ bool EvpnFloodSetFecSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr
   return floodSet && floodSet->destSetHas(dest);
 }
 
-// Whether another configuration of the pair that was reported programmed goes through the
-// via of `config`: in one flood set, the configurations of a via are those of its tunnel
-// and label, which share a probe run of the set.
-bool EvpnFloodSetFecSm::isViaProgrammedInPair(ProgrammedConfigs const& programmedConfigs,
+// Whether a configuration of the pair other than `config` that is programmed goes through
+// the same via. In one flood set a via is a tunnel and a label, and a configuration is
+// hashed on those two alone, so the configurations of one via share a probe run of the
+// status and only that run is read, not the whole flood set.
+bool EvpnFloodSetFecSm::isViaProgrammedInPair(VlanFloodSetStatus const* status,
                                               MplsDestConfig const& config) {
-  return programmedConfigs.anyWithHashOf(config, [&](MplsDestConfig const& other) {
-    return other.tunnelId() == config.tunnelId() && other.label() == config.label() && other != config;
+  return status && status->mplsDestStatus().anyWithHashOf(config, [&](auto const& entry) {
+    auto const& [other, programming] = entry;
+    return programming == programmed && other.tunnelId() == config.tunnelId() &&
+           other.label() == config.label() && other != config;
   });
 }
 
@@ -419,8 +407,8 @@ void EvpnFloodSetFecSm::handleHwTunnelIdMapping(TunnelId tunnelId) {
   for (auto const& via : entry->mplsFloodSetViaSet().keys()) processFecRequest(via);
 }
 
-void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config,
-                                             ProgrammedConfigs& programmedConfigs) {
+void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
+                                             MplsDestConfig const& config) {
   QTRACE(8, "EvpnFloodSetFecSm::", "handleMplsDestStatus", " vlan: ", pair.vlanId(), " mac: ", pair.macAddr(),
          " tunnelId: ", config.tunnelId(), " label: ", config.label());
   MplsFloodSetVia via;
@@ -436,13 +424,11 @@ void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair, 
     return;
   }
   if (programming && *programming == programmed) {
-    programmedConfigs.insert(config);
     floodSetStatusCacheIs(via)->statusIs(pair);
     return;
   }
-  programmedConfigs.erase(config);
   // Another destination of the same flood set may share the via and still be programmed.
-  if (isViaProgrammedInPair(programmedConfigs, config)) return;
+  if (isViaProgrammedInPair(status, config)) return;
   if (MplsFloodSetViaToFloodSetStatus* entry = floodSetStatusCache(via)) {
     entry->statusDel(pair);
     if (entry->status().empty()) floodSetStatusCacheDel(via);

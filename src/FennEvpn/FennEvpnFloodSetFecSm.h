@@ -36,7 +36,6 @@
 #include "L2Rib/FloodSetOutput.h"
 #include "Ostra/EthAddr.h"
 #include "Qor/Attribute.h"
-#include "Qor/FlatHashTable.h"
 #include "Qor/StateMachine.h"
 #include "Vasp/FibFec.h"
 
@@ -109,14 +108,6 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   using QorVlanFloodSet = FloodSetReactors<FloodSetHooks>::QorVlanFloodSet;
   using QorFloodSet = FloodSetReactors<FloodSetHooks>::QorFloodSet;
   class QorVlanFloodSetStatus;
-  // The configurations of one flood set that the hardware reported programmed, each held
-  // once however often it was reported, hashed by tunnel and label alone: with the flood
-  // set's VLAN they make the via, so the configurations that share a via share a probe run
-  // and are found without walking the flood set.
-  struct ConfigViaHash {
-    size_t operator()(MplsDestConfig const& config) const noexcept;
-  };
-  using ProgrammedConfigs = Qor::FlatHashTable<MplsDestConfig, void, ConfigViaHash>;
   class QorVlanFloodSetHwStatus;
   class QorHwTunnelIdMapping;
   class QorMplsFloodSetFecResponse;
@@ -135,10 +126,9 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   void reserveForFloodSets();
   bool hasFecResponse(Vasp::Fib::FecId fecId) const;
   void handleHwTunnelIdMapping(TunnelId tunnelId);
-  void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config,
-                            ProgrammedConfigs& programmedConfigs);
+  void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config);
   bool isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest) const;
-  static bool isViaProgrammedInPair(ProgrammedConfigs const& programmedConfigs, MplsDestConfig const& config);
+  static bool isViaProgrammedInPair(VlanFloodSetStatus const* status, MplsDestConfig const& config);
 
   Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;
   Qor::Ptr<TunnelIdToHwTunnelIdMapping const> hwTunnelIdMapping_;

@@ -172,13 +172,15 @@ class FENN_EVPN_EXPORT MplsDestConfig : public Qor::RecordValue<MplsDestConfig> 
     visit("hwIdForTunnelProgramming", self.hwIdForTunnelProgramming_);
     visit("l2IntfId", self.l2IntfId_);
   }
-  // The key of the configuration and status sets: hashed as words, like VlanMacDest.
+  // The key of the configuration and status sets, hashed on the tunnel and the label alone:
+  // in one flood set they are the via, so the configurations of a via (an old one and its
+  // replacement while the hardware moves from one to the other) share a probe run, and
+  // whether another of them is still programmed reads that run only. A flood set's
+  // destinations differ in tunnel or label, so they still spread over the table.
   uint32_t hash(uint32_t seed) const noexcept {
     Qor::WordHashAccumulator acc(seed);
-    acc.mix(uint64_t(hwTunnelId_.type()) << 56 | uint64_t(label_.value()) << 32 | hwTunnelId_.id());
+    acc.mix(uint64_t(label_.value()) << 32);
     acc.mix(tunnelId_.value());
-    acc.mix(hwIdForTunnelProgramming_);
-    acc.mix(l2IntfId_.value());
     return acc.result();
   }
 

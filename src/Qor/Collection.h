@@ -88,6 +88,11 @@ class ValueMap final : public AttributeBase {
     return it == map_.end() ? nullptr : &it->second;
   }
   bool has(K const& k) const { return map_.find(k) != map_.end(); }
+  // Whether an entry whose key hashes as `k` does satisfies `pred` (see FlatHashTable).
+  template <class Pred>
+  bool anyWithHashOf(K const& k, Pred pred) const {
+    return map_.anyWithHashOf(k, pred);
+  }
 
   void set(K const& k, V const& v) {
     auto [it, inserted] = map_.try_emplace(k, v);

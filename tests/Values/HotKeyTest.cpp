@@ -1,7 +1,8 @@
 // The keys that grow with the flood-set destinations (L2Rib::Dest, Fenn::VlanMacDest,
-// Fenn::MplsDestConfig): their hand-written hashes (equal keys hash equally, every field
-// that equality compares reaches the hash), and a destination that stores only its own
-// type's data yet reads, compares and orders as if every type's data were there.
+// Fenn::MplsDestConfig): their hand-written hashes (equal keys hash equally; every field
+// that equality compares reaches the hash, except that a configuration hashes its via
+// alone), and a destination that stores only its own type's data yet reads, compares and
+// orders as if every type's data were there.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -79,26 +80,28 @@ TEST(HotKey, DestReadsOtherTypesDataAsDefaultsAndOrdersByTypeThenData) {
   EXPECT_EQ(copy.vxlan(), L2Rib::VxlanDest());
 }
 
-TEST(HotKeyHash, VlanMacDestAndMplsDestConfigHashEveryField) {
+TEST(HotKeyHash, VlanMacDestHashesEveryFieldAndMplsDestConfigItsVia) {
   Dest const dest = Dest::mpls(TunnelId(Tunnel::tunnelTypeLdp, 1), MplsLabel(100));
   VlanMacDest const d(VlanId(10), EthAddr::broadcast(), dest);
   expectEveryFieldHashed(
       d, {VlanMacDest(VlanId(11), EthAddr::broadcast(), dest), VlanMacDest(VlanId(10), EthAddr(1), dest),
           VlanMacDest(VlanId(10), EthAddr::broadcast(), Dest::mpls(dest.mpls().tunnelId(), MplsLabel(101)))});
 
+  // A configuration hashes its tunnel and label, and nothing else: the configurations of
+  // one via must share a probe run (the FEC machine reads only that run).
   TunnelId const tunnel(Tunnel::tunnelTypeLdp, 1);
   HwTunnelId const hwId(Fenn::hwTunnelIdTypeDefault, 5);
   MplsDestConfig const config(tunnel, MplsLabel(100), hwId, 0x1000, IntfId::dynamicTunnel(tunnel));
   expectEveryFieldHashed(
       config, {MplsDestConfig(TunnelId(Tunnel::tunnelTypeLdp, 2), MplsLabel(100), hwId, 0x1000,
                               IntfId::dynamicTunnel(tunnel)),
-               MplsDestConfig(tunnel, MplsLabel(101), hwId, 0x1000, IntfId::dynamicTunnel(tunnel)),
-               MplsDestConfig(tunnel, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeSharedEs, 5), 0x1000,
-                              IntfId::dynamicTunnel(tunnel)),
-               MplsDestConfig(tunnel, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeDefault, 6), 0x1000,
-                              IntfId::dynamicTunnel(tunnel)),
-               MplsDestConfig(tunnel, MplsLabel(100), hwId, 0x1001, IntfId::dynamicTunnel(tunnel)),
-               MplsDestConfig(tunnel, MplsLabel(100), hwId, 0x1000, IntfId())});
+               MplsDestConfig(tunnel, MplsLabel(101), hwId, 0x1000, IntfId::dynamicTunnel(tunnel))});
+  for (MplsDestConfig const& sameVia :
+       {MplsDestConfig(tunnel, MplsLabel(100), HwTunnelId(Fenn::hwTunnelIdTypeSharedEs, 5), 0x1000,
+                       IntfId::dynamicTunnel(tunnel)),
+        MplsDestConfig(tunnel, MplsLabel(100), hwId, 0x1001, IntfId())}) {
+    EXPECT_EQ(sameVia.hash(3), config.hash(3)) << Qor::valueToStrep(sameVia);
+  }
 }
 
 }  // namespace
