@@ -174,25 +174,12 @@ void EvpnFloodSetFecSm::handleInitialized() {
   // Requests the previous instance left are withdrawn, and IDs it left answered held.
   reservePreviousRunFecIds<PreviousRunTexts>(qorTraceHandle_, *mplsFloodSetFecRequest_,
                                              *mplsFloodSetFecResponse_, *this);
-  reserveForFloodSets();
   // The reactors ignored everything until now; show each of them its input's whole state.
   // The hardware status goes first, so that no via that is still programmed looks unused.
   qorVlanFloodSetHwStatus_->onCreate();
   qorFloodSetOutput_->onCreate();
   qorMplsFloodSetFecResponse_->onCreate();
   qorHwTunnelIdMapping_->onCreate();
-}
-
-// Every via of the flood sets gets an entry in each per-via index, a request and, once
-// answered, its hardware information: sized for all of them at once, instead of doubling
-// (and moving every entry) on the way to hundreds of thousands.
-void EvpnFloodSetFecSm::reserveForFloodSets() {
-  size_t const vias = floodSetCensus(*floodSetOutput_).vias;
-  floodSetEntryCacheReserve(vias);
-  mplsFloodSetViaCacheReserve(vias);
-  fecIdCacheReserve(vias);
-  mplsFloodSetFecRequest_->rowReserve(vias);
-  hwInfoMapping_->mappingReserve(vias);
 }
 
 bool EvpnFloodSetFecSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,

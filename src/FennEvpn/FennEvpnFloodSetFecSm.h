@@ -123,7 +123,6 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   void updateTunnelInfoCache(MplsFloodSetVia const& via, bool add);
   void handleFecResponse(Vasp::Fib::FecId fecId);
   // Sizes the per-via indexes and outputs for the flood sets' vias before the first walk.
-  void reserveForFloodSets();
   bool hasFecResponse(Vasp::Fib::FecId fecId) const;
   void handleHwTunnelIdMapping(TunnelId tunnelId);
   void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config);

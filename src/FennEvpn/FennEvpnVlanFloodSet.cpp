@@ -1,10 +1,8 @@
 #include "FennEvpn/FennEvpnVlanFloodSet.h"
 
-#include "FennEvpn/FennEvpnUnusableInput.h"
 #include "FennEvpn/FennEvpnVlanFloodSetHw.h"
 #include "FennEvpn/FennEvpnVlanFloodSetIndex.h"
 #include "L2Rib/FloodSetOutput.h"
-#include "Qor/Collection.h"
 
 namespace Fenn {
 
@@ -19,21 +17,13 @@ MplsFloodSetVia floodSetVia(VlanMacDest const& d) {
   return floodSetVia(destMplsTunnelId(d.dest()), d.dest().mpls().label(), d.vlanId());
 }
 
-FloodSetCensus floodSetCensus(L2Rib::FloodSetOutput const& output) {
-  FloodSetCensus census;
-  Qor::HashSet<MplsFloodSetVia> vias;
+size_t floodSetDestinationCount(L2Rib::FloodSetOutput const& output) {
+  size_t destinations = 0;
   for (auto const& [vlanId, vlanFloodSet] : output.vlanFloodSet()) {
-    for (auto const& [macAddr, floodSet] : vlanFloodSet->floodSet()) {
-      census.destinations += floodSet->destSet().size();
-      for (auto const& dest : floodSet->destSet()) {
-        if (dest.destType() != L2Rib::destTypeMpls_) continue;
-        VlanMacDest const d(vlanId, macAddr, dest);
-        if (auto const via = usableValue([&] { return floodSetVia(d); })) vias.insert(*via);
-      }
-    }
+    for (auto const& [macAddr, floodSet] : vlanFloodSet->floodSet())
+      destinations += floodSet->destSet().size();
   }
-  census.vias = vias.size();
-  return census;
+  return destinations;
 }
 
 Qor::Ptr<HwInfoMapping> hwInfoMappingFactory() { return Qor::Ptr<HwInfoMapping>(new HwInfoMapping); }

@@ -205,14 +205,9 @@ FENN_EVPN_EXPORT MplsFloodSetVia floodSetVia(TunnelId tunnelId, Ostra::MplsLabel
 // The via of an MPLS flood-set destination (asserts that it is one).
 FENN_EVPN_EXPORT MplsFloodSetVia floodSetVia(VlanMacDest const& d);
 
-// How many destinations an MPLS flood-set output holds and how many distinct vias they
-// use (destinations no via can be formed for count as destinations only): the sizes of
-// the indexes a state machine fills on its first walk over the output, which it reserves
-// up front instead of growing them through every power of two.
-struct FloodSetCensus {
-  size_t destinations = 0;
-  size_t vias = 0;
-};
-FloodSetCensus floodSetCensus(L2Rib::FloodSetOutput const& output);
+// How many destinations a flood-set output holds, read from the sets' sizes without
+// walking them: the size of an index with an entry per destination, which a state machine
+// reserves before its first walk instead of growing it through every power of two.
+size_t floodSetDestinationCount(L2Rib::FloodSetOutput const& output);
 
 }  // namespace Fenn

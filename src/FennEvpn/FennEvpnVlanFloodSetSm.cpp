@@ -125,12 +125,9 @@ void EvpnVlanFloodSetSm::handleInitialized() {
   QTRACE(8, "EvpnVlanFloodSetSm::", "handleInitialized");
   vlanFloodSetHwConfig_->configDelAll();
   configSharers_.clear();
-  // The configuration written gets an entry per destination and the via index one per
-  // via: sized for all of them at once, instead of doubling (and moving every entry) on
-  // the way to a million.
-  FloodSetCensus const census = floodSetCensus(*floodSetOutput_);
-  mplsDestHwConfigReserve(census.destinations);
-  hwInfoMapKeyToFloodSetEntryReserve(census.vias);
+  // The configuration written gets an entry per destination: sized for all of them at
+  // once, instead of doubling (and moving every entry) on the way to a million.
+  mplsDestHwConfigReserve(floodSetDestinationCount(*floodSetOutput_));
   // Processing writes only this state machine's own state and the output, never the
   // input, so the input can be walked directly.
   for (auto const& [vlanId, vlanFloodSet] : floodSetOutput_->vlanFloodSet()) {

@@ -166,12 +166,6 @@ class Table : public Qor::Entity {
     broadcastKey(k);
     return removed;
   }
-  // Room for `n` rows, so that a writer filling the table from an input of known size
-  // does not grow it row by row; nobody is notified.
-  void rowReserve(size_t n) {
-    if (mode_ != Mode::writer) throw ReadOnlyError("reserve in read-only Vasp table");
-    storage_->rows.reserve(n);
-  }
   void rowDelAll() {
     if (mode_ != Mode::writer) throw ReadOnlyError("remove to read-only Vasp table");
     for (auto const& k : rowKeys()) rowDel(k);
