@@ -72,11 +72,4 @@ TEST_F(HwTunnelIdSmDeathTest, ReviewOfWaitingTunnels) {
                assertion("initialized()", kFile));
 }
 
-// The default pool running dry for a segment's peer outside simulation.
-TEST_F(HwTunnelIdSmDeathTest, DefaultPoolExhaustedOutsideSimulation) {
-  start();
-  unsetenv("SIMULATION_VMID");
-  EXPECT_DEATH(addPeer(1, 14), assertion("!hwTunnelIdOverflow( hwTunnelIdType )", kFile));
-}
-
 }  // namespace
