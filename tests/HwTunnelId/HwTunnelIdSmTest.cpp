@@ -2,8 +2,9 @@
 // initialization and teardown. What must hold after any sequence of changes (no ID lost or
 // doubled, zombies exactly the unneeded tunnels, no wait while a pool has room) is the
 // randomized test's (reclaiming a zombie, a reused zombie leaving the zombie set, a tunnel
-// leaving its shared segment going back to the default pool, among others); these cases pin
-// the choices it cannot see.
+// moving between pools as its segment's shared label comes and goes, a review asked for
+// after a pass that yielded starting over, among others); these cases pin the choices it
+// cannot see.
 #include <cstdlib>
 
 #include "FennEvpn/FennEvpnHwTunnelIdSmHelper.h"
@@ -86,22 +87,6 @@ TEST_F(AllocationTest, BothPoolsEmptyLogFullOnceThenNormalOnce) {
   EXPECT_EQ(logged(), std::vector<std::string>({kFull, kNormal}));
 }
 
-TEST_F(AllocationTest, SharedLabelToggleMovesTunnelsBetweenPools) {
-  freeIds({defaultId(1), defaultId(2), sharedId(1)});
-  start();
-  addPeer(1, 10);
-  EXPECT_EQ(hwId(10), defaultId(1));
-
-  sharedLabel(1, true);
-  EXPECT_EQ(hwId(10), sharedId(1));
-  EXPECT_EQ(helper->releaseHwTunnelIdHwTunnelId(), defaultId(1));
-
-  sharedLabel(1, false);
-  EXPECT_EQ(hwId(10), defaultId(2)) << "released IDs queue behind the ones free before them";
-  EXPECT_EQ(helper->releaseHwTunnelIdHwTunnelId(), sharedId(1));
-  EXPECT_EQ(freeCount(hwTunnelIdTypeSharedEs), 1u);
-}
-
 // A move between pools that finds the needed pool dry keeps the old ID, which still
 // forwards, and waits for the review like a tunnel without an ID; holding an ID, it raises
 // no overflow (the default pool's flag would stop a switch whose tunnel still works).
@@ -169,27 +154,6 @@ TEST_F(ReviewTest, ReviewDrainsUnprogrammedTunnelsInSlices) {
   EXPECT_TRUE(sm->unprogrammedTunnel().empty());
   EXPECT_EQ(scheduler->pendingTaskCount(), 0u) << "a finished walk does not reschedule";
   for (uint64_t t = 10; t < 15; ++t) EXPECT_EQ(hwId(t), defaultId(static_cast<uint32_t>(t - 9)));
-}
-
-// A pass that had to yield leaves its bookmark behind; the next review asked for starts
-// from the first tunnel again, so one that began waiting below the old bookmark is not
-// skipped.
-TEST_F(ReviewTest, NewReviewStartsOverAfterAPassThatYielded) {
-  scheduler->workQuotaIs(2);
-  start();
-  for (uint64_t t = 10; t < 15; ++t) floodInc(t);
-  freeIds({defaultId(1), defaultId(2), defaultId(3), defaultId(4), defaultId(5)});
-  sm->maybeScheduleUnprogrammedReview(true);
-  scheduler->advanceBy(10);
-  ASSERT_TRUE(sm->unprogrammedTunnel().empty());
-  ASSERT_EQ(sm->bookmark(), tunnel(14));
-
-  floodInc(5);
-  ASSERT_TRUE(sm->unprogrammedTunnelHas(tunnel(5)));
-  freeIds({defaultId(6)});
-  sm->maybeScheduleUnprogrammedReview(true);
-  scheduler->runReady();
-  EXPECT_EQ(hwId(5), defaultId(6));
 }
 
 using LifecycleTest = Harness;
