@@ -157,16 +157,6 @@ TEST_F(FloodSetFecTest, ResponsePublishesHardwareInfoAndItsRemovalWithdrawsIt) {
   EXPECT_EQ(sm->numAllocatorStatus().inUseCount(), 1u);
 }
 
-TEST_F(FloodSetFecTest, StaleResponseChangesNothing) {
-  add(10, ldpTunnel(1));
-  answer(FecId(11, 77), 0x2000);
-  answer(FecId(7, 0), 0x2001);
-  EXPECT_TRUE(hwInfo->mapping().empty());
-  EXPECT_EQ(sm->fecIdCache().size(), 1u);
-  response->rowDel(FecId(11, 77));
-  EXPECT_EQ(sm->numAllocatorStatus().inUseCount(), 1u);
-}
-
 // Draining: the hardware still uses a via that the flood sets have left.
 
 TEST_F(FloodSetFecTest, ViaLeavingWhileProgrammedKeepsItsRequestUntilTheStatusDropsIt) {
