@@ -179,17 +179,6 @@ TEST_F(FloodSetSmTest, UnchangedOrUnusedInputsOnlyTrace) {
   EXPECT_NE(text.find(" hwId is not ready "), std::string::npos) << text;
 }
 
-TEST_F(FloodSetSmTest, VlanCarryingTunnelsHaveOneViaPerVlan) {
-  for (uint16_t vlan : {10, 20}) {
-    add(vlan, t14);
-    add(vlan, t1);
-  }
-  answer(via(t14, 100, 10), 1, 1);
-  answer(via(t1, 100), 2, 2);
-  EXPECT_EQ(configOf(pair(10)), (std::set{config(t14, 1, 1), config(t1, 2, 2)}));
-  EXPECT_EQ(configOf(pair(20)), std::set{config(t1, 2, 2)});
-}
-
 TEST_F(FloodSetSmTest, HardwareStatusIsTracedAndChangesNothing) {
   programmer->capacityIs(1);
   hwTunnelIdIs(t1, id5);
