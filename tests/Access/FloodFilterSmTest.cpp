@@ -4,7 +4,6 @@
 // cases pin single behaviours.
 #include "Access/VlanFloodingFixture.h"
 #include "FennEvpn/FennEvpnFloodFilterSm.h"
-#include "FennEvpn/FennEvpnFloodingSmHelperStub.h"
 
 namespace {
 
@@ -64,18 +63,6 @@ TEST_F(FloodFilterSmTest, FailuresAreRetriedOnceAfterTheIntervalAndAtOnceAfterAD
   EXPECT_EQ(nonDfPorts(), (PortVlans{{eth(1), VlanId(10)}, {eth(2), VlanId(10)}, {eth(5), VlanId(10)}}));
   EXPECT_TRUE(sm->unprogrammedFilter().empty());
   EXPECT_FALSE(sm->reviewUnprogrammed()->taskScheduled());
-}
-
-TEST(FloodFilterSmDeathTest, InvalidResultIsFatal) {
-  auto stub = FennHelper::evpnFloodingSmHelperStubFactory("stub");
-  stub->createNonDfPortRcIs(Fenn::invalidHwId);
-  Qor::Ptr<Keel::TaskScheduler> scheduler(
-      new Keel::TaskScheduler(Qor::Ptr<Keel::ManualClock>(new Keel::ManualClock)));
-  auto evpn = Evpn::evpnStatusFactory();
-  auto sm = Fenn::fennEvpnFloodFilterSmFactory(stub, scheduler, Fenn::evpnLagMemberInfoFactory(), evpn);
-  sm->initializedIs(true);
-  EXPECT_DEATH(evpn->evpnVlanFloodStatusIs(Bridging::VlanId(10))->floodFilterIs(Ostra::IntfId::ethernet(1)),
-               "invalid hwId, failed to program");
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 
 #include "Access/VlanFloodingFixture.h"
 #include "FennEvpn/FennEvpnFloodingDot1qSm.h"
-#include "FennEvpn/FennEvpnFloodingSmHelperStub.h"
 
 namespace {
 
@@ -124,21 +123,6 @@ TEST_F(FloodingDot1qSmTest, VlanWithoutAPossibleTagIsSkipped) {
   EXPECT_EQ(vlanTag(4095), std::nullopt);
   EXPECT_THROW(sm->dot1qTagForVlan(VlanId(4095)), std::out_of_range);
   EXPECT_EQ(sm->dot1qTagForVlan(VlanId(4094)), VlanIdOrNone(4094));
-}
-
-TEST(FloodingDot1qSmDeathTest, InvalidResultIsFatal) {
-  auto stub = FennHelper::evpnFloodingSmHelperStubFactory("stub");
-  stub->createVlanToDot1qRcIs(Fenn::invalidHwId);
-  Qor::Ptr<Keel::ManualClock> clock(new Keel::ManualClock);
-  Qor::Ptr<Keel::TaskScheduler> scheduler(new Keel::TaskScheduler(clock));
-  auto evpn = Evpn::evpnStatusFactory();
-  auto vlanStatus = Fenn::evpnVlanStatusFactory();
-  auto sm = Fenn::evpnFloodingDot1qSmFactory(stub, scheduler, Fenn::evpnLagMemberInfoFactory(), vlanStatus,
-                                             evpn, Evpn::mplsConfigFactory());
-  sm->initializedIs(true);
-  evpn->vlanToDot1qIs(Bridging::VlanId(10), Bridging::VlanIdOrNone(100));
-  vlanStatus->vlanStatusIs(Bridging::VlanId(10))->memberIs(Ostra::IntfId::ethernet(1));
-  EXPECT_DEATH(scheduler->advanceBy(1), "invalid hwId, failed to program dot1q mapping");
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // The access-side machines' assertions, reached through their inputs, their public calls
 // and the helper's answers: inputs the platform forgot to hand in, calls and reviews after
-// the machine was marked uninitialized, and a VLAN tag changed unheard. (The helper's
-// invalidHwId answers are reached in tests/Access.)
+// the machine was marked uninitialized, a VLAN tag changed unheard, and the helper answering
+// invalidHwId. (The ESI label machine's invalidHwId answer is reached in tests/Access.)
 #include "Death/DeathTestSupport.h"
 #include "Evpn/EvpnStatus.h"
 #include "Evpn/MplsConfig.h"
@@ -96,6 +96,22 @@ TEST_F(AccessDeathTest, FloodFilterMachineAndTheSharedReview) {
   esi->initializedIs(false);
   EXPECT_DEATH(esi->maybeScheduleUnprogrammedReview(true),
                assertion("initialized()", "FennEvpnUnprogrammedReview.h"));
+}
+
+// The helper answering invalidHwId to a create is a broken platform, not a failure to retry.
+TEST_F(AccessDeathTest, InvalidHwIdAnswers) {
+  helper->createVlanToDot1qRcIs(Fenn::invalidHwId);
+  helper->createNonDfPortRcIs(Fenn::invalidHwId);
+  auto dot1q = Fenn::evpnFloodingDot1qSmFactory(helper, scheduler, lags, vlanStatus, evpn, mplsConfig);
+  dot1q->initializedIs(true);
+  evpn->vlanToDot1qIs(VlanId(10), VlanIdOrNone(100));
+  vlanStatus->vlanStatusIs(VlanId(10))->memberIs(IntfId::ethernet(1));
+  EXPECT_DEATH(scheduler->advanceBy(dot1q->defaultIntfVlanDelay()),
+               assertion("invalid hwId, failed to program dot1q mapping", "FennEvpnFloodingDot1qSm.cpp"));
+  auto filter = Fenn::fennEvpnFloodFilterSmFactory(helper, scheduler, lags, evpn);
+  filter->initializedIs(true);
+  EXPECT_DEATH(evpn->evpnVlanFloodStatusIs(VlanId(10))->floodFilterIs(IntfId::ethernet(1)),
+               assertion("invalid hwId, failed to program", "FennEvpnFloodFilterSm.cpp"));
 }
 
 }  // namespace
