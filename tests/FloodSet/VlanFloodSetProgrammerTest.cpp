@@ -1,12 +1,11 @@
 // Sim::FloodSetProgrammer: the simulated hardware answers each configured flood-set
 // destination, within its capacity, and can be paused to hold its answers back. That status
 // follows configuration through every kind of change is checked by the flood-set state
-// machine's randomized test, which runs on this programmer.
+// machine's randomized test, which runs on this programmer; that what it refused (a fault,
+// or no room) is retried until it gets in, by the whole-switch soak.
 #include <gtest/gtest.h>
 
 #include "FloodSet/FloodSetTestUtil.h"
-#include "Keel/ManualClock.h"
-#include "Keel/TaskScheduler.h"
 #include "sim/FloodSetProgrammer.h"
 
 namespace {
@@ -108,41 +107,6 @@ TEST_F(FloodSetProgrammerTest, StartsFromTheCurrentConfigurationAndWithdrawsOnRe
   EXPECT_EQ(view(*hwStatus), allProgrammed());
   programmer = nullptr;
   EXPECT_TRUE(hwStatus->status().empty());
-}
-
-// With a timer wheel the programmer retries what it could not program, as a driver would.
-class FloodSetProgrammerRetryTest : public FloodSetProgrammerTest {
- protected:
-  Qor::Ptr<Keel::ManualClock> clock{new Keel::ManualClock};
-  Qor::Ptr<Keel::TaskScheduler> scheduler{new Keel::TaskScheduler(clock)};
-  Qor::Ptr<Keel::TimerWheel> wheel{new Keel::TimerWheel(scheduler)};
-  Qor::Ptr<Sim::FloodSetProgrammer> retrying = [this] {
-    programmer = nullptr;
-    return Sim::floodSetProgrammerFactory(hwConfig, hwStatus, wheel);
-  }();
-};
-
-TEST_F(FloodSetProgrammerRetryTest, FailedAttemptsAreRetriedUntilProgrammed) {
-  retrying->programmingFaults().failNextIs(3);
-  configure(10, 1);
-  configure(10, 2);
-  EXPECT_EQ(statusOf(1), Fenn::notProgrammed);
-  EXPECT_EQ(statusOf(2), Fenn::notProgrammed);
-  scheduler->advanceBy(retrying->retryInterval());  // one more failure, one success
-  EXPECT_EQ(retrying->programmedCount(), 1u);
-  scheduler->advanceBy(retrying->retryInterval());
-  EXPECT_EQ(view(*hwStatus), allProgrammed());
-  EXPECT_EQ(retrying->programmingFaults().failures(), 3u);
-}
-
-TEST_F(FloodSetProgrammerRetryTest, EntriesBeyondCapacityGetInWhenRoomFrees) {
-  retrying->capacityIs(1);
-  configure(10, 1);
-  configure(10, 2);
-  unconfigure(10, 1);
-  EXPECT_EQ(statusOf(2), Fenn::notProgrammed);
-  scheduler->advanceBy(retrying->retryInterval());
-  EXPECT_EQ(view(*hwStatus), allProgrammed());
 }
 
 }  // namespace
