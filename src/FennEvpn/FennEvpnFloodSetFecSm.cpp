@@ -222,19 +222,22 @@ void EvpnFloodSetFecSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr 
     return;
   }
   VlanMacDest const vlanMacDest(vlanId, macAddr, dest);
+  // Whether a destination still uses the via follows from the index written here.
+  bool viaUsed = inFloodSet;
   if (inFloodSet) {
     floodSetEntryCacheIs(via)->vlanMacDestSetIs(vlanMacDest);
   } else if (MplsFloodSetViaToVlanMacDestSet* entry = floodSetEntryCache(via)) {
     entry->vlanMacDestSetDel(vlanMacDest);
-    if (entry->vlanMacDestSet().empty()) floodSetEntryCacheDel(via);
+    viaUsed = !entry->vlanMacDestSet().empty();
+    if (!viaUsed) floodSetEntryCacheDel(via);
   }
-  processFecRequest(via);
+  processFecRequest(via, viaUsed);
 }
 
-void EvpnFloodSetFecSm::processFecRequest(MplsFloodSetVia const& via) {
+void EvpnFloodSetFecSm::processFecRequest(MplsFloodSetVia const& via, bool viaUsed) {
   QTRACE(8, "EvpnFloodSetFecSm::", "processFecRequest", " (tunnelId: ", via.tunnelId(),
          " label: ", via.label(), " vlanId: ", via.vlanId(), ")");
-  if (floodSetEntryCacheHas(via)) {
+  if (viaUsed) {
     createOrUpdateFecRequest(via);
   } else if (floodSetStatusCacheHas(via)) {
     QTRACE(1, "    wait for hardware to unprogram the floodSet");
@@ -287,8 +290,10 @@ void EvpnFloodSetFecSm::removeFecRequest(MplsFloodSetVia const& via) {
 void EvpnFloodSetFecSm::maybeDeleteFecId(FecId fecId) {
   QTRACE(8, "EvpnFloodSetFecSm::", "maybeDeleteFecId", " fecId: ", fecId);
   // Removing a request can bring the response's removal back in here before the removal
-  // returns: the ID may already be released.
-  if (!fecIdCacheHas(fecId)) return;
+  // returns: the ID may already be released. Nothing below writes the cache before the via
+  // is copied out of it.
+  MplsFloodSetVia const* cachedVia = fecIdCache().find(fecId);
+  if (!cachedVia) return;
   if (hasFecResponse(fecId)) {
     QTRACE(5, "   keeping fecId until its response is removed: ", fecId);
     return;
@@ -298,7 +303,7 @@ void EvpnFloodSetFecSm::maybeDeleteFecId(FecId fecId) {
     return;
   }
   QTRACE(5, "   Deleting fecId: ", fecId);
-  MplsFloodSetVia const via = fecIdCache(fecId);
+  MplsFloodSetVia const via = *cachedVia;
   updateCachesForFecId(fecId, via, false);
   numAllocator_->releaseNumber(static_cast<Keel::NumAllocator::Number>(fecId.index()));
 }
@@ -357,11 +362,13 @@ bool EvpnFloodSetFecSm::hasFecResponse(FecId fecId) const { return mplsFloodSetF
 
 void EvpnFloodSetFecSm::handleFecResponse(FecId fecId) {
   QTRACE(8, "EvpnFloodSetFecSm::", "handleFecResponse", " fecId: ", fecId);
-  if (!fecIdCacheHas(fecId)) {
-    if (previousRunFecIdHas(fecId) && !hasFecResponse(fecId)) {
+  // Each cache is read once: nothing below writes it before the value is copied.
+  MplsFloodSetVia const* cachedVia = fecIdCache().find(fecId);
+  if (!cachedVia) {
+    bool const* held = previousRunFecId().find(fecId);
+    if (held && !hasFecResponse(fecId)) {
       QTRACE(5, "   response of a previous run gone, fecId free: ", fecId);
-      if (previousRunFecId(fecId))
-        numAllocator_->releaseNumber(static_cast<Keel::NumAllocator::Number>(fecId.index()));
+      if (*held) numAllocator_->releaseNumber(static_cast<Keel::NumAllocator::Number>(fecId.index()));
       previousRunFecIdDel(fecId);
       return;
     }
@@ -369,7 +376,7 @@ void EvpnFloodSetFecSm::handleFecResponse(FecId fecId) {
     return;
   }
   // Copies: publishing reaches the configuration side and the platform synchronously.
-  MplsFloodSetVia const via = fecIdCache(fecId);
+  MplsFloodSetVia const via = *cachedVia;
   FecToHwFecId const response = mplsFloodSetFecResponse_->row(fecId);
   if (!response.intfId().empty()) {
     hwInfoMapping_->mappingIs(via, MplsDestHwInfo(response.hwFecId(), response.intfId()));
@@ -391,7 +398,8 @@ void EvpnFloodSetFecSm::handleHwTunnelIdMapping(TunnelId tunnelId) {
     QTRACE(1, " no fecRequest associated with this tunnel ");
     return;
   }
-  for (auto const& via : entry->mplsFloodSetViaSet().keys()) processFecRequest(via);
+  for (auto const& via : entry->mplsFloodSetViaSet().keys())
+    processFecRequest(via, floodSetEntryCacheHas(via));
 }
 
 void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
@@ -421,7 +429,7 @@ void EvpnFloodSetFecSm::handleMplsDestStatus(Bridging::MacVlanPair const& pair,
     if (entry->status().empty()) floodSetStatusCacheDel(via);
   }
   QTRACE(1, "  config is removed from hardware");
-  processFecRequest(via);
+  processFecRequest(via, floodSetEntryCacheHas(via));
 }
 
 // ---- Operator answers ----

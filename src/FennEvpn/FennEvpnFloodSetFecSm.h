@@ -113,7 +113,8 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   class QorMplsFloodSetFecResponse;
 
   void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest);
-  void processFecRequest(MplsFloodSetVia const& via);
+  // `viaUsed`: whether a flood-set destination uses the via (floodSetEntryCacheHas).
+  void processFecRequest(MplsFloodSetVia const& via, bool viaUsed);
   void createOrUpdateFecRequest(MplsFloodSetVia const& via);
   void removeFecRequest(MplsFloodSetVia const& via);
   void maybeDeleteFecId(Vasp::Fib::FecId fecId);

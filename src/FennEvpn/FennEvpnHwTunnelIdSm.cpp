@@ -193,8 +193,9 @@ void EvpnHwTunnelIdSm::handleEthernetSegmentStatus(Ostra::IntfId const& esIntfId
 void EvpnHwTunnelIdSm::handleRemoteTunnelId(TunnelId const& tunnelId) {
   QTRACE(8, "EvpnHwTunnelIdSm::", "handleRemoteTunnelId", " tunnelId ", tunnelId);
   if (!initialized()) return;
-  if (remoteInfo_->remoteTunnelIdHas(tunnelId)) {
-    if (remoteInfo_->remoteTunnelId(tunnelId) == 1) publishHwTunnelId(tunnelId);
+  // The count is read where its presence is: one lookup.
+  if (uint32_t const* count = remoteInfo_->remoteTunnelId().find(tunnelId)) {
+    if (*count == 1) publishHwTunnelId(tunnelId);
     return;
   }
   // No longer a flooding destination: the ID is free for reclaim unless a segment uses it.

@@ -73,9 +73,11 @@ void EvpnRemoteInfoFinderSm::countRemoteTunnel(TunnelId const& tunnelId, bool pr
     count = remoteInfo()->remoteTunnelIdInc(tunnelId, 1);
     QTRACE(5, " Incrementing remoteTunnelId reference to ", count);
   } else {
-    QOR_ASSERT_TEXT(remoteInfo()->remoteTunnelId(tunnelId) > 0,
-                    "remoteInfo()->remoteTunnelId( tunnelId ) > 0");
-    count = remoteInfo()->remoteTunnelIdDec(tunnelId, 1);
+    // The count checked is the one decremented: read once.
+    uint32_t const before = remoteInfo()->remoteTunnelId(tunnelId);
+    QOR_ASSERT_TEXT(before > 0, "remoteInfo()->remoteTunnelId( tunnelId ) > 0");
+    count = before - 1;
+    remoteInfo()->remoteTunnelIdIs(tunnelId, count);
     QTRACE(5, " Decrementing remoteTunnelId reference to ", count);
     if (count == 0) remoteInfo()->remoteTunnelIdDel(tunnelId);
   }

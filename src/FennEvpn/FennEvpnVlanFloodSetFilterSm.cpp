@@ -76,10 +76,9 @@ void VlanFloodSetFilterSm::processVlanFloodSet(Bridging::VlanId vlanId) {
 void VlanFloodSetFilterSm::processFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr) {
   QOR_ASSERT_TEXT(initialized(), "initialized()");
   QTRACE(8, "VlanFloodSetFilterSm::", "processFloodSet", " vlan: ", vlanId, " mac: ", macAddr);
-  L2Rib::VlanFloodSet const* inVlanFloodSet = inFloodSetOutput_->vlanFloodSet(vlanId);
-  if (L2Rib::FloodSet const* floodSet = inVlanFloodSet ? inVlanFloodSet->floodSet(macAddr) : nullptr) {
+  if (L2Rib::FloodSet const* floodSet = inFloodSet(vlanId, macAddr)) {
     for (auto const& dest : floodSet->destSet()) {
-      if (dest.destType() == destType_) addDest(vlanId, macAddr, dest);
+      if (dest.destType() == destType_) addDest(vlanId, macAddr, *floodSet, dest);
     }
     return;
   }
@@ -98,26 +97,26 @@ void VlanFloodSetFilterSm::processDest(Bridging::VlanId vlanId, Ostra::EthAddr c
   QOR_ASSERT_TEXT(initialized(), "initialized()");
   QTRACE(8, "VlanFloodSetFilterSm::", "processDest", " vlan: ", vlanId, " mac: ", macAddr, " dest: ", dest);
   if (dest.destType() != destType_) return;
-  if (isDestPresent(vlanId, macAddr, dest)) {
-    addDest(vlanId, macAddr, dest);
+  // The input's flood set is looked up once, for the presence and the type alike.
+  L2Rib::FloodSet const* floodSet = inFloodSet(vlanId, macAddr);
+  if (floodSet && floodSet->destSetHas(dest)) {
+    addDest(vlanId, macAddr, *floodSet, dest);
   } else {
     deleteDest(vlanId, macAddr, dest);
   }
 }
 
-bool VlanFloodSetFilterSm::isDestPresent(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
-                                         L2Rib::Dest const& dest) const {
+L2Rib::FloodSet const* VlanFloodSetFilterSm::inFloodSet(Bridging::VlanId vlanId,
+                                                        Ostra::EthAddr const& macAddr) const {
   L2Rib::VlanFloodSet const* vlanFloodSet = inFloodSetOutput_->vlanFloodSet(vlanId);
-  L2Rib::FloodSet const* floodSet = vlanFloodSet ? vlanFloodSet->floodSet(macAddr) : nullptr;
-  return floodSet && floodSet->destSetHas(dest);
+  return vlanFloodSet ? vlanFloodSet->floodSet(macAddr) : nullptr;
 }
 
 void VlanFloodSetFilterSm::addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
-                                   L2Rib::Dest const& dest) {
+                                   L2Rib::FloodSet const& inFloodSet, L2Rib::Dest const& dest) {
   QTRACE(1, "     adding dest ", dest);
-  L2Rib::FloodSet const* inFloodSet = inFloodSetOutput_->vlanFloodSet(vlanId)->floodSet(macAddr);
   L2Rib::FloodSet* outFloodSet = outFloodSetOutput_->vlanFloodSetIs(vlanId)->floodSetIs(macAddr);
-  outFloodSet->floodSetTypeIs(inFloodSet->floodSetType());
+  outFloodSet->floodSetTypeIs(inFloodSet.floodSetType());
   outFloodSet->destSetIs(dest);
 }
 

@@ -51,8 +51,11 @@ class VlanFloodSetFilterSm : public Qor::StateMachine, public UnusableInputCount
   void processVlanFloodSet(Bridging::VlanId vlanId);
   void processFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr);
   void processDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
-  bool isDestPresent(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest) const;
-  void addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
+  // The input's flood set of the VLAN and MAC, or nullptr.
+  L2Rib::FloodSet const* inFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr) const;
+  // `inFloodSet`: the input's flood set, which holds `dest`.
+  void addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::FloodSet const& inFloodSet,
+               L2Rib::Dest const& dest);
   void deleteDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
 
   L2Rib::DestType destType_;
