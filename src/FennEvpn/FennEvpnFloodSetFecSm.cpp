@@ -33,9 +33,9 @@ struct EvpnFloodSetFecSm::FloodSetHooks : FloodSetHookDefaults {
   static constexpr char floodSetTrace[] = "EvpnFloodSetFecSm::QorFloodSet::";
   static constexpr bool followsOnlyOnceInitialized = true;
 
-  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
-                             L2Rib::Dest const& dest) {
-    sm.processMplsDest(vlanId, macAddr, dest);
+  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet,
+                             L2Rib::Dest const& dest, bool inFloodSet) {
+    sm.processMplsDest(vlanId, floodSet.macAddr(), dest, inFloodSet);
   }
 
   static void vlanFloodSetRemoved(QorVlanFloodSet& reactor) {
@@ -46,7 +46,7 @@ struct EvpnFloodSetFecSm::FloodSetHooks : FloodSetHookDefaults {
   static void floodSetRemoved(QorFloodSet& reactor) {
     QTRACE(8, floodSetTrace, "handleFloodSetRemoved", " vlan: ", reactor.vlanId(),
            " mac: ", reactor.notifier()->macAddr());
-    reactor.handleFloodSet();
+    reactor.handleFloodSet(false);
   }
 };
 
@@ -182,14 +182,6 @@ void EvpnFloodSetFecSm::handleInitialized() {
   qorHwTunnelIdMapping_->onCreate();
 }
 
-bool EvpnFloodSetFecSm::isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
-                                         L2Rib::Dest const& dest) const {
-  L2Rib::VlanFloodSet const* vlanFloodSet = floodSetOutput_->vlanFloodSet(vlanId);
-  if (!vlanFloodSet) return false;
-  L2Rib::FloodSet const* floodSet = vlanFloodSet->floodSet(macAddr);
-  return floodSet && floodSet->destSetHas(dest);
-}
-
 // Whether a configuration of the pair other than `config` that is programmed goes through
 // the same via. In one flood set a via is a tunnel and a label, and a configuration is
 // hashed on those two alone, so the configurations of one via share a probe run of the
@@ -204,7 +196,7 @@ bool EvpnFloodSetFecSm::isViaProgrammedInPair(VlanFloodSetStatus const* status,
 }
 
 void EvpnFloodSetFecSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
-                                        L2Rib::Dest const& dest) {
+                                        L2Rib::Dest const& dest, bool inFloodSet) {
   QTRACE(8, "EvpnFloodSetFecSm::", "processMplsDest", " vlan: ", vlanId, " mac: ", macAddr, " dest: ", dest);
   QOR_ASSERT_TEXT(dest.destType() == L2Rib::destTypeMpls_, "dest.destType() == L2Rib::destTypeMpls_");
   TunnelId const tunnelId = destMplsTunnelId(dest);
@@ -212,7 +204,6 @@ void EvpnFloodSetFecSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr 
     QTRACE(1, "  Invalid tunnelId not supported ");
     return;
   }
-  bool const inFloodSet = isDestInFloodSet(vlanId, macAddr, dest);
   MplsFloodSetVia via;
   // A destination no via can be formed for (VLAN 4095 over a per-VLAN tunnel) is skipped.
   if (auto const error =

@@ -112,7 +112,9 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   class QorHwTunnelIdMapping;
   class QorMplsFloodSetFecResponse;
 
-  void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest);
+  // `inFloodSet`: whether the input holds the destination.
+  void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest,
+                       bool inFloodSet);
   // `viaUsed`: whether a flood-set destination uses the via (floodSetEntryCacheHas).
   void processFecRequest(MplsFloodSetVia const& via, bool viaUsed);
   void createOrUpdateFecRequest(MplsFloodSetVia const& via);
@@ -127,7 +129,6 @@ class EvpnFloodSetFecSm : public Qor::StateMachine, public UnusableInputCounter 
   bool hasFecResponse(Vasp::Fib::FecId fecId) const;
   void handleHwTunnelIdMapping(TunnelId tunnelId);
   void handleMplsDestStatus(Bridging::MacVlanPair const& pair, MplsDestConfig const& config);
-  bool isDestInFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest) const;
   static bool isViaProgrammedInPair(VlanFloodSetStatus const* status, MplsDestConfig const& config);
 
   Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;

@@ -9,7 +9,15 @@
 //   static constexpr Qor::TraceHandle& traceHandle;  // its file's trace source
 //   static constexpr char floodSetOutputTrace[], vlanFloodSetTrace[], floodSetTrace[];
 //                                                    // the class names its trace lines give
-//   static void destSetChanged(Sm&, Bridging::VlanId, Ostra::EthAddr, L2Rib::Dest const&);
+//   static void destSetChanged(Sm&, Bridging::VlanId, L2Rib::FloodSet const&, L2Rib::Dest const&,
+//                              bool inFloodSet);
+//
+// destSetChanged is handed the flood set and whether it holds the destination. A reactor
+// watches the input's flood set of its VLAN and MAC until the removal hooks below have run
+// (a flood set that leaves takes its reactor with it), so the reactor reads the membership
+// in the flood set it watches: one lookup instead of three (VLAN flood set, flood set,
+// destination) in every state machine. A flood set that has left is shown with
+// `inFloodSet` false for each destination it still holds.
 //
 // and, deriving from FloodSetHookDefaults, whichever of the hooks and choices below differ.
 // Hooks must not write the input: the reactors walk it directly while calling them.
@@ -79,15 +87,16 @@ class FloodSetReactors<Hooks>::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodS
   }
 
   // The flood set as a whole: taken destination by destination, each destination it holds
-  // is shown as if it had just been added.
-  void handleFloodSet() {
+  // is shown as if it had just been added or, once the flood set has left the input
+  // (`inInput` false), just removed.
+  void handleFloodSet(bool inInput = true) {
     QTRACE(8, Hooks::floodSetTrace, "handleFloodSet", " vlan: ", vlanId_,
            " mac: ", this->notifier()->macAddr());
     if constexpr (Hooks::wholeElements) {
       Hooks::floodSetChanged(*this->sm(), vlanId_, this->notifier()->macAddr());
     } else {
       for (auto const& dest : this->notifier()->destSet())
-        Hooks::destSetChanged(*this->sm(), vlanId_, this->notifier()->macAddr(), dest);
+        Hooks::destSetChanged(*this->sm(), vlanId_, *this->notifier(), dest, inInput);
     }
   }
 
@@ -99,7 +108,7 @@ class FloodSetReactors<Hooks>::QorFloodSet : public Qor::ReactorOf<L2Rib::FloodS
   void handleDestSet(L2Rib::Dest const& dest) {
     QTRACE(8, Hooks::floodSetTrace, "handleDestSet", " vlan: ", vlanId_,
            " mac: ", this->notifier()->macAddr(), " dest: ", dest);
-    Hooks::destSetChanged(*this->sm(), vlanId_, this->notifier()->macAddr(), dest);
+    Hooks::destSetChanged(*this->sm(), vlanId_, *this->notifier(), dest, this->notifier()->destSetHas(dest));
   }
 
   Bridging::VlanId vlanId_;

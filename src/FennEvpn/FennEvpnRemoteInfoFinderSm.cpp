@@ -20,9 +20,9 @@ struct EvpnRemoteInfoFinderSm::FloodSetHooks : FloodSetHookDefaults {
   static constexpr char vlanFloodSetTrace[] = "EvpnRemoteInfoFinderSm::QorVlanFloodSet::";
   static constexpr char floodSetTrace[] = "EvpnRemoteInfoFinderSm::QorFloodSet::";
 
-  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
-                             L2Rib::Dest const& dest) {
-    sm.processMplsDest(vlanId, macAddr, dest);
+  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet,
+                             L2Rib::Dest const& dest, bool inFloodSet) {
+    sm.processMplsDest(vlanId, floodSet.macAddr(), dest, inFloodSet);
   }
 };
 
@@ -34,22 +34,13 @@ EvpnRemoteInfoFinderSm::EvpnRemoteInfoFinderSm(Qor::Ptr<L2Rib::FloodSetOutput co
 
 EvpnRemoteInfoFinderSm::~EvpnRemoteInfoFinderSm() = default;
 
-bool EvpnRemoteInfoFinderSm::isDestPresent(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
-                                           L2Rib::Dest const& dest) const {
-  L2Rib::VlanFloodSet const* vlanFloodSet = floodSetOutput_->vlanFloodSet(vlanId);
-  if (!vlanFloodSet) return false;
-  L2Rib::FloodSet const* floodSet = vlanFloodSet->floodSet(macAddr);
-  return floodSet && floodSet->destSetHas(dest);
-}
-
 void EvpnRemoteInfoFinderSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
-                                             L2Rib::Dest const& dest) {
+                                             L2Rib::Dest const& dest, bool present) {
   QTRACE(8, "EvpnRemoteInfoFinderSm::", "processMplsDest", " vlan: ", vlanId, " mac: ", macAddr,
          " dest: ", dest);
   if (dest.destType() != L2Rib::destTypeMpls_) return;
   TunnelId const tunnelId = dest.mpls().tunnelId();
   TunnelId const configuredTunnelId = destMplsTunnelId(dest);
-  bool const present = isDestPresent(vlanId, macAddr, dest);
   // A destination steered into an SR-TE policy is configured over the policy's tunnel. When
   // its own tunnel is another one, the policy's tunnel is counted as well, so that it gets
   // the hardware tunnel ID that the configuration needs.

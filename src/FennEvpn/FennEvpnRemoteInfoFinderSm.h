@@ -51,9 +51,10 @@ class EvpnRemoteInfoFinderSm : public Qor::StateMachine, public UnusableInputCou
   using QorFloodSet = FloodSetReactors<FloodSetHooks>::QorFloodSet;
 
   // The one place where counts change.
-  void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest);
+  // `present`: whether the input holds the destination.
+  void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest,
+                       bool present);
   void countRemoteTunnel(Tunnel::TunnelTable::TunnelId const& tunnelId, bool present);
-  bool isDestPresent(Bridging::VlanId vlanId, Ostra::EthAddr macAddr, L2Rib::Dest const& dest) const;
 
   Qor::Ptr<L2Rib::FloodSetOutput const> floodSetOutput_;
   Qor::Ptr<EvpnRemoteInfo> remoteInfo_;

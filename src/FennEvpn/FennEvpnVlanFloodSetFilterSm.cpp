@@ -20,9 +20,9 @@ struct VlanFloodSetFilterSm::FloodSetHooks : FloodSetHookDefaults {
   static constexpr char floodSetTrace[] = "VlanFloodSetFilterSm::QorFloodSet::";
   static constexpr bool wholeElements = true;
 
-  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
-                             L2Rib::Dest const& dest) {
-    if (sm.initialized()) sm.processDest(vlanId, macAddr, dest);
+  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet,
+                             L2Rib::Dest const& dest, bool inFloodSet) {
+    if (sm.initialized()) sm.processDest(vlanId, floodSet, dest, inFloodSet);
   }
   static void sourceChanged(Sm& sm) {
     if (sm.initialized()) sm.handleSource();
@@ -76,7 +76,8 @@ void VlanFloodSetFilterSm::processVlanFloodSet(Bridging::VlanId vlanId) {
 void VlanFloodSetFilterSm::processFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr) {
   QOR_ASSERT_TEXT(initialized(), "initialized()");
   QTRACE(8, "VlanFloodSetFilterSm::", "processFloodSet", " vlan: ", vlanId, " mac: ", macAddr);
-  if (L2Rib::FloodSet const* floodSet = inFloodSet(vlanId, macAddr)) {
+  L2Rib::VlanFloodSet const* inVlanFloodSet = inFloodSetOutput_->vlanFloodSet(vlanId);
+  if (L2Rib::FloodSet const* floodSet = inVlanFloodSet ? inVlanFloodSet->floodSet(macAddr) : nullptr) {
     for (auto const& dest : floodSet->destSet()) {
       if (dest.destType() == destType_) addDest(vlanId, macAddr, *floodSet, dest);
     }
@@ -92,24 +93,17 @@ void VlanFloodSetFilterSm::processFloodSet(Bridging::VlanId vlanId, Ostra::EthAd
   }
 }
 
-void VlanFloodSetFilterSm::processDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
-                                       L2Rib::Dest const& dest) {
+void VlanFloodSetFilterSm::processDest(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet,
+                                       L2Rib::Dest const& dest, bool present) {
   QOR_ASSERT_TEXT(initialized(), "initialized()");
+  Ostra::EthAddr const macAddr = floodSet.macAddr();
   QTRACE(8, "VlanFloodSetFilterSm::", "processDest", " vlan: ", vlanId, " mac: ", macAddr, " dest: ", dest);
   if (dest.destType() != destType_) return;
-  // The input's flood set is looked up once, for the presence and the type alike.
-  L2Rib::FloodSet const* floodSet = inFloodSet(vlanId, macAddr);
-  if (floodSet && floodSet->destSetHas(dest)) {
-    addDest(vlanId, macAddr, *floodSet, dest);
+  if (present) {
+    addDest(vlanId, macAddr, floodSet, dest);
   } else {
     deleteDest(vlanId, macAddr, dest);
   }
-}
-
-L2Rib::FloodSet const* VlanFloodSetFilterSm::inFloodSet(Bridging::VlanId vlanId,
-                                                        Ostra::EthAddr const& macAddr) const {
-  L2Rib::VlanFloodSet const* vlanFloodSet = inFloodSetOutput_->vlanFloodSet(vlanId);
-  return vlanFloodSet ? vlanFloodSet->floodSet(macAddr) : nullptr;
 }
 
 void VlanFloodSetFilterSm::addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,

@@ -50,9 +50,9 @@ class VlanFloodSetFilterSm : public Qor::StateMachine, public UnusableInputCount
   void handleSource();
   void processVlanFloodSet(Bridging::VlanId vlanId);
   void processFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr);
-  void processDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
-  // The input's flood set of the VLAN and MAC, or nullptr.
-  L2Rib::FloodSet const* inFloodSet(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr) const;
+  // `floodSet`: the input's flood set; `present`: whether it holds the destination.
+  void processDest(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet, L2Rib::Dest const& dest,
+                   bool present);
   // `inFloodSet`: the input's flood set, which holds `dest`.
   void addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::FloodSet const& inFloodSet,
                L2Rib::Dest const& dest);

@@ -19,21 +19,21 @@ struct EvpnVlanFloodSetSm::FloodSetHooks : FloodSetHookDefaults {
   static constexpr char vlanFloodSetTrace[] = "EvpnVlanFloodSetSm::QorVlanFloodSet::";
   static constexpr char floodSetTrace[] = "EvpnVlanFloodSetSm::QorFloodSet::";
 
-  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, Ostra::EthAddr macAddr,
-                             L2Rib::Dest const& dest) {
-    if (sm.initialized()) sm.processMplsDest(vlanId, macAddr, dest);
+  static void destSetChanged(Sm& sm, Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet,
+                             L2Rib::Dest const& dest, bool inFloodSet) {
+    if (sm.initialized()) sm.processMplsDest(vlanId, floodSet.macAddr(), dest, inFloodSet);
   }
 
   static void vlanFloodSetRemoved(QorVlanFloodSet& reactor) {
     Sm& sm = *reactor.sm();
     if (!sm.initialized()) return;
     for (auto const& [macAddr, floodSet] : reactor.notifier()->floodSet())
-      sm.processFloodSetDests(reactor.notifier()->vlanId(), *floodSet);
+      sm.processFloodSetDests(reactor.notifier()->vlanId(), *floodSet, false);
   }
 
   static void floodSetRemoved(QorFloodSet& reactor) {
     Sm& sm = *reactor.sm();
-    if (sm.initialized()) sm.processFloodSetDests(reactor.vlanId(), *reactor.notifier());
+    if (sm.initialized()) sm.processFloodSetDests(reactor.vlanId(), *reactor.notifier(), false);
   }
 };
 
@@ -131,21 +131,21 @@ void EvpnVlanFloodSetSm::handleInitialized() {
   // Processing writes only this state machine's own state and the output, never the
   // input, so the input can be walked directly.
   for (auto const& [vlanId, vlanFloodSet] : floodSetOutput_->vlanFloodSet()) {
-    for (auto const& [macAddr, floodSet] : vlanFloodSet->floodSet()) processFloodSetDests(vlanId, *floodSet);
+    for (auto const& [macAddr, floodSet] : vlanFloodSet->floodSet())
+      processFloodSetDests(vlanId, *floodSet, true);
   }
 }
 
-void EvpnVlanFloodSetSm::processFloodSetDests(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet) {
-  for (auto const& dest : floodSet.destSet()) processMplsDest(vlanId, floodSet.macAddr(), dest);
+void EvpnVlanFloodSetSm::processFloodSetDests(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet,
+                                              bool inFloodSet) {
+  for (auto const& dest : floodSet.destSet()) processMplsDest(vlanId, floodSet.macAddr(), dest, inFloodSet);
 }
 
 void EvpnVlanFloodSetSm::processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
-                                         L2Rib::Dest const& dest) {
+                                         L2Rib::Dest const& dest, bool inFloodSet) {
   QTRACE(8, "EvpnVlanFloodSetSm::", "processMplsDest", " vlan: ", vlanId, " mac: ", macAddr, " dest: ", dest);
   QOR_ASSERT_TEXT(dest.destType() == L2Rib::destTypeMpls_, "dest.destType() == L2Rib::destTypeMpls_");
   VlanMacDest const d(vlanId, macAddr, dest);
-  // Both steps turn on whether the input still holds the destination: look it up once.
-  bool const inFloodSet = isDestInFloodSet(d);
   // A destination no via can be formed for (VLAN 4095 over a per-VLAN tunnel) is skipped.
   if (auto const error = skipUnusableInput([&] { floodSetVia(d); }, inFloodSet)) {
     QTRACE(1, "EvpnVlanFloodSetSm::", "processMplsDest", " skipped vlan: ", vlanId, " mac: ", macAddr,

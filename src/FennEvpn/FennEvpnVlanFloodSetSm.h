@@ -74,9 +74,11 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine, public UnusableInputCounter
   class QorVlanFloodSetStatus;
   class QorVlanFloodSetHwStatus;
 
-  // Every destination of a flood set (present or just removed) goes through here.
-  void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
-  void processFloodSetDests(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet);
+  // Every destination of a flood set (present or just removed) goes through here;
+  // `inFloodSet`: whether the input holds it.
+  void processMplsDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest,
+                       bool inFloodSet);
+  void processFloodSetDests(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet, bool inFloodSet);
   void updateInternalMapping(VlanMacDest const& d, bool inFloodSet);
   // `inFloodSet`: whether the input holds the destination.
   void processMplsDestConfig(VlanMacDest const& d, bool inFloodSet);
