@@ -77,9 +77,10 @@ void FloodSetProgrammer::syncEntry(MacVlanPair const& pair, MplsDestConfig const
   // Writing status sets off the state machines that read it, and they may reconfigure this
   // same flood set before the write returns: hold on to the status entity across writes.
   Qor::Ptr<Fenn::VlanFloodSetStatus> status(status_->status(pair));
+  // The entry's status is read once: nothing is written before its last use.
+  Fenn::HwProgrammingStatus const* current = status ? status->mplsDestStatus().find(config) : nullptr;
   if (wanted && wanted->mplsDestConfigHas(config)) {
-    if (status && status->mplsDestStatusHas(config) && status->mplsDestStatus(config) == Fenn::programmed)
-      return;
+    if (current && *current == Fenn::programmed) return;
     // Without a hardware tunnel ID the chip has no tunnel to send the copy into: the entry
     // takes no room and does not forward. A valid ID comes as a new configuration.
     if (!config.hwTunnelId().valid()) {
@@ -98,8 +99,8 @@ void FloodSetProgrammer::syncEntry(MacVlanPair const& pair, MplsDestConfig const
     status->mplsDestStatusIs(config, result);
     return;
   }
-  if (!status || !status->mplsDestStatusHas(config)) return;
-  if (status->mplsDestStatus(config) == Fenn::programmed) --programmedCount_;
+  if (!current) return;
+  if (*current == Fenn::programmed) --programmedCount_;
   status->mplsDestStatusDel(config);
   if (status->mplsDestStatus().empty() && status_->status(pair) == status.get()) status_->statusDel(pair);
 }
