@@ -180,31 +180,33 @@ void EvpnVlanFloodSetSm::processMplsDestConfig(VlanMacDest const& d, bool inFloo
   QTRACE(8, "EvpnVlanFloodSetSm::", "processMplsDestConfig", " vlan: ", d.vlanId(), " mac: ", d.macAddr(),
          " dest: ", d.dest());
   MplsFloodSetVia const via = floodSetVia(d);
-  // Looked up once: the configuration is built from it before anything is written.
-  MplsDestHwInfo const* hwInfo = hwInfoMapping_->mapping().find(via);
-  if (hwInfo && inFloodSet) {
-    addOrUpdateMplsDestHwConfig(d, *hwInfo);
+  bool const hwInfoReady = hwInfoMapping_->mappingHas(via);
+  if (hwInfoReady && inFloodSet) {
+    addOrUpdateMplsDestHwConfig(d);
     return;
   }
-  if (!hwInfo) QTRACE(1, "   hwId not ready for dest, tunnelId: ", via.tunnelId(), " label: ", via.label());
+  if (!hwInfoReady)
+    QTRACE(1, "   hwId not ready for dest, tunnelId: ", via.tunnelId(), " label: ", via.label());
   deleteMplsDestHwConfig(d);
 }
 
-MplsDestConfig EvpnVlanFloodSetSm::createMplsDestConfig(VlanMacDest const& d,
-                                                        MplsDestHwInfo const& hwInfo) const {
+MplsDestConfig EvpnVlanFloodSetSm::createMplsDestConfig(VlanMacDest const& d) const {
   TunnelId const tunnelId = destMplsTunnelId(d.dest());
   QOR_ASSERT_TEXT(tunnelId != Tunnel::TunnelTable::TunnelId::invalid(),
                   "tunnelId != Tunnel::TunnelTable::TunnelId::invalid()");
   Ostra::MplsLabel const label = d.dest().mpls().label();
   // The in-process table is never corrupt; a missing row gives the default (invalid) ID.
   HwTunnelId const hwTunnelId = hwTunnelIdMapping_->tunnelIdToHwTunnelId(tunnelId).hwTunnelId();
-  return MplsDestConfig(tunnelId, label, hwTunnelId, hwInfo.hwIdForTunnelProgramming(), hwInfo.l2IntfId());
+  MplsFloodSetVia const key = floodSetVia(tunnelId, label, d.vlanId());
+  MplsDestHwInfo const* hwInfo = hwInfoMapping_->mapping().find(key);
+  QOR_ASSERT_TEXT(hwInfo != nullptr, "hwInfoMapping()->mappingHas( key )");
+  return MplsDestConfig(tunnelId, label, hwTunnelId, hwInfo->hwIdForTunnelProgramming(), hwInfo->l2IntfId());
 }
 
 // The configuration is recorded before the output is written, so that anything the write
 // sets off (the platform answering, the FEC side reacting) already sees it.
-void EvpnVlanFloodSetSm::addOrUpdateMplsDestHwConfig(VlanMacDest const& d, MplsDestHwInfo const& hwInfo) {
-  MplsDestConfig const config = createMplsDestConfig(d, hwInfo);
+void EvpnVlanFloodSetSm::addOrUpdateMplsDestHwConfig(VlanMacDest const& d) {
+  MplsDestConfig const config = createMplsDestConfig(d);
   Bridging::MacVlanPair const pair(d.macAddr(), d.vlanId());
   if (MplsDestConfig const* written = mplsDestHwConfig().find(d)) {
     MplsDestConfig const old = *written;

@@ -82,9 +82,8 @@ class EvpnVlanFloodSetSm : public Qor::StateMachine, public UnusableInputCounter
   void updateInternalMapping(VlanMacDest const& d, bool inFloodSet);
   // `inFloodSet`: whether the input holds the destination.
   void processMplsDestConfig(VlanMacDest const& d, bool inFloodSet);
-  // `hwInfo`: the via's entry in HwInfoMapping, read before anything is written.
-  MplsDestConfig createMplsDestConfig(VlanMacDest const& d, MplsDestHwInfo const& hwInfo) const;
-  void addOrUpdateMplsDestHwConfig(VlanMacDest const& d, MplsDestHwInfo const& hwInfo);
+  MplsDestConfig createMplsDestConfig(VlanMacDest const& d) const;
+  void addOrUpdateMplsDestHwConfig(VlanMacDest const& d);
   void deleteMplsDestHwConfig(VlanMacDest const& d);
   // Two destinations of one flood set can yield one configuration (a destination steered
   // into an SR-TE policy and a plain one over the policy's tunnel, with one label): the
