@@ -2,9 +2,8 @@
 // initialization and teardown. What must hold after any sequence of changes (no ID lost or
 // doubled, zombies exactly the unneeded tunnels, no wait while a pool has room) is the
 // randomized test's (reclaiming a zombie, a reused zombie leaving the zombie set, a tunnel
-// moving between pools as its segment's shared label comes and goes, a review asked for
-// after a pass that yielded starting over, among others); these cases pin the choices it
-// cannot see.
+// moving between pools as its segment's shared label comes and goes, among others); these
+// cases pin the choices it cannot see.
 #include <cstdlib>
 
 #include "FennEvpn/FennEvpnHwTunnelIdSmHelper.h"
@@ -154,6 +153,31 @@ TEST_F(ReviewTest, ReviewDrainsUnprogrammedTunnelsInSlices) {
   EXPECT_TRUE(sm->unprogrammedTunnel().empty());
   EXPECT_EQ(scheduler->pendingTaskCount(), 0u) << "a finished walk does not reschedule";
   for (uint64_t t = 10; t < 15; ++t) EXPECT_EQ(hwId(t), defaultId(static_cast<uint32_t>(t - 9)));
+}
+
+// A move made during a slice frees an ID that a tunnel already passed may be waiting for:
+// the next slice starts over from the first tunnel instead of where this one stopped.
+TEST_F(ReviewTest, ReviewAskedForDuringASliceStartsOver) {
+  scheduler->workQuotaIs(2);
+  freeIds({defaultId(1), sharedId(1)});
+  start();
+  sharedLabel(2, true);
+  addPeer(2, 11);         // shared-ES ID 1
+  addPeer(1, 10);         // default ID 1
+  sharedLabel(1, true);   // tunnel 10 waits for a shared-ES ID, holding its default one
+  floodInc(12);           // waits for a default ID, without any
+  sharedLabel(2, false);  // tunnel 11 waits for a default ID, holding its shared-ES one
+  EXPECT_EQ(sm->unprogrammedTunnel().size(), 3u);
+
+  freeIds({defaultId(2)});
+  sm->maybeScheduleUnprogrammedReview(true);
+  scheduler->runReady();  // 10 still waits; 11 moves, freeing shared-ES ID 1; yields before 12
+  EXPECT_EQ(hwId(11), defaultId(2));
+  EXPECT_EQ(sm->bookmark(), TunnelId()) << "starts over";
+  scheduler->advanceBy(5);
+  EXPECT_EQ(hwId(10), sharedId(1));
+  EXPECT_EQ(hwId(12), defaultId(1));
+  EXPECT_TRUE(sm->unprogrammedTunnel().empty());
 }
 
 using LifecycleTest = Harness;
