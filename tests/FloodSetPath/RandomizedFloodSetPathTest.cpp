@@ -6,7 +6,9 @@
 // caught up, the switch must hold exactly what a fresh switch built on the final inputs
 // holds, with a FEC request and a HwInfoMapping entry for exactly the vias in use, and
 // the FEC machine must hold each via programmed in exactly the flood sets whose status
-// reports a configuration with it programmed. The seed is printed; FENN_TEST_SEED replays one.
+// reports a configuration with it programmed. Along the way, the configuration machine's
+// indexes and output must equal those of a fresh one on its current inputs. The seed is
+// printed; FENN_TEST_SEED replays one.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -75,6 +77,43 @@ std::set<std::string> configurationOf(Sim::Switch const& sw) {
     }
   }
   return out;
+}
+
+// The configuration machine's state: the destinations each index files under a tunnel and
+// under a via, the configuration recorded per destination, and what it wrote.
+std::set<std::string> stateOf(Fenn::EvpnVlanFloodSetSm const& sm) {
+  std::set<std::string> out;
+  for (auto const& [tunnel, entry] : sm.tunnelToFloodSetEntry()) {
+    out.insert("tunnel " + Qor::valueToStrep(tunnel));
+    for (auto const& d : entry->vlanMacDestSet())
+      out.insert("tunnel " + Qor::valueToStrep(tunnel) + " " + Qor::valueToStrep(d));
+  }
+  for (auto const& [via, entry] : sm.hwInfoMapKeyToFloodSetEntry()) {
+    out.insert("via " + Qor::valueToStrep(via));
+    for (auto const& d : entry->vlanMacDestSet())
+      out.insert("via " + Qor::valueToStrep(via) + " " + Qor::valueToStrep(d));
+  }
+  for (auto const& [d, config] : sm.mplsDestHwConfig())
+    out.insert("dest " + Qor::valueToStrep(d) + " " + Qor::valueToStrep(config));
+  for (auto const& [pair, config] : sm.vlanFloodSetHwConfig()->config()) {
+    out.insert("written " + Qor::valueToStrep(pair));
+    for (auto const& entry : config->mplsDestConfig())
+      out.insert("written " + Qor::valueToStrep(pair) + " " + Qor::valueToStrep(entry));
+  }
+  return out;
+}
+
+// The configuration machine reacts to every input change at once, so at any step it holds
+// what a fresh one started on its current inputs holds, hardware lagging or not.
+void expectConfigurationAsAFreshStart(Sim::Switch const& sw) {
+  Fenn::EvpnVlanFloodSetSm const& sm = *sw.vlanFloodSetSm();
+  auto const fresh = Fenn::evpnVlanFloodSetSmFactory(
+      Qor::Ptr<L2Rib::FloodSetOutput const>(sm.floodSetOutput()),
+      Qor::Ptr<Fenn::TunnelIdToHwTunnelIdMapping const>(sm.hwTunnelIdMapping()),
+      Qor::Ptr<Fenn::HwInfoMapping const>(sm.hwInfoMapping()), Fenn::evpnVlanFloodSetHwConfigFactory(),
+      Fenn::evpnVlanFloodSetHwStatusFactory());
+  fresh->initializedIs(true);
+  EXPECT_EQ(stateOf(sm), stateOf(*fresh));
 }
 
 using ProgrammedPairs = std::set<std::pair<MplsFloodSetVia, Bridging::MacVlanPair>>;
@@ -228,7 +267,10 @@ TEST_F(RandomizedFloodSetPath, SettlesToWhatAFreshPathBuildsOnTheFinalInputs) {
   for (int run = 0; run < 4; ++run) {
     SCOPED_TRACE("run " + std::to_string(run));
     Sim::Switch sw(hardware, "random", {l2Rib, evpnStatus});
-    for (int i = 0; i < 1500; ++i) step(sw);
+    for (int i = 1; i <= 1500; ++i) {
+      step(sw);
+      if (i % 100 == 0) expectConfigurationAsAFreshStart(sw);
+    }
     sw.fecResponsesWithheldIs(false);
     sw.floodSetProgrammingPausedIs(false);
     sw.advance(60.0);
@@ -256,6 +298,7 @@ TEST_F(RandomizedFloodSetPath, SettlesToWhatAFreshPathBuildsOnTheFinalInputs) {
     Sim::Switch fresh(hardware, "fresh", {l2Rib, evpnStatus});
     fresh.advance(60.0);
     EXPECT_EQ(configurationOf(sw), configurationOf(fresh));
+    expectConfigurationAsAFreshStart(sw);
     if (HasFailure()) return;
   }
 }
