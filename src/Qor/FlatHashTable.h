@@ -12,17 +12,31 @@
 // writes while it walks a table walks a snapshot of its keys instead; a reference taken
 // from the table is used before the next write to it.
 //
+// The home slot of a key is its tag's 31 hash bits scaled to the capacity (a multiply and
+// a shift) rather than masked, so a capacity need not be a power of two, and a probe run
+// wraps from the last slot to the first by a comparison. The scaling reads the high bits
+// of the hash: every hash of the runtime ends in a finalizer that mixes them (Hash.h).
+//
 // A small table (up to 64 slots, whose tags fill four cache lines) may fill up completely:
 // a probe that finds no empty slot there stops after one round of its tags, which costs
-// less than the memory of a table twice the size (flood sets of 16 or 64 destinations
-// would otherwise sit in 32 or 128 slots). A larger table doubles when it would pass seven
-// eighths full, so that its probe runs stay short. Every table halves once erasing leaves
-// it an eighth full: a table that grew with a burst of additions gives the memory back as
-// they are removed, and the band between the two bounds keeps a table that hovers at one
-// size from resizing back and forth. clear() lets all of it go. The handle is two words
-// (the memory and the counts), as entities hold many small tables.
+// less than the memory of a larger table. Small tables double (4, 8, 16, 32, 64), so
+// flood sets of 16 and 64 destinations sit in as many slots and a set filled one element
+// at a time reallocates seldom. A larger table grows when it would pass seven eighths
+// full, so that its probe runs stay short. Up to 128 KiB it grows by a quarter of a power
+// of two (64, 80, 96, 112, 128, 160, ...): it stays 0.7 to 0.875 full instead of 0.44 to
+// 0.875, and a flood set of 256 takes 320 slots instead of 512. Past 128 KiB it doubles:
+// the growth of such a table is paid in pages the process has not touched yet (every new
+// table is larger than any freed one), and growing by quarters faults in three times the
+// pages and moves each element about four times instead of once, which took 15 to 45%
+// more CPU to fill 196K flood-set destinations (docs/performance.md). Every table halves
+// once erasing leaves it an eighth full: a table that grew with a burst of additions
+// gives the memory back as they are removed, and the band between the two bounds (a
+// halved table is at most a quarter full, a grown one at least 0.44) keeps a table that
+// hovers at one size from resizing back and forth. clear() lets all of it go. The handle
+// is two words (the memory and the counts), as entities hold many small tables.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -33,7 +47,8 @@
 
 namespace Qor {
 
-// V is void for a set. Hash returns the key's hash; its low bits pick the home slot.
+// V is void for a set. Hash returns the key's hash; its low 31 bits, scaled to the
+// capacity, pick the home slot, so those bits must be well mixed up to the top one.
 template <class K, class V, class Hash>
 class FlatHashTable {
   static constexpr bool isSet = std::is_void_v<V>;
@@ -107,9 +122,9 @@ class FlatHashTable {
   bool anyWithHashOf(K const& k, Pred pred) const {
     if (size_ == 0) return false;
     uint32_t const tag = tagOf(k);
-    size_t const mask = capacity_ - 1;
     value_type const* const slots = this->slots();
-    for (size_t i = tag & mask, left = capacity_; left != 0 && tags_[i] != 0; --left, i = (i + 1) & mask) {
+    for (size_t i = homeOf(tag, capacity_), left = capacity_; left != 0 && tags_[i] != 0;
+         --left, i = nextOf(i, capacity_)) {
       if (tags_[i] == tag && pred(std::as_const(slots[i]))) return true;
     }
     return false;
@@ -138,7 +153,7 @@ class FlatHashTable {
   void reserve(size_t n) {
     if (n <= maxSize(capacity_)) return;
     size_t capacity = capacity_ ? size_t(capacity_) : minCapacity;
-    while (maxSize(capacity) < n) capacity *= 2;
+    while (maxSize(capacity) < n) capacity = grownCapacity(capacity);
     moveTo(allocateTags(capacity), capacity);
   }
   // Removes every element and lets all the memory go.
@@ -152,8 +167,30 @@ class FlatHashTable {
 
  private:
   static constexpr uint32_t occupiedBit = 0x80000000u;
-  static constexpr size_t minCapacity = 4;
   static constexpr size_t maxFullCapacity = 64;
+  static constexpr size_t minCapacity = 4;
+  // Past this size a table doubles instead of growing by quarters (see the top).
+  static constexpr size_t quarterStepsBytes = 128 * 1024;
+
+  // The capacity a table grows to: the next power of two for a small table or one past
+  // quarterStepsBytes; otherwise the next multiple of a quarter of the largest power of
+  // two not above it (64, 80, 96, 112, 128, 160, ...).
+  static size_t grownCapacity(size_t capacity) noexcept {
+    if (capacity == 0) return minCapacity;
+    size_t step = std::bit_floor(capacity);
+    if (capacity >= maxFullCapacity && bytesFor(capacity) < quarterStepsBytes) step /= 4;
+    return (capacity / step + 1) * step;
+  }
+
+  // The home slot: the tag's hash bits scaled to the capacity.
+  static size_t homeOf(uint32_t tag, size_t capacity) noexcept {
+    return size_t((uint64_t(tag & ~occupiedBit) * capacity) >> 31);
+  }
+  static size_t nextOf(size_t i, size_t capacity) noexcept { return i + 1 == capacity ? 0 : i + 1; }
+  // How far slot `to` is past slot `from` along the probe order.
+  static size_t distance(size_t from, size_t to, size_t capacity) noexcept {
+    return to >= from ? to - from : to + capacity - from;
+  }
 
   static K const& keyOf(value_type const& v) noexcept {
     if constexpr (isSet) {
@@ -171,9 +208,8 @@ class FlatHashTable {
   size_t indexOf(K const& k) const noexcept {
     if (size_ == 0) return capacity_;
     uint32_t const tag = tagOf(k);
-    size_t const mask = capacity_ - 1;
     value_type const* const slots = this->slots();
-    for (size_t i = tag & mask, left = capacity_; left != 0; --left, i = (i + 1) & mask) {
+    for (size_t i = homeOf(tag, capacity_), left = capacity_; left != 0; --left, i = nextOf(i, capacity_)) {
       uint32_t const t = tags_[i];
       if (t == 0) return capacity_;
       if (t == tag && keyOf(slots[i]) == k) return i;
@@ -189,13 +225,12 @@ class FlatHashTable {
   template <class... A>
   std::pair<iterator, bool> emplaceKey(K const& k, A&&... args) {
     uint32_t const tag = tagOf(k);
-    size_t const mask = capacity_ - 1;
-    size_t i = tag & mask;
+    size_t i = homeOf(tag, capacity_);
     value_type* const slots = this->slots();
     if (size_ != 0) {
       // Without an empty slot (a full small table) the round ends where it began, and the
       // table grows below.
-      for (size_t left = capacity_; left != 0; --left, i = (i + 1) & mask) {
+      for (size_t left = capacity_; left != 0; --left, i = nextOf(i, capacity_)) {
         uint32_t const t = tags_[i];
         if (t == 0) break;
         if (t == tag && keyOf(slots[i]) == k) return {iterator(this, i), false};
@@ -209,9 +244,9 @@ class FlatHashTable {
     return {iterator(this, i), true};
   }
 
-  static size_t freeSlot(uint32_t const* tags, size_t mask, uint32_t tag) noexcept {
-    size_t i = tag & mask;
-    while (tags[i] != 0) i = (i + 1) & mask;
+  static size_t freeSlot(uint32_t const* tags, size_t capacity, uint32_t tag) noexcept {
+    size_t i = homeOf(tag, capacity);
+    while (tags[i] != 0) i = nextOf(i, capacity);
     return i;
   }
 
@@ -221,8 +256,11 @@ class FlatHashTable {
     static_assert(alignof(value_type) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
     return (capacity * sizeof(uint32_t) + alignof(value_type) - 1) & ~(alignof(value_type) - 1);
   }
+  static size_t bytesFor(size_t capacity) noexcept {
+    return slotsOffset(capacity) + capacity * sizeof(value_type);
+  }
   static uint32_t* allocateTags(size_t capacity) {
-    void* const memory = ::operator new(slotsOffset(capacity) + capacity * sizeof(value_type));
+    void* const memory = ::operator new(bytesFor(capacity));
     uint32_t* const tags = static_cast<uint32_t*>(memory);
     for (size_t j = 0; j < capacity; ++j) tags[j] = 0;
     return tags;
@@ -236,12 +274,11 @@ class FlatHashTable {
 
   // Moves every element into `tags` (of `capacity` slots) and makes it the table's memory.
   void moveTo(uint32_t* tags, size_t capacity) noexcept {
-    size_t const mask = capacity - 1;
     value_type* const slots = slotsOf(tags, capacity);
     value_type* const oldSlots = this->slots();
     for (size_t o = 0; o < capacity_; ++o) {
       if (tags_[o] == 0) continue;
-      size_t const j = freeSlot(tags, mask, tags_[o]);
+      size_t const j = freeSlot(tags, capacity, tags_[o]);
       ::new (static_cast<void*>(&slots[j])) value_type(std::move(oldSlots[o]));
       tags[j] = tags_[o];
       oldSlots[o].~value_type();
@@ -251,14 +288,14 @@ class FlatHashTable {
     capacity_ = static_cast<uint32_t>(capacity);
   }
 
-  // Doubles the slots with the new element in them. The element is built first, while
+  // Grows to the next capacity with the new element in it. The element is built first, while
   // the old slots are intact, because its arguments may refer to one of them (a value
   // copied from another key of this table).
   template <class... A>
   size_t growAndEmplace(uint32_t tag, A&&... args) {
-    size_t const capacity = capacity_ ? size_t(capacity_) * 2 : minCapacity;
+    size_t const capacity = grownCapacity(capacity_);
     uint32_t* const tags = allocateTags(capacity);
-    size_t const i = freeSlot(tags, capacity - 1, tag);
+    size_t const i = freeSlot(tags, capacity, tag);
     try {
       ::new (static_cast<void*>(&slotsOf(tags, capacity)[i])) value_type(std::forward<A>(args)...);
     } catch (...) {
@@ -275,7 +312,7 @@ class FlatHashTable {
   // element coming and going does not reallocate. A table that cannot get the smaller
   // memory keeps the larger.
   void maybeShrink() noexcept {
-    if (capacity_ <= minCapacity || size_ > capacity_ / 8) return;
+    if (capacity_ / 2 < minCapacity || size_ > capacity_ / 8) return;
     uint32_t* tags;
     try {
       tags = allocateTags(capacity_ / 2);
@@ -290,14 +327,14 @@ class FlatHashTable {
   // The hole is marked empty at once, so the walk ends at the latest when it comes round
   // to it (in a table that was full).
   void eraseAt(size_t hole) noexcept {
-    size_t const mask = capacity_ - 1;
+    size_t const capacity = capacity_;
     value_type* const slots = this->slots();
     slots[hole].~value_type();
     tags_[hole] = 0;
-    for (size_t j = (hole + 1) & mask;; j = (j + 1) & mask) {
+    for (size_t j = nextOf(hole, capacity);; j = nextOf(j, capacity)) {
       uint32_t const t = tags_[j];
       if (t == 0) break;
-      if (((j - (t & mask)) & mask) < ((j - hole) & mask)) continue;
+      if (distance(homeOf(t, capacity), j, capacity) < distance(hole, j, capacity)) continue;
       ::new (static_cast<void*>(&slots[hole])) value_type(std::move(slots[j]));
       tags_[hole] = t;
       slots[j].~value_type();
