@@ -27,13 +27,14 @@
 // 0.875, and a flood set of 256 takes 320 slots instead of 512. Past 128 KiB it doubles:
 // the growth of such a table is paid in pages the process has not touched yet (every new
 // table is larger than any freed one), and growing by quarters faults in three times the
-// pages and moves each element about four times instead of once, which took 15 to 45%
-// more CPU to fill 196K flood-set destinations (docs/performance.md). Every table halves
-// once erasing leaves it an eighth full: a table that grew with a burst of additions
-// gives the memory back as they are removed, and the band between the two bounds (a
-// halved table is at most a quarter full, a grown one at least 0.44) keeps a table that
-// hovers at one size from resizing back and forth. clear() lets all of it go. The handle
-// is two words (the memory and the counts), as entities hold many small tables.
+// pages and moves each element about four times instead of once, which took 13% more
+// CPU to fill 196K flood-set destinations through the switch and 52% for the library
+// alone (docs/performance.md). Every table halves once erasing leaves it an eighth full:
+// a table that grew with a burst of additions gives the memory back as they are removed,
+// and the band between the two bounds (a halved table is at most a quarter full, a grown
+// one at least 0.44) keeps a table that hovers at one size from resizing back and forth.
+// clear() lets all of it go. The handle is two words (the memory and the counts), as
+// entities hold many small tables.
 #pragma once
 
 #include <bit>
