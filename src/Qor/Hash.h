@@ -63,7 +63,11 @@ class HashAccumulator {
 
 // The accumulator for hand-written hashes of hot key types (the keys of the largest
 // collections): it takes whole 64-bit words, so a key packs its small fields into a few
-// words and pays one multiply per word instead of a finalizer per field.
+// words and pays one multiply per word instead of a finalizer per field. The result is
+// the high half, where the multiply gathers every bit of its input: folding the two
+// halves together instead cancelled a single word whose low half is zero (the product's
+// low half is then zero, and after the fold both halves are equal), so every such word
+// hashed alike.
 class WordHashAccumulator {
  public:
   constexpr explicit WordHashAccumulator(uint32_t seed = 0) noexcept : h_(seed) {}
@@ -71,9 +75,7 @@ class WordHashAccumulator {
     h_ = (h_ ^ v) * 0x9e3779b97f4a7c15u;
     h_ ^= h_ >> 32;
   }
-  constexpr uint32_t result() const noexcept {
-    return fmix32(static_cast<uint32_t>(h_) ^ static_cast<uint32_t>(h_ >> 32));
-  }
+  constexpr uint32_t result() const noexcept { return fmix32(static_cast<uint32_t>(h_ >> 32)); }
 
  private:
   uint64_t h_;

@@ -2,6 +2,7 @@
 // the free functions that turn destinations and interfaces into tunnel IDs.
 #include <gtest/gtest.h>
 
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -58,6 +59,18 @@ TEST(KeyHash, EqualKeysHashEquallyAndFieldsMixInOrder) {
   // Swapping values between fields changes the hash.
   EXPECT_NE(IntfVlanKey(IntfId::ethernet(1), VlanId(2)).hash(0),
             IntfVlanKey(IntfId::ethernet(2), VlanId(1)).hash(0));
+}
+
+// Keys packed into words often leave a word's low half zero (a label shifted up); those
+// words must still spread over a table.
+TEST(KeyHash, WordsWithAZeroLowHalfHashApart) {
+  std::set<uint32_t> hashes;
+  for (uint64_t high = 1; high <= 64; ++high) {
+    Qor::WordHashAccumulator acc;
+    acc.mix(high << 32);
+    hashes.insert(acc.result());
+  }
+  EXPECT_EQ(hashes.size(), 64u);
 }
 
 TEST(KeyHash, EsiInfoIsComparedButNeverHashed) {
