@@ -17,6 +17,8 @@ NumAllocator::NumAllocator(NumAllocatorConfig const& config, Qor::Ptr<TimerWheel
   QOR_ASSERT(config_.expiryTime() >= 0.0);
 }
 
+NumAllocator::~NumAllocator() { timerWheel_->timerCancel(drainTimer_); }
+
 NumAllocator::Number NumAllocator::getNumber() {
   dropExpired();
   Number n;
@@ -40,12 +42,34 @@ void NumAllocator::releaseNumber(Number n) {
   inUseIs(n, false);
   released_.push({n, timerWheel_->now() + config_.expiryTime()});
   dropExpired();
+  if (released_.size() > kExpiredQueued && drainTimer_ == TimerWheel::noTimer) drainAtExpiry();
 }
 
-void NumAllocator::dropExpired() {
+void NumAllocator::drainAtExpiry() {
+  drainTimer_ = timerWheel_->timerAt(released_.front().reusableAt, [this] {
+    drainTimer_ = TimerWheel::noTimer;
+    drain();
+  });
+}
+
+void NumAllocator::drain() {
+  dropExpired(0);
+  if (released_.size() > kExpiredQueued) return drainAtExpiry();
+  if (inUseCount_ > 0 || !released_.empty()) return;
+  // Nothing in use or held back: every number below the cursor is free, which is what a
+  // new allocator's cursor says of them too.
+  nextUnused_ = config_.range().first();
+  released_ = RingQueue<Released>();
+  inUseBits_ = std::vector<uint64_t>();
+  freeBits_ = std::vector<uint64_t>();
+  freeBitCount_ = 0;
+  freeScan_ = 0;
+}
+
+void NumAllocator::dropExpired(size_t bound) {
   double const now = timerWheel_->now();
   bool moved = false;
-  while (released_.size() > kExpiredQueued && released_.front().reusableAt <= now) {
+  while (released_.size() > bound && released_.front().reusableAt <= now) {
     uint64_t const bit = static_cast<uint64_t>(released_.front().number) - config_.range().first();
     released_.pop();
     size_t const word = bit / 64;

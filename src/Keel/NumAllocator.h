@@ -12,6 +12,12 @@
 // The FIFO keeps at most kExpiredQueued numbers whose hold-back is over: beyond that, expired
 // numbers leave it for a second bitmap of free numbers, so a burst of releases that is not
 // followed by as many gets costs a bit per number once it has expired, not a queue entry.
+// That happens on the next get or release, or, when the FIFO has passed the bound, on a timer
+// at the oldest number's expiry, since a burst is often the last thing asked for a while (a
+// flood set removed with its FECs). A timer finds the allocator idle, so it moves every
+// expired number; once no number is in use or held back, the allocator lets go of its
+// bitmaps and starts over as new, which hands numbers out in the same order the bitmap
+// would: its memory returns to what it was before the burst came.
 //
 // Numbers are signed 64-bit so that invalidNumber() (-1) can never be in a range; a range
 // may reach up to INT64_MAX.
@@ -35,6 +41,9 @@ class NumAllocator : public Qor::PtrInterface {
   static constexpr size_t kExpiredQueued = 1024;
 
   NumAllocator(NumAllocatorConfig const& config, Qor::Ptr<TimerWheel> timerWheel);
+  ~NumAllocator() override;
+  NumAllocator(NumAllocator const&) = delete;
+  NumAllocator& operator=(NumAllocator const&) = delete;
 
   NumAllocatorConfig const& config() const noexcept { return config_; }
 
@@ -53,8 +62,11 @@ class NumAllocator : public Qor::PtrInterface {
   };
 
   void inUseIs(Number n, bool inUse);
-  // Moves expired numbers from the FIFO's front to the free bitmap while it is over the bound.
-  void dropExpired();
+  // Moves expired numbers from the FIFO's front to the free bitmap while it is over `bound`.
+  void dropExpired(size_t bound = kExpiredQueued);
+  // The timer that drops expired numbers once the FIFO has passed the bound.
+  void drainAtExpiry();
+  void drain();
   Number takeFree();
 
   NumAllocatorConfig config_;
@@ -71,6 +83,7 @@ class NumAllocator : public Qor::PtrInterface {
   std::vector<uint64_t> freeBits_;
   uint64_t freeBitCount_ = 0;
   size_t freeScan_ = 0;  // no word of freeBits_ below this one has a bit set
+  TimerWheel::TimerId drainTimer_ = TimerWheel::noTimer;
 };
 
 }  // namespace Keel

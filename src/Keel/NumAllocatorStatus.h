@@ -1,7 +1,8 @@
 // A snapshot of a number allocator's state. Every number of the range is in exactly one of
 // three states: in use (handed out), held back (released, not yet expired) or free (never
 // used, or released and expired), so the three counts add up to the size of the range.
-// nextUnused is the lowest number never handed out (one past the range when none is left).
+// nextUnused is the lowest number never handed out (one past the range when none is left)
+// since the allocator was new or last started over (NumAllocator.h).
 #pragma once
 
 #include <cstdint>

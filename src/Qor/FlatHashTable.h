@@ -33,8 +33,11 @@
 // a table that grew with a burst of additions gives the memory back as they are removed,
 // and the band between the two bounds (a halved table is at most a quarter full, a grown
 // one at least 0.44) keeps a table that hovers at one size from resizing back and forth.
-// clear() lets all of it go. The handle is two words (the memory and the counts), as
-// entities hold many small tables.
+// A table whose last element leaves lets all its memory go, as clear() does: an emptied
+// table costs no more than one never filled, so the memory of entities that stay (a flood
+// set whose destinations all left) returns to where it was before they came, at the price
+// of one allocation each time such a table fills again. The handle is two words (the
+// memory and the counts), as entities hold many small tables.
 #pragma once
 
 #include <bit>
@@ -309,10 +312,11 @@ class FlatHashTable {
     return i;
   }
 
-  // Halves the slots once they are an eighth full, down to the smallest table, which an
-  // element coming and going does not reallocate. A table that cannot get the smaller
+  // Lets the memory go once the table is empty, and otherwise halves the slots once they
+  // are an eighth full, down to the smallest table. A table that cannot get the smaller
   // memory keeps the larger.
   void maybeShrink() noexcept {
+    if (size_ == 0) return clear();
     if (capacity_ / 2 < minCapacity || size_ > capacity_ / 8) return;
     uint32_t* tags;
     try {

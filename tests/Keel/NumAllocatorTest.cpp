@@ -92,6 +92,30 @@ TEST_F(NumAllocatorTest, ExpiredReleasedNumbersBeyondABoundCostABitEach) {
   EXPECT_EQ(a->getNumber(), n);
 }
 
+// Bursts of releases, the last thing asked of the allocator: once past the bound, expired
+// numbers leave the queue on a timer, a later burst still held back keeps it armed, and once
+// nothing is in use or held back the allocator holds no more heap than when it was new and
+// hands out numbers as a new one does.
+TEST_F(NumAllocatorTest, BurstsOfReleasesGiveTheirMemoryBackOnceExpired) {
+  constexpr int64_t n = 3000;
+  auto bursts = [&](NumAllocator& a) {
+    for (int64_t i = 0; i < 2 * n; ++i) a.getNumber();
+    for (int64_t i = 0; i < n; ++i) a.releaseNumber(100 + i);
+    scheduler->advanceBy(5.0);
+    for (int64_t i = n; i < 2 * n; ++i) a.releaseNumber(100 + i);
+    scheduler->advanceBy(5.0);
+    EXPECT_EQ(a.status(), NumAllocatorStatus(0, n, 0x100000000 - 100 - n, 100 + 2 * n));
+    scheduler->advanceBy(5.0);
+  };
+  bursts(*allocator(100, 0xFFFFFFFF, 10.0));  // the wheel and the scheduler take their size
+  auto a = allocator(100, 0xFFFFFFFF, 10.0);
+  size_t const asNew = TestHeap::liveBytes();
+  bursts(*a);
+  EXPECT_EQ(a->status(), NumAllocatorStatus(0, 0, 0x100000000 - 100, 100));
+  EXPECT_EQ(TestHeap::liveBytes(), asNew);
+  for (int64_t i = 0; i < 70; ++i) ASSERT_EQ(a->getNumber(), 100 + i);
+}
+
 // A working set that comes and goes, as hosts churn, slides its numbers through the queue
 // of released ones: after the first round that costs no heap, whatever the queue's length.
 TEST_F(NumAllocatorTest, AWorkingSetThatComesAndGoesCostsNoHeapAfterTheFirstRound) {
