@@ -78,8 +78,15 @@ void VlanFloodSetFilterSm::processFloodSet(Bridging::VlanId vlanId, Ostra::EthAd
   QTRACE(8, "VlanFloodSetFilterSm::", "processFloodSet", " vlan: ", vlanId, " mac: ", macAddr);
   L2Rib::VlanFloodSet const* inVlanFloodSet = inFloodSetOutput_->vlanFloodSet(vlanId);
   if (L2Rib::FloodSet const* floodSet = inVlanFloodSet ? inVlanFloodSet->floodSet(macAddr) : nullptr) {
+    // The output's flood set is found (or made) with the first destination of the type and
+    // kept for the others: only this state machine writes the output, so it stays. The
+    // output's VLANs arrive in the order of the input's table, whose slots follow the same
+    // hash, so while the output's table grows they pile up in one long probe run: looking
+    // the VLAN up again for every destination walked that run each time, a tenth of a
+    // restart's build on a million destinations.
+    L2Rib::FloodSet* out = nullptr;
     for (auto const& dest : floodSet->destSet()) {
-      if (dest.destType() == destType_) addDest(vlanId, macAddr, *floodSet, dest);
+      if (dest.destType() == destType_) out = addDest(vlanId, macAddr, *floodSet, dest, out);
     }
     return;
   }
@@ -106,12 +113,16 @@ void VlanFloodSetFilterSm::processDest(Bridging::VlanId vlanId, L2Rib::FloodSet 
   }
 }
 
-void VlanFloodSetFilterSm::addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
-                                   L2Rib::FloodSet const& inFloodSet, L2Rib::Dest const& dest) {
+L2Rib::FloodSet* VlanFloodSetFilterSm::addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
+                                               L2Rib::FloodSet const& inFloodSet, L2Rib::Dest const& dest,
+                                               L2Rib::FloodSet* outFloodSet) {
   QTRACE(1, "     adding dest ", dest);
-  L2Rib::FloodSet* outFloodSet = outFloodSetOutput_->vlanFloodSetIs(vlanId)->floodSetIs(macAddr);
-  outFloodSet->floodSetTypeIs(inFloodSet.floodSetType());
+  if (!outFloodSet) {
+    outFloodSet = outFloodSetOutput_->vlanFloodSetIs(vlanId)->floodSetIs(macAddr);
+    outFloodSet->floodSetTypeIs(inFloodSet.floodSetType());
+  }
   outFloodSet->destSetIs(dest);
+  return outFloodSet;
 }
 
 void VlanFloodSetFilterSm::deleteDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,

@@ -53,9 +53,12 @@ class VlanFloodSetFilterSm : public Qor::StateMachine, public UnusableInputCount
   // `floodSet`: the input's flood set; `present`: whether it holds the destination.
   void processDest(Bridging::VlanId vlanId, L2Rib::FloodSet const& floodSet, L2Rib::Dest const& dest,
                    bool present);
-  // `inFloodSet`: the input's flood set, which holds `dest`.
-  void addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::FloodSet const& inFloodSet,
-               L2Rib::Dest const& dest);
+  // `inFloodSet`: the input's flood set, which holds `dest`; `outFloodSet`: the output's
+  // flood set of the VLAN and MAC when the caller has it already (it is then not looked up,
+  // and its type is already copied). Returns the output's flood set.
+  L2Rib::FloodSet* addDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr,
+                           L2Rib::FloodSet const& inFloodSet, L2Rib::Dest const& dest,
+                           L2Rib::FloodSet* outFloodSet = nullptr);
   void deleteDest(Bridging::VlanId vlanId, Ostra::EthAddr const& macAddr, L2Rib::Dest const& dest);
 
   L2Rib::DestType destType_;

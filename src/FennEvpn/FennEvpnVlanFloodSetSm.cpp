@@ -128,6 +128,11 @@ void EvpnVlanFloodSetSm::handleInitialized() {
   // The configuration written gets an entry per destination: sized for all of them at
   // once, instead of doubling (and moving every entry) on the way to a million.
   mplsDestHwConfigReserve(floodSetDestinationCount(*floodSetOutput_));
+  // The via index gets an entry per via, and the vias the flood sets use are those the FEC
+  // side has hardware information for once it has caught up (it initializes first): a
+  // size known without walking the destinations, which saves the index's growth when it
+  // holds. An index that needs more grows as usual.
+  hwInfoMapKeyToFloodSetEntryReserve(hwInfoMapping_->mapping().size());
   // Processing writes only this state machine's own state and the output, never the
   // input, so the input can be walked directly.
   for (auto const& [vlanId, vlanFloodSet] : floodSetOutput_->vlanFloodSet()) {

@@ -153,11 +153,18 @@ class FlatHashTable {
   // Makes room for `n` elements, so that adding up to that many does not grow the table;
   // never shrinks it. A table filled from an input whose size is known ahead (a state
   // machine's first walk) takes its memory once instead of moving every element through
-  // each power of two on the way.
+  // each power of two on the way. Past the quarter steps it takes the capacity that holds
+  // `n` seven eighths full (in whole cache lines of tags) rather than the next power of
+  // two: doubling is for growth, and a table sized once pays for its slots only. Every
+  // slot of such a table is touched, as the elements scatter over it, so a power of two
+  // can cost nearly twice the fresh memory (a million flood-set destinations: 2,097,152
+  // slots of 92 bytes instead of 1,151,008).
   void reserve(size_t n) {
     if (n <= maxSize(capacity_)) return;
     size_t capacity = capacity_ ? size_t(capacity_) : minCapacity;
-    while (maxSize(capacity) < n) capacity = grownCapacity(capacity);
+    while (maxSize(capacity) < n && bytesFor(capacity) < quarterStepsBytes)
+      capacity = grownCapacity(capacity);
+    if (maxSize(capacity) < n) capacity = tightCapacity(n);
     moveTo(allocateTags(capacity), capacity);
   }
   // Removes every element and lets all the memory go.
@@ -184,6 +191,14 @@ class FlatHashTable {
     size_t step = std::bit_floor(capacity);
     if (capacity >= maxFullCapacity && bytesFor(capacity) < quarterStepsBytes) step /= 4;
     return (capacity / step + 1) * step;
+  }
+
+  // The smallest multiple of a cache line of tags that holds n elements seven eighths full.
+  static size_t tightCapacity(size_t n) noexcept {
+    constexpr size_t line = 64 / sizeof(uint32_t);
+    size_t capacity = (n + n / 7 + line) / line * line;
+    while (maxSize(capacity) < n) capacity += line;
+    return capacity;
   }
 
   // The home slot: the tag's hash bits scaled to the capacity.

@@ -179,6 +179,18 @@ TEST(FlatHashTable, ReserveMakesRoomOnceForTheElementsToCome) {
   }
   EXPECT_EQ(map.capacity(), reserved);
   expectSameContents(map, refMap);
+
+  // Past the quarter steps (128 KiB), the capacity that holds them seven eighths full, in
+  // whole lines of 16 tags, instead of the next power of two (32768); growth doubles on.
+  Qor::FlatHashTable<uint64_t, uint64_t, Qor::Hasher<uint64_t>> large;
+  large.reserve(20000);
+  EXPECT_EQ(large.capacity(), 22864u);  // 22848 slots hold 19992
+  for (uint64_t k = 0; k < 20000; ++k) large.try_emplace(k, k);
+  EXPECT_EQ(large.capacity(), 22864u);
+  for (uint64_t k = 20000; k < 20007; ++k) large.try_emplace(k, k);
+  EXPECT_EQ(large.capacity(), 32768u);
+  EXPECT_EQ(large.size(), 20007u);
+  for (uint64_t k = 0; k < 20007; ++k) ASSERT_EQ(large.count(k), 1u) << k;
 }
 
 // A reactor that, when created, adds the reactor for the next key to the same map.
