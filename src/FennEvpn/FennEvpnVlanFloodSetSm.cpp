@@ -184,14 +184,19 @@ void EvpnVlanFloodSetSm::updateInternalMapping(VlanMacDest const& d, bool inFloo
 void EvpnVlanFloodSetSm::processMplsDestConfig(VlanMacDest const& d, bool inFloodSet) {
   QTRACE(8, "EvpnVlanFloodSetSm::", "processMplsDestConfig", " vlan: ", d.vlanId(), " mac: ", d.macAddr(),
          " dest: ", d.dest());
-  MplsFloodSetVia const via = floodSetVia(d);
-  bool const hwInfoReady = hwInfoMapping_->mappingHas(via);
-  if (hwInfoReady && inFloodSet) {
-    addOrUpdateMplsDestHwConfig(d);
-    return;
+  // A destination that has left loses its configuration whatever its via's hardware
+  // information: the lookup then feeds only the trace line, so it is made only when the
+  // line is on (one probe of a table with an entry per via saved per destination removed).
+  if (inFloodSet || qorTraceHandle_.enabled(1)) {
+    MplsFloodSetVia const via = floodSetVia(d);
+    bool const hwInfoReady = hwInfoMapping_->mappingHas(via);
+    if (hwInfoReady && inFloodSet) {
+      addOrUpdateMplsDestHwConfig(d);
+      return;
+    }
+    if (!hwInfoReady)
+      QTRACE(1, "   hwId not ready for dest, tunnelId: ", via.tunnelId(), " label: ", via.label());
   }
-  if (!hwInfoReady)
-    QTRACE(1, "   hwId not ready for dest, tunnelId: ", via.tunnelId(), " label: ", via.label());
   deleteMplsDestHwConfig(d);
 }
 

@@ -161,7 +161,8 @@ class Table : public Qor::Entity {
     if (mode_ != Mode::writer) throw ReadOnlyError("remove to read-only Vasp table");
     auto it = storage_->rows.find(k);
     if (it == storage_->rows.end()) return Row();
-    Row const removed = it->second;
+    // Moved out, not copied: a FEC's vias change hands instead of being allocated again.
+    Row removed = std::move(it->second);
     storage_->rows.erase(it);
     broadcastKey(k);
     return removed;
