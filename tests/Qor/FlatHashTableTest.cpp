@@ -22,7 +22,8 @@
 
 namespace {
 
-// Home slots at 0, 1/8, 2/8, 3/8 and 4/8 of any table, or its last slot.
+// Six hashes: five that differ in their top bits only, whose homes lie at five of the
+// eighths of a table (which ones depends on its capacity), and one of all ones.
 struct ClumpingHash {
   size_t operator()(int k) const noexcept { return k % 3 == 0 ? 0xffffffffu : uint32_t(k % 5) << 28; }
 };
@@ -151,6 +152,30 @@ TEST(FlatHashTable, GrowsAndShrinksWithBurstsKeepingEveryElement) {
     }
   }
   map.clear();
+  EXPECT_EQ(map.capacity(), 0u);
+}
+
+// An element that counts how often elements are moved.
+struct Counted {
+  static inline size_t moves = 0;
+  Counted() = default;
+  Counted(Counted&&) noexcept { ++moves; }
+  Counted& operator=(Counted&&) noexcept = default;
+};
+
+// Keys erased in the table's own order, as a walk over a snapshot of its keys erases them:
+// the keys left are those of one end of the order, and the table that halves around them
+// must spread them out again rather than pack them into one probe run, whose every later
+// erase would shift all of it back. Each element moves a few times, not once per erase.
+TEST(FlatHashTable, ErasingInTheTablesOwnOrderMovesEachElementAFewTimes) {
+  constexpr uint64_t n = 1 << 16;
+  Qor::FlatHashTable<uint64_t, Counted, Qor::Hasher<uint64_t>> map;
+  for (uint64_t k = 0; k < n; ++k) map.try_emplace(k * 7919);
+  std::vector<uint64_t> keys;
+  for (auto const& [k, v] : map) keys.push_back(k);
+  Counted::moves = 0;
+  for (uint64_t const k : keys) ASSERT_EQ(map.erase(k), 1u);
+  EXPECT_LT(Counted::moves, 4 * n);
   EXPECT_EQ(map.capacity(), 0u);
 }
 
