@@ -661,7 +661,8 @@ void FennMacAddrFecRequestSm::explainObject(ObjTuple const& tuple, Explanation& 
     Qor::String missing;
     if (ObjTupleSet const* lower = nextHopForwardMap(tuple)) {
       for (auto const& next : lower->objTuple()) {
-        if (!objectPresent(next)) missing += " " + answer.objectName(next);
+        // Appended in two steps: g++ 12 warns (-Wrestrict) on " " + a temporary string.
+        if (!objectPresent(next)) missing.append(" ").append(answer.objectName(next));
       }
     }
     answer.stepIs(
